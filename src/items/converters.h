@@ -1,0 +1,27 @@
+// The converters between vObject text and item objects.
+//
+// Every converter has the same operations. `Parse` gives S_OK and a null item for a text that it
+// cannot read; a negative status is a real error (null arguments, no memory). `FromText` and
+// `ToText` are the same two directions for callers that hold files.
+#pragma once
+
+#include "items/item_interfaces.h"
+
+namespace qv {
+
+template <const IID& kId>
+struct IConverter : IDispatch {
+  static constexpr IID kIid = kId;
+  virtual HRESULT Initialize(IUnknown* pIConfig) noexcept = 0;
+  virtual HRESULT Parse(IUnknown* cdata, IUnknown** item) noexcept = 0;
+  virtual HRESULT Serialize(IUnknown* item, IUnknown** cdata) noexcept = 0;
+  virtual HRESULT FromText(IUnknown* cdata, IUnknown** item) noexcept = 0;
+  virtual HRESULT ToText(IUnknown* item, IUnknown** cdata) noexcept = 0;
+
+ protected:
+  ~IConverter() = default;
+};
+
+using IVCardConverter = IConverter<IID_IVCardConverter>;
+
+}  // namespace qv

@@ -1,0 +1,150 @@
+// The component interfaces of the item objects and of `cdata`.
+//
+// One item object offers `IItemCommon` and the interface of its kind, reached by query. Texts that
+// come out are new strings; an index out of range gives E_INVALIDARG and cleared outs; lists have
+// the three operations XCount, GetX (index from 0) and AddX.
+#pragma once
+
+#include "platform/com/bstr.h"
+#include "platform/com/closed_ids.h"
+#include "platform/com/unknown.h"
+
+namespace qv {
+
+struct IItemCommon : IDispatch {
+  static constexpr IID kIid = IID_IItemCommon;
+  virtual HRESULT get_SourceUid(BSTR* value) noexcept = 0;
+  virtual HRESULT put_SourceUid(BSTR value) noexcept = 0;
+  virtual HRESULT get_ParentUid(BSTR* value) noexcept = 0;
+  virtual HRESULT put_ParentUid(BSTR value) noexcept = 0;
+  virtual HRESULT get_Modified(DATE* value) noexcept = 0;
+  virtual HRESULT put_Modified(DATE value) noexcept = 0;
+  virtual HRESULT get_ObjUid(BSTR* value) noexcept = 0;
+  virtual HRESULT put_ObjUid(BSTR value) noexcept = 0;
+  virtual HRESULT get_ObjModified(DATE* value) noexcept = 0;
+  virtual HRESULT put_ObjModified(DATE value) noexcept = 0;
+  virtual HRESULT get_KeyFields(BSTR* value) noexcept = 0;
+  virtual HRESULT put_KeyFields(BSTR value) noexcept = 0;
+  virtual HRESULT get_Md5(BSTR* value) noexcept = 0;
+  virtual HRESULT put_Md5(BSTR value) noexcept = 0;
+
+ protected:
+  ~IItemCommon() = default;
+};
+
+struct IContactItem : IDispatch {
+  static constexpr IID kIid = IID_IContactItem;
+  // The five name fields, in their declared order, then the two display names.
+  virtual HRESULT get_GivenName(BSTR* value) noexcept = 0;
+  virtual HRESULT put_GivenName(BSTR value) noexcept = 0;
+  virtual HRESULT get_FamilyName(BSTR* value) noexcept = 0;
+  virtual HRESULT put_FamilyName(BSTR value) noexcept = 0;
+  virtual HRESULT get_AdditionalNames(BSTR* value) noexcept = 0;
+  virtual HRESULT put_AdditionalNames(BSTR value) noexcept = 0;
+  virtual HRESULT get_NamePrefix(BSTR* value) noexcept = 0;
+  virtual HRESULT put_NamePrefix(BSTR value) noexcept = 0;
+  virtual HRESULT get_NameSuffix(BSTR* value) noexcept = 0;
+  virtual HRESULT put_NameSuffix(BSTR value) noexcept = 0;
+  virtual HRESULT get_FormattedName(BSTR* value) noexcept = 0;
+  virtual HRESULT put_FormattedName(BSTR value) noexcept = 0;
+  virtual HRESULT get_Nickname(BSTR* value) noexcept = 0;
+  virtual HRESULT put_Nickname(BSTR value) noexcept = 0;
+  // Views on the first organisation, the first job title and the first messenger address; a write
+  // makes the entry where there is none (organisation kind work, messenger kind other).
+  virtual HRESULT get_CompanyName(BSTR* value) noexcept = 0;
+  virtual HRESULT put_CompanyName(BSTR value) noexcept = 0;
+  virtual HRESULT get_Department(BSTR* value) noexcept = 0;
+  virtual HRESULT put_Department(BSTR value) noexcept = 0;
+  virtual HRESULT get_JobTitle(BSTR* value) noexcept = 0;
+  virtual HRESULT put_JobTitle(BSTR value) noexcept = 0;
+  virtual HRESULT get_MessengerAddress(BSTR* value) noexcept = 0;
+  virtual HRESULT put_MessengerAddress(BSTR value) noexcept = 0;
+  virtual HRESULT get_Note(BSTR* value) noexcept = 0;
+  virtual HRESULT put_Note(BSTR value) noexcept = 0;
+  // Kind numbers: items/contact.h. A kind outside its table gives E_INVALIDARG.
+  virtual HRESULT TelephoneCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetTelephone(int32_t index, int32_t* kind, BSTR* number) noexcept = 0;
+  virtual HRESULT AddTelephone(int32_t kind, BSTR number) noexcept = 0;
+  virtual HRESULT MailCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetMail(int32_t index, int32_t* kind, BSTR* address) noexcept = 0;
+  virtual HRESULT AddMail(int32_t kind, BSTR address) noexcept = 0;
+  virtual HRESULT WebAddressCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetWebAddress(int32_t index, int32_t* kind, BSTR* address) noexcept = 0;
+  virtual HRESULT AddWebAddress(int32_t kind, BSTR address) noexcept = 0;
+  virtual HRESULT MessengerCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetMessenger(int32_t index, int32_t* kind, BSTR* address) noexcept = 0;
+  virtual HRESULT AddMessenger(int32_t kind, BSTR address) noexcept = 0;
+  virtual HRESULT OrganisationCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetOrganisation(int32_t index, int32_t* kind, BSTR* name,
+                                  BSTR* department) noexcept = 0;
+  virtual HRESULT AddOrganisation(int32_t kind, BSTR name, BSTR department) noexcept = 0;
+  virtual HRESULT JobTitleCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetJobTitle(int32_t index, BSTR* title) noexcept = 0;
+  virtual HRESULT AddJobTitle(BSTR title) noexcept = 0;
+  virtual HRESULT EventCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetEvent(int32_t index, int32_t* kind, DATE* date) noexcept = 0;
+  virtual HRESULT AddEvent(int32_t kind, DATE date) noexcept = 0;
+  virtual HRESULT GroupUidCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetGroupUid(int32_t index, BSTR* uid) noexcept = 0;
+  virtual HRESULT AddGroupUid(BSTR uid) noexcept = 0;
+  virtual HRESULT GroupNameCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetGroupName(int32_t index, BSTR* name) noexcept = 0;
+  virtual HRESULT AddGroupName(BSTR name) noexcept = 0;
+  // Addresses are a list by position that may have gaps; `AddressCount` counts positions.
+  virtual HRESULT AddressCount(int32_t* count) noexcept = 0;
+  virtual HRESULT HasAddress(int32_t position, BOOL* present) noexcept = 0;
+  // E_INVALIDARG for a position without an address.
+  virtual HRESULT GetAddress(int32_t position, int32_t* kind, BSTR* postOffice, BSTR* extended,
+                             BSTR* street, BSTR* locality, BSTR* region, BSTR* postalCode,
+                             BSTR* country) noexcept = 0;
+  virtual HRESULT AddAddress(int32_t kind, BSTR postOffice, BSTR extended, BSTR street,
+                             BSTR locality, BSTR region, BSTR postalCode,
+                             BSTR country) noexcept = 0;
+  // Grows the list with gaps up to the position; a new address has the kind other, an address that
+  // stood there keeps its kind. A negative position, or one above 999, gives E_INVALIDARG.
+  virtual HRESULT SetAddress(int32_t position, BSTR postOffice, BSTR extended, BSTR street,
+                             BSTR locality, BSTR region, BSTR postalCode,
+                             BSTR country) noexcept = 0;
+  // The picture's bytes; `buffer` null asks for the size alone. Too small a buffer: E_INVALIDARG.
+  virtual HRESULT GetPhoto(uint8_t* buffer, int32_t size, int32_t* length) noexcept = 0;
+  virtual HRESULT PutPhoto(const uint8_t* bytes, int32_t size, BSTR type) noexcept = 0;
+  virtual HRESULT get_PhotoType(BSTR* value) noexcept = 0;
+  // What the item cannot hold.
+  virtual HRESULT ExtraCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetExtra(int32_t index, BSTR* property, BSTR* value) noexcept = 0;
+  virtual HRESULT AddExtra(BSTR property, BSTR value) noexcept = 0;
+  virtual HRESULT HiddenCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetHidden(int32_t index, BSTR* property, BSTR* value, BSTR* extended,
+                            BOOL* iscustom) noexcept = 0;
+  virtual HRESULT AddHidden(BSTR property, BSTR value, BSTR extended, BOOL iscustom) noexcept = 0;
+
+ protected:
+  ~IContactItem() = default;
+};
+
+// The module's own way from an item object to its values: no text is copied. The result lives as
+// long as the object.
+struct Contact;
+struct IContactAccess : IUnknown {
+  static constexpr IID kIid = IID_IContactAccess;
+  virtual Contact& contact() noexcept = 0;
+
+ protected:
+  ~IContactAccess() = default;
+};
+
+// The `cdata` of the stores: a text as narrow bytes. The bytes are whatever the text's own charset
+// parameters say; nothing here converts them.
+struct IContentData : IDispatch {
+  static constexpr IID kIid = IID_IContentData;
+  virtual HRESULT GetLength(int32_t* length) noexcept = 0;
+  // Copies the bytes; `size` must be at least the length, else E_INVALIDARG.
+  virtual HRESULT GetText(char* buffer, int32_t size) noexcept = 0;
+  // Takes a copy. A negative size is E_INVALIDARG.
+  virtual HRESULT SetText(const char* bytes, int32_t size) noexcept = 0;
+
+ protected:
+  ~IContentData() = default;
+};
+
+}  // namespace qv

@@ -1,0 +1,28 @@
+// The item objects: plain values behind their component interfaces.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "items/contact.h"
+#include "items/item_interfaces.h"
+#include "platform/com/com_object.h"
+
+namespace qv {
+
+// A new `ContactItem` with the given values.
+ComPtr<IItemCommon> MakeContactItem(Contact contact);
+// The values of an item object, or null when it is no contact of this module.
+Contact* ContactOf(IUnknown* item);
+// The common fields of any item object of this module; null for a foreign one.
+ItemFields* FieldsOf(IUnknown* item);
+
+// A new `ContentData`.
+ComPtr<IContentData> MakeContentData(std::string_view bytes);
+// The bytes of any `cdata` object. Throws StatusError: E_FAIL for an object that is none.
+std::string ContentBytes(IUnknown* cdata);
+
+// Registers ContactItem, ContentData and the converters with the class factory.
+void RegisterItemClasses();
+
+}  // namespace qv

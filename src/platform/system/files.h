@@ -1,0 +1,59 @@
+// Files and folders, by native path (bytes, "/" between the parts).
+//
+// Every operation reports through `std::error_code`; none throws on a file's account. The service
+// is replaceable so that a test can fail any single operation. Texts of the module hold paths in
+// their own form, with "\" and perhaps a drive: `NativePath` is the one place that turns them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace qv {
+
+struct FileInfo {
+  uint64_t size = 0;
+  int64_t modifiedNs = 0;  // since 1970, in nanoseconds
+  bool isFolder = false;
+};
+
+struct FolderEntry {
+  std::string name;
+  FileInfo info;
+};
+
+class Files {
+ public:
+  virtual ~Files() = default;
+
+  // A missing file gives std::errc::no_such_file_or_directory. Links are followed.
+  virtual std::error_code Stat(const std::string& path, FileInfo& info) = 0;
+  // Regular files and folders directly below, unordered; "." and ".." left out. An entry that goes
+  // away meanwhile is left out.
+  virtual std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) = 0;
+  // Replaces `bytes`. On failure it holds what was read.
+  virtual std::error_code Read(const std::string& path, std::string& bytes) = 0;
+  // Creates or truncates; not atomic.
+  virtual std::error_code Write(const std::string& path, std::string_view bytes) = 0;
+  // To a temporary name beside it (".", the name, ".tmp"), synced to disk, renamed: readers see
+  // the old or the new file. On failure the temporary file is removed and the old one stands.
+  // The rename itself is on disk only after `SyncFolder`.
+  virtual std::error_code WriteAtomic(const std::string& path, std::string_view bytes) = 0;
+  virtual std::error_code SyncFolder(const std::string& folder) = 0;
+  // A missing file is no failure.
+  virtual std::error_code Remove(const std::string& path) = 0;
+  virtual std::error_code Rename(const std::string& from, const std::string& to) = 0;
+  // With every missing folder above it. An existing folder is no failure.
+  virtual std::error_code MakeFolder(const std::string& path) = 0;
+
+  static Files& Default();
+};
+
+// The native path of a path in the module's form: "\" becomes "/", a leading drive ("C:") is
+// dropped. Nothing for a path that holds : * ? " < > | or a NUL.
+std::optional<std::string> NativePath(std::u16string_view path);
+
+}  // namespace qv

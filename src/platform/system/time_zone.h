@@ -1,0 +1,39 @@
+// The time-zone record: offset from UTC and the yearly daylight rule.
+#pragma once
+
+#include <string_view>
+
+#include "platform/system/system_time.h"
+
+namespace qv {
+
+// UTC = local + bias minutes; in daylight time daylightBias minutes more (usually -60).
+//
+// A yearly rule has year 0 and holds, per date, month, week (in `day`, 5 for the last), day of week
+// and time of day, each in the local time that ends with it. A zone without daylight time has
+// month 0 in both and daylightBias 0.
+struct TimeZoneRecord {
+  int32_t bias = 0;
+  int32_t daylightBias = 0;
+  SystemTime standardDate;
+  SystemTime daylightDate;
+
+  friend bool operator==(const TimeZoneRecord&, const TimeZoneRecord&) = default;
+};
+
+class TimeZone {
+ public:
+  virtual ~TimeZone() = default;
+  // The record of the zone that holds now. Cheap enough to be asked once per date.
+  virtual TimeZoneRecord GetTimeZoneInformation() = 0;
+
+  // TZ as the C library reads it (a zone name, a path, or a rule), else /etc/localtime. The record
+  // comes from the rule behind the last transition (RFC 8536, the footer of a TZif file).
+  static TimeZone& Default();
+};
+
+// The record of a POSIX TZ rule, "CET-1CEST,M3.5.0,M10.5.0/3". Daylight dates of the forms Jn and n
+// cannot be said in a record: such a zone, and an unreadable rule, has no daylight time.
+TimeZoneRecord ParsePosixZone(std::string_view rule);
+
+}  // namespace qv

@@ -1,0 +1,52 @@
+// Text helpers for 16-bit text: comparison, numbers, UTF-8.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qv {
+
+// Replaces in place and returns the number of replacements. When `from` is empty or equals `to`,
+// the answer is npos and the text stays. What a replacement creates is not searched again.
+size_t ReplaceAll(std::u16string& text, std::u16string_view from, std::u16string_view to);
+size_t ReplaceAll(std::string& text, std::string_view from, std::string_view to);
+
+// ASCII letters compare without regard to case, everything else as it stands.
+bool EqualsIgnoreCase(std::u16string_view a, std::u16string_view b);
+bool EqualsIgnoreCase(std::string_view a, std::string_view b);
+
+// The C runtime's rule: blanks, one sign, digits up to the first other character; clamped to 32
+// bits; nothing numeric gives 0.
+int32_t ToInt(std::u16string_view text);
+std::u16string Decimal(int64_t number);
+// As "%0Nd": padded with zeros to `width`, a minus sign counts towards it.
+void AppendPadded(std::u16string& text, int number, int width);
+
+// UTF-8 both ways. Bad bytes and lone surrogates become U+FFFD.
+std::u16string FromUtf8(std::string_view bytes);
+std::string ToUtf8(std::u16string_view text);
+// Appends; true when every byte was part of valid UTF-8 (otherwise nothing is appended).
+bool AppendUtf8(std::string_view bytes, std::u16string& text);
+
+// The characters widened or cut to 7 bits: for constants and numbers.
+std::u16string FromAscii(std::string_view text);
+
+// The UTF-16 bytes of a text, low byte first, no terminator; and back, an odd last byte dropped.
+std::string ToUtf16Le(std::u16string_view text);
+std::u16string FromUtf16Le(std::string_view bytes);
+
+// "." and "..", which every folder walk passes over.
+bool IsDotName(std::u16string_view name);
+// Puts "+" for each \ / : * ? " < > | in turn; nothing else is touched.
+void SanitizeFileName(std::u16string& name);
+
+// A fresh identifier: a new GUID in upper case, 36 characters, without braces.
+std::u16string MakeGuidText();
+
+// Lower-case hexadecimal MD5 of the UTF-16 bytes, 32 characters; that of no bytes for an empty
+// text. Empty when the checksum service fails.
+std::u16string ComputeMd5(std::u16string_view text);
+
+}  // namespace qv
