@@ -27,6 +27,8 @@ struct IItemCommon : IDispatch {
   virtual HRESULT put_KeyFields(BSTR value) noexcept = 0;
   virtual HRESULT get_Md5(BSTR* value) noexcept = 0;
   virtual HRESULT put_Md5(BSTR value) noexcept = 0;
+  // Drops what the item carries but the PC side cannot hold: extras and hidden labels.
+  virtual HRESULT DropSideData() noexcept = 0;
 
  protected:
   ~IItemCommon() = default;
