@@ -9,9 +9,8 @@
 
 namespace qv {
 
-template <const IID& kId>
 struct IConverter : IDispatch {
-  static constexpr IID kIid = kId;
+  static constexpr IID kIid = IID_IConverter;
   virtual HRESULT Initialize(IUnknown* pIConfig) noexcept = 0;
   virtual HRESULT Parse(IUnknown* cdata, IUnknown** item) noexcept = 0;
   virtual HRESULT Serialize(IUnknown* item, IUnknown** cdata) noexcept = 0;
@@ -22,6 +21,13 @@ struct IConverter : IDispatch {
   ~IConverter() = default;
 };
 
-using IVCardConverter = IConverter<IID_IVCardConverter>;
+// Every converter also answers to `IConverter`.
+struct IVCardConverter : IConverter {
+  static constexpr IID kIid = IID_IVCardConverter;
+  using Parent = IConverter;
+
+ protected:
+  ~IVCardConverter() = default;
+};
 
 }  // namespace qv

@@ -46,5 +46,6 @@ inline constexpr IID IID_IFolderConverter = "{DB568A19-E6AB-4194-A940-060EAE27C5
 inline constexpr IID IID_IVCardGroupConverter = "{3AB45D9F-6A81-4490-BEA0-E296757EC465}"_guid;
 inline constexpr IID IID_IContactAccess = "{3E64058F-78B6-4D3D-837A-52D6ED475D75}"_guid;
 inline constexpr IID IID_IModuleSettings = "{D6BC37D5-3C6A-4EBA-8191-40C0114554DC}"_guid;
+inline constexpr IID IID_IConverter = "{3089DE10-8D86-41ED-AF6E-9133D63EBFB6}"_guid;
 
 }  // namespace qv

@@ -6,6 +6,8 @@
 // The count is a plain 32-bit integer: objects belong to one thread. `FinalRelease` runs when the
 // last reference goes, before the destructor, while the count is held at 1, so that it may hand
 // out and take back references to the object; what it throws is dropped.
+//
+// An interface that extends another one names it as `Parent` and the object answers to both.
 #pragma once
 
 #include <tuple>
@@ -110,7 +112,11 @@ class ComObject : public detail::Slots<First>, public detail::Slots<Rest>..., pu
  private:
   template <class Interface>
   bool Match(const IID& iid, IUnknown*& found) noexcept {
-    if (iid != Interface::kIid) return false;
+    bool matches = iid == Interface::kIid;
+    if constexpr (requires { typename Interface::Parent; }) {
+      matches = matches || iid == Interface::Parent::kIid;
+    }
+    if (!matches) return false;
     found = static_cast<Interface*>(this);
     return true;
   }

@@ -1,0 +1,73 @@
+// Which operations a family of stores has of its own, and what the others answer.
+//
+// One row per family, one cell per operation. Outs are cleared before a stub answers: a flag is
+// false then, a list null, a conflict outcome NONE; `GetParentUid` alone hands out an empty text.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "platform/com/types.h"
+
+namespace qv {
+
+enum class StoreFamily : size_t { Pim, Favorites, Chrome, AddressBook, ImportExport, Backup };
+inline constexpr size_t kFamilies = 6;
+
+enum class StoreSlot : size_t {
+  SetDBAccessor,
+  Replace,
+  Delete,
+  GetAllUid,
+  DeleteAll,
+  PrepareSlowSync,
+  ProcessDuplication,
+  ProcessConflictLastModified,
+  OnProcesseSentCmdSuccess,
+  IsFolder,
+  GetParentUid,
+  GetSubUids,
+  SetOutlookMgr,
+  ProcessConflictSubRecur,
+};
+inline constexpr size_t kStoreSlots = 14;
+
+struct SlotAnswer {
+  bool isReal;             // the store's own hook runs
+  HRESULT stub = S_OK;     // otherwise the answer
+  bool testsInput = true;  // null identifiers give E_POINTER
+};
+
+inline constexpr SlotAnswer kReal{true};
+inline constexpr SlotAnswer kStubOk{false, S_OK};
+inline constexpr SlotAnswer kStubFail{false, E_FAIL};
+inline constexpr SlotAnswer kStubUntested{false, S_OK, false};
+
+// Columns in the order of StoreSlot. The backup family's SetDBAccessor is real in the contact
+// members alone: the others override the hook to keep nothing.
+inline constexpr std::array<std::array<SlotAnswer, kStoreSlots>, kFamilies> kStubTable = {{
+    // Pim: contacts and notes have no recurrence, their hook answers as the stub does
+    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kStubOk, kStubOk,
+     kReal, kReal},
+    // Favorites
+    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal,
+     kStubUntested, kStubOk},
+    // Chrome
+    {kReal, kReal, kReal, kReal, kStubFail, kReal, kReal, kReal, kReal, kStubOk, kStubUntested,
+     kStubOk, kStubUntested, kStubOk},
+    // AddressBook
+    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kStubOk, kStubOk,
+     kStubUntested, kStubOk},
+    // ImportExport
+    {kReal, kStubFail, kStubFail, kStubFail, kStubOk, kStubFail, kStubFail, kStubFail, kStubOk,
+     kStubOk, kStubOk, kStubOk, kStubUntested, kStubOk},
+    // Backup
+    {kReal, kStubFail, kStubFail, kReal, kStubOk, kStubFail, kStubFail, kStubFail, kStubOk, kStubOk,
+     kStubOk, kStubOk, kStubUntested, kStubOk},
+}};
+
+constexpr const SlotAnswer& AnswerOf(StoreFamily family, StoreSlot slot) {
+  return kStubTable[static_cast<size_t>(family)][static_cast<size_t>(slot)];
+}
+
+}  // namespace qv

@@ -1,0 +1,80 @@
+#include "stores/module.h"
+
+#include <memory>
+
+#include "framework/class_table.h"
+#include "framework/data_store_config.h"
+#include "framework/data_store_manager.h"
+#include "items/item_objects.h"
+#include "pim/outlook_manager.h"
+#include "platform/com/class_factory.h"
+#include "platform/com/edge.h"
+#include "platform/com/lists.h"
+#include "platform/database/sqlite_accessor.h"
+#include "platform/system/debug_log.h"
+#include "platform/system/registry.h"
+#include "platform/system/service.h"
+#include "stores/outlook/data_store_contact.h"
+#include "support/text.h"
+#include "syncdb/status_item.h"
+
+namespace qv {
+namespace {
+
+class ModuleSettings final : public ComObject<IModuleSettings> {
+ public:
+  HRESULT SetSyncDatabasePath(BSTR path) noexcept override {
+    return Slot(Requires(path), Outs(), [&] {
+      qv::SetSyncDatabasePath(ToUtf8(View(path)));
+      return S_OK;
+    });
+  }
+
+  HRESULT SetOutlookFolder(BSTR path) noexcept override {
+    return Slot(Requires(path), Outs(), [&] {
+      TheOutlookSettings().folder = ToUtf8(View(path));
+      return S_OK;
+    });
+  }
+
+  HRESULT SetRegistryFile(BSTR path) noexcept override {
+    return Slot(Requires(path), Outs(), [&] {
+      static std::unique_ptr<FileRegistry> registry;
+      auto next = std::make_unique<FileRegistry>(ToUtf8(View(path)));
+      Service<Registry>::Replace(next.get());
+      registry = std::move(next);
+      return S_OK;
+    });
+  }
+
+  HRESULT SetDebugLog(BOOL on) noexcept override {
+    static SilentLog silent;
+    Service<DebugLog>::Replace(on != kFalse ? nullptr : &silent);
+    return S_OK;
+  }
+};
+
+struct ClassEntry {
+  std::u16string_view name;
+  CreatedObject (*create)();
+};
+
+// The rows of the class table that have a class behind them.
+constexpr ClassEntry kClasses[] = {
+    {u"DataStoreManager", CreateClass<DataStoreManager>},
+    {u"DataStoreConfig", CreateClass<DataStoreConfig>},
+    {u"DataStoreContact", CreateClass<CDataStoreContact>},
+};
+
+}  // namespace
+
+void RegisterModuleClasses() {
+  RegisterListClasses();
+  RegisterDatabaseClasses();
+  RegisterItemClasses();
+  RegisterStatusClasses();
+  for (const ClassEntry& entry : kClasses) RegisterClass(ClassId(entry.name), entry.create);
+  RegisterClass(CLSID_ModuleSettings, CreateClass<ModuleSettings>);
+}
+
+}  // namespace qv

@@ -1,0 +1,44 @@
+#include "stores/outlook/key_field_list.h"
+
+#include <algorithm>
+
+namespace qv {
+
+void KeyFieldList::Add(ComPtr<IItemCommon> item) {
+  const ItemFields& fields = *FieldsOf(item.get());
+  if (!fields.objUid.empty()) {
+    byUid_[fields.objUid].all.push_back(entries_.size());
+    if (!fields.keyFields.empty()) byKey_[fields.keyFields].all.push_back(entries_.size());
+  }
+  entries_.push_back(std::move(item));
+  ++waiting_;
+}
+
+std::optional<size_t> KeyFieldList::FirstWaiting(const Index& index,
+                                                 const std::u16string& key) const {
+  if (key.empty()) return std::nullopt;
+  const auto found = index.find(key);
+  if (found == index.end()) return std::nullopt;
+  const Positions& positions = found->second;
+  while (positions.next < positions.all.size() && !entries_[positions.all[positions.next]]) {
+    ++positions.next;
+  }
+  if (positions.next == positions.all.size()) return std::nullopt;
+  return positions.all[positions.next];
+}
+
+std::optional<size_t> KeyFieldList::Find(const ItemFields& incoming) const {
+  if (incoming.objUid.empty()) return std::nullopt;
+  const auto byUid = FirstWaiting(byUid_, incoming.objUid);
+  const auto byKey = FirstWaiting(byKey_, incoming.keyFields);
+  if (byUid && byKey) return std::min(*byUid, *byKey);
+  return byUid ? byUid : byKey;
+}
+
+void KeyFieldList::Remove(size_t position) {
+  if (!entries_[position]) return;
+  entries_[position].Reset();
+  --waiting_;
+}
+
+}  // namespace qv

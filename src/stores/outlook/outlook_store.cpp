@@ -1,0 +1,291 @@
+#include "stores/outlook/outlook_store.h"
+
+#include "platform/com/class_factory.h"
+#include "platform/com/edge.h"
+#include "platform/system/debug_log.h"
+#include "support/date_time.h"
+#include "support/text.h"
+#include "support/user_flags.h"
+
+namespace qv {
+namespace {
+
+// Null and empty are the same parent: the root.
+std::u16string_view NormaliseParent(std::u16string_view parent) {
+  return parent.empty() ? kRootParent : parent;
+}
+
+ItemFields& Fields(const ComPtr<IItemCommon>& item) {
+  ItemFields* fields = FieldsOf(item.get());
+  if (fields == nullptr) throw StatusError(E_FAIL);
+  return *fields;
+}
+
+// Who is newer; nothing when a time is missing.
+std::optional<RESV_CONFLTLASTMODIFIED> NewerSide(DATE pc, DATE phone) {
+  if (pc == 0.0 || phone == 0.0) return std::nullopt;
+  const int order = CompareDateTime(pc, phone);
+  if (order == 0) return RESV_CONFLTLASTMODIFIED_IGNORE;
+  return order > 0 ? RESV_CONFLTLASTMODIFIED_SERVERWIN : RESV_CONFLTLASTMODIFIED_CLIENTWIN;
+}
+
+}  // namespace
+
+OutlookStore::OutlookStore(const OutlookTraits& traits)
+    : StoreBase(traits.identity), traits_(traits) {}
+
+OutlookManager& OutlookStore::Outlook() const {
+  if (outlook() == nullptr) throw StatusError(E_FAIL);
+  return *outlook();
+}
+
+bool OutlookStore::OpenOutlook() {
+  OutlookManager& manager = Outlook();
+  if (manager.isInitialized()) return true;  // another store was here first
+  if (!OutlookManager::isOutlookInstalled() || !OutlookManager::isOutlookValid()) return false;
+  return manager.initialize(ReadConfigText(bag(), u"Outlook.CurProfileName")) != 0;
+}
+
+HRESULT OutlookStore::OnInitialize() {
+  converter_ = CreateInstance<IConverter>(traits_.converter);
+  Check(converter_->Initialize(bag()));
+  if (!OpenOutlook()) return E_FAIL;
+  folder_ = ConfigText(&IDataStoreConfig::get_EntryId);
+  int exists = 0;
+  if (!folder_.empty()) Outlook().IsFolderExist(traits_.kind, folder_, &exists);
+  if (!exists) {
+    OutputDebugStringW(Concat({traits_.logTag, u" Folder Not Exist"}));
+    return E_FAIL;
+  }
+  return S_OK;
+}
+
+ComPtr<IItemCommon> OutlookStore::OnParse(const IncomingText& text) {
+  if (!converter_ || !EqualsIgnoreCase(text.mimeType, traits_.mimeType)) return nullptr;
+  ComPtr<IUnknown> item;
+  Check(converter_->Parse(text.cdata, item.Out()));
+  return Query<IItemCommon>(item);
+}
+
+HRESULT OutlookStore::WriteStatus(STATUSDB_UPDATECMD command, const std::u16string& sourceUid,
+                                  std::u16string_view parent, bool isFolder) {
+  OLMetaData data;
+  Check(Outlook().GetMetaData(traits_.kind, sourceUid, data));
+  return OnUpdateStatus(
+      command, {sourceUid, std::u16string(parent), data.modified, isFolder, std::move(data.md5)});
+}
+
+HRESULT OutlookStore::WriteSideRows(const std::u16string& sourceUid, IUnknown* item, bool replace) {
+  const ItemFields& fields = *FieldsOf(item);
+  if (replace || !fields.extras.empty()) {
+    Check(sides_.WriteExtras(sourceUid, fields.extras, replace));
+  }
+  if (!traits_.hasHiddenLabels) return S_OK;
+  const Contact& contact = *ContactOf(item);
+  if (!replace && contact.hidden.empty()) return S_OK;
+  return sides_.WriteHidden(sourceUid, contact.hidden, replace);
+}
+
+HRESULT OutlookStore::ReadSideRows(const std::u16string& sourceUid, IUnknown* item) {
+  Check(sides_.ReadExtras(sourceUid, FieldsOf(item)->extras));
+  return traits_.hasHiddenLabels ? sides_.ReadHidden(sourceUid, *ContactOf(item)) : S_OK;
+}
+
+HRESULT OutlookStore::OnAdd(const IncomingText& text, std::u16string& sourceUid) {
+  if (text.IsFolderDocument()) return E_FAIL;
+  const ComPtr<IItemCommon> item = cachedItem() ? cachedItem() : OnParse(text);
+  if (!item) return E_FAIL;
+  const ItemFields& fields = Fields(item);
+  Check(Outlook().CreateItem(traits_.kind, folder_, item, sourceUid));
+  if (!fields.objUid.empty()) Check(map_.Insert(sourceUid, fields.objUid, fields.objModified));
+  Check(WriteStatus(STATDBUPDATE_ADD, sourceUid, NormaliseParent(text.parent), false));
+  return WriteSideRows(sourceUid, item.get(), false);
+}
+
+HRESULT OutlookStore::OnReplace(const std::u16string& sourceUid, const IncomingText& text) {
+  if (text.IsFolderDocument()) return E_FAIL;
+  const ComPtr<IItemCommon> item = OnParse(text);
+  if (!item) return E_FAIL;
+  const ItemFields& fields = Fields(item);
+  Check(Outlook().UpdateItem(traits_.kind, sourceUid, item));
+  if (!fields.objUid.empty()) Check(map_.Update(sourceUid, fields.objUid, fields.objModified));
+  Check(WriteStatus(STATDBUPDATE_REPL, sourceUid, NormaliseParent(text.parent), false));
+  return WriteSideRows(sourceUid, item.get(), true);
+}
+
+HRESULT OutlookStore::OnDelete(const std::u16string& sourceUid, bool softDelete) {
+  if (softDelete && traits_.softDeleteRefused) return E_FAIL;
+  int exists = 0;
+  Check(Outlook().IsExistItem(traits_.kind, sourceUid, &exists));
+  if (exists) Check(Outlook().DeleteItem(traits_.kind, sourceUid));
+  // Each row goes on its own: only the last result counts.
+  map_.Delete(sourceUid);
+  StatusRow gone;
+  gone.sourceUid = sourceUid;
+  OnUpdateStatus(STATDBUPDATE_DEL, gone);
+  HRESULT result = sides_.DeleteExtras(sourceUid);
+  if (traits_.hasHiddenLabels) result = sides_.DeleteHidden(sourceUid);
+  return exists ? result : DS_S_ALREADY_GONE;
+}
+
+HRESULT OutlookStore::OnGet(const std::u16string& sourceUid, bool updateField, OutgoingItem& out) {
+  ComPtr<IItemCommon> item;
+  HRESULT status = Outlook().GetItem(traits_.kind, sourceUid, item);
+  if (!item) return Failed(status) ? status : E_FAIL;
+  ItemFields& fields = Fields(item);
+  status = map_.ReadOrCreate(sourceUid, fields);
+  if (Succeeded(status) && updateField) {
+    fields.objModified = fields.modified;
+    status = map_.Update(sourceUid, fields.objUid, fields.objModified);
+  }
+  out.parent = NormaliseParent(fields.parentUid);
+  if (Failed(status)) return status;
+  Check(ReadSideRows(sourceUid, item.get()));
+  if (ConfigText(&IDataStoreConfig::get_MimeType) != traits_.mimeType) {
+    return traits_.noOutputResult;
+  }
+  Check(converter_->Serialize(item.get(), out.cdata.Out()));
+  out.mimeType = traits_.mimeType;
+  out.item = item;
+  return S_OK;
+}
+
+HRESULT OutlookStore::OnGetAllUid(std::vector<std::u16string>& uids) {
+  return Outlook().GetEntryIds(traits_.kind, folder_, uids);
+}
+
+HRESULT OutlookStore::OnDeleteAll() {
+  std::vector<std::u16string> ids;
+  Check(Outlook().GetEntryIds(traits_.kind, folder_, ids));
+  for (const std::u16string& id : ids) Check(Outlook().DeleteItem(traits_.kind, id));
+  Check(map_.DeleteAll());
+  const HRESULT extras = Check(sides_.DeleteAllExtras());
+  return traits_.hasHiddenLabels ? sides_.DeleteAllHidden() : extras;
+}
+
+HRESULT OutlookStore::OnPrepareSlowSync() {
+  keyFields_.Clear();
+  std::vector<OLMetaData> datas;
+  Check(Outlook().GetMetaDatas(traits_.kind, folder_, datas, 1));
+  IdentifierMap::Rows known;
+  Check(map_.Load(known));
+  std::vector<NewMapRow> unknown;
+  for (OLMetaData& data : datas) {
+    if (IsSyncStopped()) return E_FAIL;
+    const auto item = CreateInstance<IItemCommon>(traits_.itemClass);
+    ItemFields& fields = Fields(item);
+    fields.modified = LocalToUtc(data.modified, true).value;
+    fields.md5 = std::move(data.md5);
+    fields.keyFields = std::move(data.keyText);
+    if (const auto row = known.find(data.entryId); row != known.end()) {
+      fields.objUid = row->second.objUid;
+      fields.objModified = row->second.objModified;
+    } else {
+      fields.objUid = MakeGuidText();
+      // The item's own time goes in unconverted, only the present is turned into UTC.
+      fields.objModified =
+          data.modified > 0.0 ? data.modified : LocalToUtc(GetCurrentDateTime(), true).value;
+      unknown.push_back({data.entryId, {fields.objUid, fields.objModified}});
+    }
+    fields.sourceUid = std::move(data.entryId);
+    keyFields_.Add(item);
+  }
+  return map_.InsertBatch(unknown);
+}
+
+HRESULT OutlookStore::OnProcessDuplication(const IncomingText& text, DuplicateAnswer& answer) {
+  if (keyFields_.IsEmpty()) return S_OK;
+  if (text.IsFolderDocument()) return E_FAIL;
+  const ComPtr<IItemCommon> item = cachedItem() ? cachedItem() : OnParse(text);
+  if (!item) return E_FAIL;
+  ItemFields& incoming = Fields(item);
+  incoming.keyFields = traits_.keyText(item.get());
+  if (IsSyncStopped()) return E_FAIL;
+  const auto position = keyFields_.Find(incoming);
+  if (!position) return S_OK;
+  const ItemFields& match = keyFields_.At(*position);
+  answer.sourceUid = match.sourceUid;
+  answer.duplicated = true;
+  Check(OnUpdateStatus(STATDBUPDATE_ADD,
+                       {match.sourceUid, std::u16string(NormaliseParent(text.parent)),
+                        UtcToLocal(match.modified, true), false, match.md5}));
+  answer.winner = NewerSide(match.objModified, incoming.objModified);
+  keyFields_.Remove(*position);
+  return S_OK;
+}
+
+HRESULT OutlookStore::OnProcessConflict(const IncomingText& text, const std::u16string& sourceUid,
+                                        RESV_CONFLTLASTMODIFIED& outcome) {
+  if (text.IsFolderDocument()) return S_OK;
+  const ComPtr<IItemCommon> item = OnParse(text);
+  if (!item) return E_FAIL;
+  OLMetaData data;
+  Check(Outlook().GetMetaData(traits_.kind, sourceUid, data));
+  const DATE local = LocalToUtc(data.modified, true).value;
+  outcome = NewerSide(local, Fields(item).objModified).value_or(RESV_CONFLTLASTMODIFIED_NONE);
+  return S_OK;
+}
+
+HRESULT OutlookStore::DeleteSideRows(const std::u16string& sourceUid) {
+  Check(map_.Delete(sourceUid));
+  const HRESULT extras = Check(sides_.DeleteExtras(sourceUid));
+  return traits_.hasHiddenLabels ? sides_.DeleteHidden(sourceUid) : extras;
+}
+
+HRESULT OutlookStore::OnSentCommand(SENTCMD_TYPE command, const std::u16string& sourceUid,
+                                    std::u16string_view parent, bool isFolder) {
+  switch (command) {
+    case SENTCMD_ADD:
+      return WriteStatus(STATDBUPDATE_ADD, sourceUid, NormaliseParent(parent), isFolder);
+    case SENTCMD_REPL:
+    case SENTCMD_MOVE:
+      return WriteStatus(STATDBUPDATE_REPL, sourceUid, NormaliseParent(parent), isFolder);
+    case SENTCMD_DEL: {
+      StatusRow gone;
+      gone.sourceUid = sourceUid;
+      Check(OnUpdateStatus(STATDBUPDATE_DEL, gone));
+      return DeleteSideRows(sourceUid);
+    }
+    case SENTCMD_EXEC:
+      break;
+  }
+  return E_FAIL;
+}
+
+HRESULT OutlookStore::OnBackupTree(ComPtr<IStatusDBItemTree>& root) {
+  return status_.ReadTree(skipsFolderRows(), root);
+}
+
+HRESULT OutlookStore::OnCurrentTree(ComPtr<IStatusDBItemTree>& root) {
+  auto tree = MakeStatusRoot();
+  std::vector<OLMetaData> datas;
+  Check(Outlook().GetMetaDatas(traits_.kind, folder_, datas, 0));
+  if (!datas.empty()) {
+    const auto list = CreateInstance<IUnkList>(CLSID_UnkList);
+    for (OLMetaData& data : datas) {
+      Check(list->Add(MakeStatusNode({std::move(data.entryId), std::u16string(kRootParent),
+                                      data.modified, false, std::move(data.md5)})
+                          .get()));
+    }
+    Check(tree->put_SubItemTree(list.get()));
+  }
+  root = std::move(tree);
+  return S_OK;
+}
+
+HRESULT OutlookStore::OnDeleteAllStatus() {
+  Check(status_.DeleteAll());
+  std::vector<std::u16string> ids;
+  Check(Outlook().GetEntryIds(traits_.kind, folder_, ids));
+  const AliveSet alive(ids.begin(), ids.end());
+  Check(PurgeTable(session(), DatastoreType::Outlook, kDataStoreMap, alive));
+  const HRESULT extras = Check(PurgeTable(session(), DatastoreType::Outlook, kExtraTable, alive));
+  if (!traits_.hasHiddenLabels) return extras;
+  return PurgeTable(session(), DatastoreType::Outlook, kHiddenTable, alive);
+}
+
+HRESULT OutlookStore::OnUpdateStatus(STATUSDB_UPDATECMD command, const StatusRow& row) {
+  return status_.Update(command, row);
+}
+
+}  // namespace qv

@@ -1,0 +1,63 @@
+// The Outlook family: texts onto the items of one folder of the PC side.
+//
+// Each operation is the told sequence of steps; steps done before a failure stay done. A member of
+// the family is a row of traits. There are no folders below the store's own: parents that are null
+// or empty mean "/".
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "items/converters.h"
+#include "stores/outlook/key_field_list.h"
+#include "stores/outlook/outlook_traits.h"
+#include "syncdb/identifier_map.h"
+#include "syncdb/purge.h"
+#include "syncdb/side_tables.h"
+
+namespace qv {
+
+class OutlookStore : public StoreBase {
+ protected:
+  explicit OutlookStore(const OutlookTraits& traits);
+
+ private:
+  HRESULT OnInitialize() final;
+  ComPtr<IItemCommon> OnParse(const IncomingText& text) final;
+  HRESULT OnAdd(const IncomingText& text, std::u16string& sourceUid) final;
+  HRESULT OnReplace(const std::u16string& sourceUid, const IncomingText& text) final;
+  HRESULT OnDelete(const std::u16string& sourceUid, bool softDelete) final;
+  HRESULT OnGet(const std::u16string& sourceUid, bool updateField, OutgoingItem& out) final;
+  HRESULT OnGetAllUid(std::vector<std::u16string>& uids) final;
+  HRESULT OnDeleteAll() final;
+  HRESULT OnPrepareSlowSync() final;
+  HRESULT OnProcessDuplication(const IncomingText& text, DuplicateAnswer& answer) final;
+  HRESULT OnProcessConflict(const IncomingText& text, const std::u16string& sourceUid,
+                            RESV_CONFLTLASTMODIFIED& outcome) final;
+  HRESULT OnSentCommand(SENTCMD_TYPE command, const std::u16string& sourceUid,
+                        std::u16string_view parent, bool isFolder) final;
+  HRESULT OnBackupTree(ComPtr<IStatusDBItemTree>& root) final;
+  HRESULT OnCurrentTree(ComPtr<IStatusDBItemTree>& root) final;
+  HRESULT OnDeleteAllStatus() final;
+  HRESULT OnUpdateStatus(STATUSDB_UPDATECMD command, const StatusRow& row) final;
+
+  // The manager, or StatusError(E_FAIL) when it was not set.
+  OutlookManager& Outlook() const;
+  bool OpenOutlook();
+  // The status row of an item as the PC side has it now.
+  HRESULT WriteStatus(STATUSDB_UPDATECMD command, const std::u16string& sourceUid,
+                      std::u16string_view parent, bool isFolder);
+  HRESULT WriteSideRows(const std::u16string& sourceUid, IUnknown* item, bool replace);
+  HRESULT ReadSideRows(const std::u16string& sourceUid, IUnknown* item);
+  HRESULT DeleteSideRows(const std::u16string& sourceUid);
+
+  const OutlookTraits& traits_;
+  std::u16string folder_;
+  ComPtr<IConverter> converter_;
+  IdentifierMap map_{session()};
+  SideTables sides_{session(), DatastoreType::Outlook};
+  StatusTable status_{session(), *traits_.status};
+  KeyFieldList keyFields_;
+};
+
+}  // namespace qv

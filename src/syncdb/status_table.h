@@ -1,0 +1,50 @@
+// One store's status table: the state that phone and PC last agreed on.
+//
+// Operations return a status and never throw. A row changes only when a change went through to the
+// other side.
+#pragma once
+
+#include <string_view>
+
+#include "syncdb/status_item.h"
+#include "syncdb/sync_session.h"
+
+namespace qv {
+
+// How a table is spelled. Persisted contract.
+struct StatusTableInfo {
+  std::u16string_view table;  // as it stands in a statement
+  std::u16string_view idColumn;
+  std::u16string_view parentColumn;
+  bool hasMd5;
+  bool ordered;  // the read carries ORDER BY
+};
+
+inline constexpr StatusTableInfo kContactStatus = {u"Contact_BackupStatusDB", u"contact_id",
+                                                   u"contact_parentid", true, true};
+
+class StatusTable {
+ public:
+  // The session must outlive the table.
+  StatusTable(const SyncSession& session, const StatusTableInfo& info)
+      : session_(session), info_(info) {}
+
+  // The rows as a tree under the root "/". With `skipFolders` folder rows are left out. A failure
+  // in the middle of the rows ends them and is no failure of the call.
+  HRESULT ReadTree(bool skipFolders, ComPtr<IStatusDBItemTree>& root) noexcept;
+  // An ADD of a row that exists becomes a REPL; a REPL or MOVE of one that does not becomes an
+  // ADD; a DEL of one that does not does nothing. E_FAIL for an unknown command.
+  HRESULT Update(STATUSDB_UPDATECMD command, const StatusRow& row) noexcept;
+  HRESULT DeleteAll() noexcept;
+
+ private:
+  HRESULT Exists(const std::u16string& id, bool& exists) noexcept;
+  std::u16string RowCondition(const std::u16string& id) const;
+  std::u16string InsertText(const StatusRow& row) const;
+  std::u16string UpdateText(const StatusRow& row) const;
+
+  const SyncSession& session_;
+  const StatusTableInfo& info_;
+};
+
+}  // namespace qv

@@ -1,0 +1,73 @@
+#include "syncdb/sync_session.h"
+
+#include "platform/com/status_error.h"
+#include "support/date_time.h"
+#include "support/text.h"
+
+namespace qv {
+
+HRESULT SyncSession::Run(std::u16string_view statement) const noexcept {
+  if (!accessor) return E_FAIL;
+  return Guarded([&] { return accessor->ExecuteNonQuery(session, Bstr(statement)); });
+}
+
+HRESULT Rowset::Query(const SyncSession& session, std::u16string_view statement) noexcept {
+  Close();
+  if (!session.accessor) return E_FAIL;
+  return Guarded([&] {
+    const HRESULT status =
+        session.accessor->ExecuteQuery(session.session, Bstr(statement), &handle_);
+    if (Succeeded(status)) accessor_ = session.accessor;
+    return status;
+  });
+}
+
+bool Rowset::Next() noexcept {
+  if (!accessor_) return false;
+  const HRESULT status =
+      std::exchange(started_, true) ? accessor_->MoveNext(handle_) : accessor_->MoveFirst(handle_);
+  return Succeeded(status) && status != DB_S_ENDOFROWSET;
+}
+
+Variant Rowset::Value(const Bstr& column) const {
+  Variant value;
+  Check(accessor_->GetColumnValue(handle_, column, value.Out()));
+  return value;
+}
+
+std::u16string Rowset::Text(const Bstr& column, std::u16string_view fallback) const {
+  const Variant value = Value(column);
+  return std::u16string(value.IsText() ? value.view() : fallback);
+}
+
+bool Rowset::HasText(const Bstr& column) const {
+  return Value(column).IsText();
+}
+
+int32_t Rowset::Number(const Bstr& column) const {
+  const Variant value = Value(column);
+  if (value.type() == VT_INT || value.type() == VT_I4) return value.get().lVal;
+  return ToInt(value.view());
+}
+
+void Rowset::Close() noexcept {
+  if (accessor_) accessor_->CloseRowset(handle_);
+  accessor_.Reset();
+  handle_ = 0;
+  started_ = false;
+}
+
+DATE GetDateColumn(const Rowset& rows, const Bstr& column) {
+  return ParseDateColumn(rows.Text(column));
+}
+
+std::u16string Concat(std::initializer_list<std::u16string_view> pieces) {
+  size_t length = 0;
+  for (const auto piece : pieces) length += piece.size();
+  std::u16string text;
+  text.reserve(length);
+  for (const auto piece : pieces) text.append(piece);
+  return text;
+}
+
+}  // namespace qv
