@@ -55,8 +55,8 @@ class ComPtr {
 };
 
 // Asks for an interface; null when the object is null or does not have it.
-template <class T>
-ComPtr<T> Query(IUnknown* object) noexcept {
+template <class T, class U>
+ComPtr<T> Query(U* object) noexcept {
   void* found = nullptr;
   if (object == nullptr || Failed(object->QueryInterface(T::kIid, &found))) return nullptr;
   return ComPtr<T>::Adopt(static_cast<T*>(found));
@@ -64,7 +64,7 @@ ComPtr<T> Query(IUnknown* object) noexcept {
 
 template <class T, class U>
 ComPtr<T> Query(const ComPtr<U>& object) noexcept {
-  return Query<T>(static_cast<IUnknown*>(object.get()));
+  return Query<T>(object.get());
 }
 
 }  // namespace qv

@@ -1,0 +1,85 @@
+#include "kit/store_stack.h"
+
+#include "framework/class_table.h"
+#include "stores/module.h"
+#include "syncdb/status_item.h"
+
+namespace qv::test {
+namespace {
+
+std::vector<std::u16string> Identifiers(const ComPtr<IStatusDBItemTree>& root) {
+  std::vector<std::u16string> ids;
+  ComPtr<IUnknown> children;
+  Check(root->get_SubItemTree(children.Out()));
+  if (!children) return ids;
+  for (const auto& node : Members<IStatusDBItemTree>(*Query<IUnkList>(children))) {
+    ComPtr<IStatusDBItem> item;
+    Check(node->get_Item(item.Out()));
+    ids.push_back(ReadStatusItem(*item).sourceUid);
+  }
+  return ids;
+}
+
+}  // namespace
+
+StoreStack::StoreStack(const StoreSample& storeSample)
+    : sample(storeSample), mimeType(storeSample.mimeType), settingsBefore_(TheOutlookSettings()) {
+  RegisterModuleClasses();
+  registry.CreateKey(kStopKey);
+  TheOutlookSettings() = {folder.File("pc"), true, true};
+  if (!outlook.initialize(u"")) throw StatusError(E_FAIL);
+  outlookFolder = outlook.DefaultFolder(sample.kind);
+  const std::u16string name(sample.configName);
+  bag->values[name + u".SourceURI"] = u"uri";
+  bag->values[name + u".MimeType"] = sample.mimeType;
+  bag->values[name + u".EntryId"] = outlookFolder;
+  db = OpenRecorder();
+  store = CreateInstance<IDataStore>(ClassId(sample.className));
+  status = Query<IStatusDB>(store);
+  Check(store->SetDBAccessor(Query<IUnknown>(db).get()));
+  Check(store->SetOutlookMgr(ToUnknownArgument(&outlook)));
+  Check(store->Initialize(bag.get()));
+  Check(store->SetTargetKey(Bstr(u"P1")));
+  db->Forget();
+}
+
+StoreStack::~StoreStack() {
+  TheOutlookSettings() = settingsBefore_;
+}
+
+HRESULT StoreStack::TryAdd(const std::string& text, std::u16string* id) {
+  Bstr created;
+  const HRESULT result = store->Add(Content(text).get(), mimeType, nullptr, created.Out());
+  if (id != nullptr) *id = created.str();
+  return result;
+}
+
+std::u16string StoreStack::Add(const std::string& text) {
+  std::u16string id;
+  Check(TryAdd(text, &id));
+  return id;
+}
+
+std::string StoreStack::Get(const std::u16string& id, bool updateField) {
+  Bstr type;
+  Bstr parent;
+  ComPtr<IUnknown> item;
+  ComPtr<IUnknown> content;
+  Check(store->Get(Bstr(id), ToBool(updateField), type.Out(), parent.Out(), item.Out(),
+                   content.Out()));
+  return ContentBytes(content.get());
+}
+
+std::vector<std::u16string> StoreStack::Backup() {
+  ComPtr<IStatusDBItemTree> root;
+  Check(status->GetBackupStatusDB(root.Out()));
+  return Identifiers(root);
+}
+
+std::vector<std::u16string> StoreStack::Current() {
+  ComPtr<IStatusDBItemTree> root;
+  Check(status->GetCurrentStatusDB(root.Out()));
+  return Identifiers(root);
+}
+
+}  // namespace qv::test

@@ -1,0 +1,71 @@
+// A store with everything it stands on, in a folder of its own.
+#pragma once
+
+#include <string>
+
+#include "framework/outlook_argument.h"
+#include "framework/store_contract.h"
+#include "items/item_objects.h"
+#include "kit/accessor_fakes.h"
+#include "kit/engine_bag.h"
+#include "kit/platform_fakes.h"
+#include "pim/outlook_manager.h"
+#include "platform/system/registry.h"
+#include "syncdb/status_interfaces.h"
+
+namespace qv::test {
+
+// What the suites need to know of a store class.
+struct StoreSample {
+  const char* name;               // for the test's name
+  std::u16string_view className;  // in the class table
+  std::u16string_view configName;
+  std::u16string_view mimeType;
+  OlObjectClass kind;
+  std::u16string_view statusTable;
+  std::u16string_view idColumn;
+  std::string (*text)(int which, const char* uid, const char* modified);  // one item's text
+};
+
+// The clock stands at 2024-03-05 06:07:08 UTC and the zone is UTC until a test moves them.
+class StoreStack {
+ public:
+  explicit StoreStack(const StoreSample& sample);
+  ~StoreStack();
+
+  // Each throws StatusError when the call fails; the texts go in with the sample's type.
+  std::u16string Add(const std::string& text);
+  std::string Get(const std::u16string& id, bool updateField = false);
+  // The status alone.
+  HRESULT TryAdd(const std::string& text, std::u16string* id = nullptr);
+  ComPtr<IContentData> Content(const std::string& text) const { return MakeContentData(text); }
+  // Identifiers of a snapshot, in order.
+  std::vector<std::u16string> Backup();
+  std::vector<std::u16string> Current();
+  void Stop(bool stop) { registry.WriteNumber(kStopKey, "SyncStop", stop ? 1 : 0); }
+
+  static constexpr std::string_view kStopKey = R"(SOFTWARE\Quovia\Quovia Deskhub\1.0\Sync)";
+
+  const StoreSample& sample;
+  Bstr mimeType;
+  TempFolder folder;
+  FakeClock clock{1'709'618'828};
+  FixedZone zone;
+  RecordingLog log;
+  FileRegistry registry{folder.File("registry.ini")};
+  ScopedService<Clock> useClock{clock};
+  ScopedService<TimeZone> useZone{zone};
+  ScopedService<DebugLog> useLog{log};
+  ScopedService<Registry> useRegistry{registry};
+  OutlookManager outlook;
+  ComPtr<RecordingAccessor> db;
+  ComPtr<MemoryBag> bag = MakeObject<MemoryBag>();
+  ComPtr<IDataStore> store;
+  ComPtr<IStatusDB> status;
+  std::u16string outlookFolder;
+
+ private:
+  OutlookSettings settingsBefore_;
+};
+
+}  // namespace qv::test

@@ -1,0 +1,148 @@
+#include <gtest/gtest.h>
+
+#include "framework/class_table.h"
+#include "kit/samples.h"
+#include "stores/outlook/key_field_list.h"
+
+namespace qv {
+namespace {
+
+using test::Card;
+using test::StoreStack;
+using test::Table;
+
+class ContactStore : public testing::Test {
+ protected:
+  StoreStack s{test::kContactSample};
+};
+
+TEST_F(ContactStore, WhatOutlookCannotHoldComesBackFromTheSideTables) {
+  const std::string text =
+      "BEGIN:VCARD\r\nVERSION:2.1\r\nN:O'Hara;Kim\r\nUID:u'1\r\nX-PET;KIND=cat:it's\r\n"
+      "TEL;CELL;X-SECRET:123\r\nEMAIL;INTERNET;HOME:a@x\r\nEMAIL;X-CLUB:b@x\r\n"
+      "ADR;DOM;HOME:;;Way 1;Town;;;\r\nEND:VCARD\r\n";
+  const std::u16string id = s.Add(text);
+  EXPECT_EQ(s.db->Rows(u"ExtraDB", {u"property", u"value"}), (Table{{u"X-PET;KIND=cat", u"it's"}}));
+  EXPECT_EQ(s.db->Rows(u"HiddenDB", {u"property"}).size(), 4u);
+  const std::string first = s.Get(id);
+  for (const char* kept :
+       {"UID:u'1\r\n", "X-PET;KIND=cat:it's\r\n", "X-SECRET:123", "X-CLUB:b@x", "DOM"}) {
+    EXPECT_NE(first.find(kept), std::string::npos) << kept << "\n" << first;
+  }
+  EXPECT_EQ(s.Get(id), first) << "reading prunes nothing that is in use";
+
+  Bstr fields;
+  ASSERT_EQ(s.store->Replace(Bstr(id), s.Content(Card(1, "u'1", nullptr)).get(), s.mimeType, kFalse,
+                             nullptr, fields.Out()),
+            S_OK);
+  EXPECT_TRUE(s.db->Rows(u"ExtraDB", {u"value"}).empty());
+  EXPECT_TRUE(s.db->Rows(u"HiddenDB", {u"value"}).empty());
+}
+
+TEST_F(ContactStore, AnotherConfiguredTypeGivesNothingAndSucceeds) {
+  const std::u16string id = s.Add(Card(1, "u1", nullptr));
+  const auto other = CreateInstance<IDataStore>(ClassId(u"DataStoreContact"));
+  s.bag->values[u"DataStore.Contact.MimeType"] = u"text/vcard";
+  ASSERT_EQ(other->SetDBAccessor(Query<IUnknown>(s.db).get()), S_OK);
+  ASSERT_EQ(other->SetOutlookMgr(ToUnknownArgument(&s.outlook)), S_OK);
+  ASSERT_EQ(other->Initialize(s.bag.get()), S_OK);
+  Bstr type;
+  Bstr parent;
+  ComPtr<IUnknown> item;
+  ComPtr<IUnknown> content;
+  EXPECT_EQ(other->Get(Bstr(id), kFalse, type.Out(), parent.Out(), item.Out(), content.Out()),
+            S_OK);
+  EXPECT_EQ(parent.view(), u"/");
+  EXPECT_TRUE(type.get() == nullptr && !item && !content);
+}
+
+TEST_F(ContactStore, InitializeNeedsItsFolderAndOutlook) {
+  struct Case {
+    const char16_t* folder;
+    bool installed;
+    bool valid;
+    const char16_t* message;
+  };
+  const std::u16string good = s.outlookFolder;
+  for (const Case& c :
+       {Case{u"", true, true, u"[DataStoreContact] Folder Not Exist"},
+        Case{u"NO SUCH", true, true, u"[DataStoreContact] Folder Not Exist"},
+        Case{good.c_str(), false, true, nullptr}, Case{good.c_str(), true, false, nullptr}}) {
+    OutlookManager manager;
+    TheOutlookSettings().installed = c.installed;
+    TheOutlookSettings().valid = c.valid;
+    s.bag->values[u"DataStore.Contact.EntryId"] = c.folder;
+    s.log.Clear();
+    const auto store = CreateInstance<IDataStore>(ClassId(u"DataStoreContact"));
+    store->SetOutlookMgr(ToUnknownArgument(&manager));
+    EXPECT_EQ(store->Initialize(s.bag.get()), E_FAIL);
+    if (c.message != nullptr) {
+      EXPECT_EQ(s.log.Count(c.message), 1u);
+    }
+    EXPECT_EQ(s.log.Count(u"[QVSyncEngine] CDataStoreContact::Initialize() End"), 0u);
+  }
+}
+
+TEST_F(ContactStore, DuplicatesAreFoundByKeyTextWhenBothHaveAUid) {
+  const std::u16string id = s.Add(Card(1, "pc-uid", "20240101T000000Z"));
+  s.Add(Card(2, nullptr, nullptr));
+  ASSERT_EQ(s.store->PrepareSlowSync(), S_OK);
+  const auto match = [&](const std::string& text) {
+    Bstr found;
+    BOOL duplicated = 0;
+    auto winner = RESV_CONFLTLASTMODIFIED_NONE;
+    EXPECT_EQ(s.store->ProcessDuplication(nullptr, s.Content(text).get(), s.mimeType, found.Out(),
+                                          &winner, &duplicated),
+              S_OK);
+    return found.str();
+  };
+  EXPECT_EQ(match(Card(1, nullptr, nullptr)), u"") << "no uid, no duplicate";
+  EXPECT_EQ(match(Card(3, "phone-uid", nullptr)), u"");
+  EXPECT_EQ(match(Card(1, "phone-uid", nullptr)), id);
+  EXPECT_NE(match(Card(2, "phone-uid", nullptr)), u"") << "the map gave the second one a uid";
+}
+
+TEST(KeyFieldList, AnswersAsAWalkFromTheFront) {
+  RegisterItemClasses();
+  struct Entry {
+    std::u16string uid;
+    std::u16string key;
+  };
+  // Every pairing of three uids and three keys, empty ones among them, in a fixed shuffle.
+  const std::u16string values[] = {u"", u"a", u"b"};
+  std::vector<Entry> entries;
+  for (unsigned i = 0; i < 60; ++i) {
+    const unsigned mixed = i * 2654435761u >> 8;
+    entries.push_back({values[mixed % 3], values[mixed / 3 % 3]});
+  }
+  KeyFieldList list;
+  std::vector<bool> gone(entries.size());
+  for (const Entry& entry : entries) {
+    Contact contact;
+    contact.fields.objUid = entry.uid;
+    contact.fields.keyFields = entry.key;
+    list.Add(MakeContactItem(contact));
+  }
+  const auto walk = [&](const Entry& in) -> std::optional<size_t> {
+    for (size_t i = 0; i < entries.size(); ++i) {
+      if (gone[i] || entries[i].uid.empty() || in.uid.empty()) continue;
+      if (entries[i].uid == in.uid || (!in.key.empty() && entries[i].key == in.key)) return i;
+    }
+    return std::nullopt;
+  };
+  for (size_t round = 0; round < 200; ++round) {
+    const Entry& in = entries[round * 7 % entries.size()];
+    ItemFields incoming;
+    incoming.objUid = in.uid;
+    incoming.keyFields = in.key;
+    const auto expected = walk(in);
+    ASSERT_EQ(list.Find(incoming), expected) << round;
+    if (expected) {
+      list.Remove(*expected);
+      gone[*expected] = true;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace qv

@@ -1,0 +1,96 @@
+// The module as a host meets it: a shared library and one function.
+#include "stores/module.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include "framework/class_table.h"
+#include "framework/store_contract.h"
+#include "items/converters.h"
+#include "kit/engine_bag.h"
+#include "kit/platform_fakes.h"
+#include "platform/com/class_factory.h"
+#include "platform/com/lists.h"
+#include "platform/com/status_error.h"
+#include "syncdb/status_interfaces.h"
+
+namespace qv {
+namespace {
+
+class Module : public testing::Test {
+ protected:
+  Module() : library_(dlopen(QV_MODULE_PATH, RTLD_NOW | RTLD_LOCAL)) {
+    EXPECT_NE(library_, nullptr) << dlerror();
+    getClassObject_ = Symbol<HRESULT(const CLSID&, const IID&, void**)>("DllGetClassObject");
+  }
+  ~Module() override { dlclose(library_); }
+
+  template <class Function>
+  Function* Symbol(const char* name) {
+    auto* symbol = reinterpret_cast<Function*>(dlsym(library_, name));
+    EXPECT_NE(symbol, nullptr) << name;
+    return symbol;
+  }
+
+  template <class Interface>
+  ComPtr<Interface> Make(const CLSID& clsid) {
+    ComPtr<IClassFactory> factory;
+    Check(getClassObject_(clsid, IClassFactory::kIid, reinterpret_cast<void**>(factory.Out())));
+    ComPtr<Interface> object;
+    Check(
+        factory->CreateInstance(nullptr, Interface::kIid, reinterpret_cast<void**>(object.Out())));
+    return object;
+  }
+
+  void* library_;
+  HRESULT (*getClassObject_)(const CLSID&, const IID&, void**);
+};
+
+TEST_F(Module, ServesEverythingThroughItsFourExports) {
+  test::TempFolder folder;
+  auto* canUnload = Symbol<HRESULT()>("DllCanUnloadNow");
+  EXPECT_EQ(Symbol<HRESULT()>("DllRegisterServer")(), S_OK);
+  EXPECT_EQ(Symbol<HRESULT()>("DllUnregisterServer")(), S_OK);
+  EXPECT_EQ(canUnload(), S_OK);
+
+  const auto path = [&](const char* name) {
+    const std::string file = folder.File(name);
+    return Bstr(std::u16string(file.begin(), file.end()));
+  };
+  {
+    const auto settings = Make<IModuleSettings>(CLSID_ModuleSettings);
+    ASSERT_EQ(settings->SetSyncDatabasePath(path("sync.db")), S_OK);
+    ASSERT_EQ(settings->SetOutlookFolder(path("pc")), S_OK);
+    ASSERT_EQ(settings->SetRegistryFile(path("registry.ini")), S_OK);
+    ASSERT_EQ(settings->SetDebugLog(kFalse), S_OK);
+
+    const auto bag = MakeObject<test::MemoryBag>();
+    bag->values = {{u"DataStore.Contact", u"true"},
+                   {u"DataStore.Contact.Sync", u"true"},
+                   {u"DataStore.Contact.CLSID", FormatGuid(ClassId(u"DataStoreContact"))},
+                   {u"DataStore.Contact.SourceURI", u"contacts"}};
+    const auto manager = Make<IDataStoreMgr>(ClassId(u"DataStoreManager"));
+    EXPECT_EQ(manager->Initialize(bag.get()), E_FAIL) << "no folder is named";
+    EXPECT_TRUE(Make<IStatusDB>(ClassId(u"DataStoreContact")));
+    EXPECT_EQ(canUnload(), S_FALSE);
+  }
+  EXPECT_EQ(canUnload(), S_OK);
+}
+
+TEST_F(Module, MakesTheClassesOfItsTableAndTheClosedOnes) {
+  for (const char16_t* name : {u"DataStoreManager", u"DataStoreConfig", u"StatusDBItem",
+                               u"StatusDBItemTree", u"DataStoreContact"}) {
+    EXPECT_TRUE(Make<IUnknown>(ClassId(name))) << FormatGuid(ClassId(name)).size();
+  }
+  for (const CLSID& clsid : {CLSID_DBAccessor, CLSID_UnkList, CLSID_VarList, CLSID_ContentData,
+                             CLSID_ContactItem, CLSID_VCardConverter}) {
+    EXPECT_TRUE(Make<IUnknown>(clsid));
+  }
+  EXPECT_TRUE(Make<IVCardConverter>(CLSID_VCardConverter));
+  void* out = nullptr;
+  EXPECT_EQ(getClassObject_(ClassId(u"DataStore"), IClassFactory::kIid, &out),
+            CLASS_E_CLASSNOTAVAILABLE);
+}
+
+}  // namespace
+}  // namespace qv
