@@ -85,7 +85,7 @@ HRESULT IdentifierMap::DeleteAll() noexcept {
 HRESULT IdentifierMap::Exists(std::u16string_view id, bool& exists) noexcept {
   exists = false;
   return Guarded([&] {
-    Rowset rows;
+    QueryRows rows;
     const HRESULT status = rows.Query(session_, Concat({u"SELECT datastore_id FROM ", kDataStoreMap,
                                                         RowKey(session_, kType, id)}));
     exists = Succeeded(status) && rows.Next();
@@ -96,7 +96,7 @@ HRESULT IdentifierMap::Exists(std::u16string_view id, bool& exists) noexcept {
 HRESULT IdentifierMap::ReadOrCreate(std::u16string_view id, ItemFields& item) noexcept {
   return Guarded([&] {
     // The source URI does not stand in this key.
-    Rowset rows;
+    QueryRows rows;
     const HRESULT status = rows.Query(
         session_, Concat({u"SELECT obj_uid,obj_modified FROM ", kDataStoreMap,
                           u" WHERE datastore_id='", id, u"' AND profile_id='", session_.targetKey,
@@ -120,7 +120,7 @@ HRESULT IdentifierMap::ReadOrCreate(std::u16string_view id, ItemFields& item) no
 HRESULT IdentifierMap::Load(Rows& map) noexcept {
   return Guarded([&] {
     static const Bstr kId(u"datastore_id");
-    Rowset rows;
+    QueryRows rows;
     const HRESULT status = rows.Query(
         session_,
         Concat({u"SELECT datastore_id,obj_uid,obj_modified FROM ", kDataStoreMap,

@@ -36,7 +36,7 @@ HRESULT PurgeTable(const SyncSession& session, DatastoreType type, std::u16strin
                                                             : u"SELECT DISTINCT datastore_id FROM ";
     std::vector<std::u16string> dead;
     {
-      Rowset rows;
+      QueryRows rows;
       if (const HRESULT status = rows.Query(session, Concat({head, table, where}));
           Failed(status)) {
         return status;

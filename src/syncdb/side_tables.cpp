@@ -150,7 +150,7 @@ HRESULT SideTables::ReadExtras(std::u16string_view id,
   return Guarded([&] {
     static const Bstr kProperty(u"property");
     static const Bstr kValue(u"value");
-    Rowset rows;
+    QueryRows rows;
     const HRESULT status = rows.Query(session_, Concat({u"SELECT property,value FROM ", kExtraTable,
                                                         RowKey(session_, type_, id)}));
     if (Failed(status)) return status;
@@ -165,7 +165,7 @@ HRESULT SideTables::ReadHidden(std::u16string_view id, Contact& contact) noexcep
     static const Bstr kValue(u"value");
     static const Bstr kExtended(u"extended");
     static const Bstr kIsCustom(u"iscustom");
-    Rowset rows;
+    QueryRows rows;
     const HRESULT status =
         rows.Query(session_, Concat({u"SELECT property,value,extended,iscustom FROM ", kHiddenTable,
                                      RowKey(session_, type_, id)}));

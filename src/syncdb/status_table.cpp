@@ -39,7 +39,7 @@ HRESULT StatusTable::ReadTree(bool skipFolders, ComPtr<IStatusDBItemTree>& root)
     static const Bstr kIsFolder(u"isfolder");
     static const Bstr kMd5(u"md5");
 
-    Rowset rows;
+    QueryRows rows;
     const HRESULT status = rows.Query(
         session_,
         Concat({u"SELECT ", info_.idColumn, u",", info_.parentColumn, u",modified,isfolder",
@@ -81,7 +81,7 @@ std::u16string StatusTable::RowCondition(const std::u16string& id) const {
 HRESULT StatusTable::Exists(const std::u16string& id, bool& exists) noexcept {
   exists = false;
   return Guarded([&] {
-    Rowset rows;
+    QueryRows rows;
     const HRESULT status = rows.Query(
         session_, Concat({u"SELECT ", info_.idColumn, u" FROM ", info_.table, RowCondition(id)}));
     exists = Succeeded(status) && rows.Next();

@@ -11,7 +11,7 @@ HRESULT SyncSession::Run(std::u16string_view statement) const noexcept {
   return Guarded([&] { return accessor->ExecuteNonQuery(session, Bstr(statement)); });
 }
 
-HRESULT Rowset::Query(const SyncSession& session, std::u16string_view statement) noexcept {
+HRESULT QueryRows::Query(const SyncSession& session, std::u16string_view statement) noexcept {
   Close();
   if (!session.accessor) return E_FAIL;
   return Guarded([&] {
@@ -22,42 +22,42 @@ HRESULT Rowset::Query(const SyncSession& session, std::u16string_view statement)
   });
 }
 
-bool Rowset::Next() noexcept {
+bool QueryRows::Next() noexcept {
   if (!accessor_) return false;
   const HRESULT status =
       std::exchange(started_, true) ? accessor_->MoveNext(handle_) : accessor_->MoveFirst(handle_);
   return Succeeded(status) && status != DB_S_ENDOFROWSET;
 }
 
-Variant Rowset::Value(const Bstr& column) const {
+Variant QueryRows::Value(const Bstr& column) const {
   Variant value;
   Check(accessor_->GetColumnValue(handle_, column, value.Out()));
   return value;
 }
 
-std::u16string Rowset::Text(const Bstr& column, std::u16string_view fallback) const {
+std::u16string QueryRows::Text(const Bstr& column, std::u16string_view fallback) const {
   const Variant value = Value(column);
   return std::u16string(value.IsText() ? value.view() : fallback);
 }
 
-bool Rowset::HasText(const Bstr& column) const {
+bool QueryRows::HasText(const Bstr& column) const {
   return Value(column).IsText();
 }
 
-int32_t Rowset::Number(const Bstr& column) const {
+int32_t QueryRows::Number(const Bstr& column) const {
   const Variant value = Value(column);
   if (value.type() == VT_INT || value.type() == VT_I4) return value.get().lVal;
   return ToInt(value.view());
 }
 
-void Rowset::Close() noexcept {
+void QueryRows::Close() noexcept {
   if (accessor_) accessor_->CloseRowset(handle_);
   accessor_.Reset();
   handle_ = 0;
   started_ = false;
 }
 
-DATE GetDateColumn(const Rowset& rows, const Bstr& column) {
+DATE GetDateColumn(const QueryRows& rows, const Bstr& column) {
   return ParseDateColumn(rows.Text(column));
 }
 

@@ -25,12 +25,12 @@ struct SyncSession {
 };
 
 // The rows of one query; closed when it dies.
-class Rowset {
+class QueryRows {
  public:
-  Rowset() = default;
-  Rowset(const Rowset&) = delete;
-  Rowset& operator=(const Rowset&) = delete;
-  ~Rowset() { Close(); }
+  QueryRows() = default;
+  QueryRows(const QueryRows&) = delete;
+  QueryRows& operator=(const QueryRows&) = delete;
+  ~QueryRows() { Close(); }
 
   // E_FAIL without an accessor.
   HRESULT Query(const SyncSession& session, std::u16string_view statement) noexcept;
@@ -52,7 +52,7 @@ class Rowset {
 };
 
 // A time column as an automation date: 0.0 for NULL, for an empty and for an unreadable text.
-DATE GetDateColumn(const Rowset& rows, const Bstr& column);
+DATE GetDateColumn(const QueryRows& rows, const Bstr& column);
 
 // The pieces one behind the other.
 std::u16string Concat(std::initializer_list<std::u16string_view> pieces);
