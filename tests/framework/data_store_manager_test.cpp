@@ -8,6 +8,7 @@
 #include "kit/platform_fakes.h"
 #include "platform/com/class_factory.h"
 #include "platform/com/lists.h"
+#include "platform/database/sqlite_accessor.h"
 
 namespace qv {
 namespace {
@@ -48,6 +49,7 @@ class Manager : public testing::Test {
  protected:
   Manager() {
     g_journal = &journal;
+    SetSyncDatabasePath(":memory:");
     RegisterListClasses();
     RegisterClass(kStoreClass, CreateClass<FakeStore>);
     RegisterClass("{33333333-0000-0000-0000-000000000002}"_guid, CreateClass<UnkList>);

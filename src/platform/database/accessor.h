@@ -23,7 +23,8 @@ struct IDBAccessor : IDispatch {
   virtual HRESULT EndSession(int32_t session) noexcept = 0;
   virtual HRESULT GetSessionId(int32_t* session) noexcept = 0;
   // Exactly one statement. Text behind it, a comment outside a literal, and anything but SELECT,
-  // INSERT, UPDATE and DELETE are E_FAIL and run nothing.
+  // INSERT, UPDATE and DELETE are E_FAIL and run nothing; so are a statement that belongs in the
+  // other of the two operations and a `?` marker, which only a batch has values for.
   virtual HRESULT ExecuteQuery(int32_t session, BSTR statement, int32_t* rowset) noexcept = 0;
   virtual HRESULT ExecuteNonQuery(int32_t session, BSTR statement) noexcept = 0;
   virtual HRESULT MoveFirst(int32_t rowset) noexcept = 0;

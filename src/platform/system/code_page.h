@@ -1,7 +1,8 @@
 // Code pages: narrow text from and to UTF-16.
 //
 // Pages 0 and 3 are the one settable ANSI page, windows-1252 unless set; 65001 is UTF-8; any other
-// number is the page "CPnnn" of the C library's iconv. The process locale never decides.
+// number is the page "CPnnn" of the C library's iconv, or plain ASCII where iconv has none. The
+// process locale never decides.
 #pragma once
 
 #include <cstdint>

@@ -32,14 +32,16 @@ class Files {
   // A missing file gives std::errc::no_such_file_or_directory. Links are followed.
   virtual std::error_code Stat(const std::string& path, FileInfo& info) = 0;
   // Regular files and folders directly below, unordered; "." and ".." left out. An entry that goes
-  // away meanwhile is left out.
+  // away meanwhile, and a link that leads nowhere, is left out. On failure there are no entries.
   virtual std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) = 0;
-  // Replaces `bytes`. On failure it holds what was read.
+  // Replaces `bytes`. On failure it holds what was read. Only regular files can be read.
   virtual std::error_code Read(const std::string& path, std::string& bytes) = 0;
   // Creates or truncates; not atomic.
   virtual std::error_code Write(const std::string& path, std::string_view bytes) = 0;
-  // To a temporary name beside it (".", the name, ".tmp"), synced to disk, renamed: readers see
-  // the old or the new file. On failure the temporary file is removed and the old one stands.
+  // To a temporary name beside it (".", the name cut to fit, ".tmp"), synced to disk, renamed:
+  // readers see the old or the new file, which keeps the permission bits of the old one. A link
+  // stays and its target is replaced. On failure the temporary file is removed and the old one
+  // stands.
   // The rename itself is on disk only after `SyncFolder`.
   virtual std::error_code WriteAtomic(const std::string& path, std::string_view bytes) = 0;
   virtual std::error_code SyncFolder(const std::string& folder) = 0;
@@ -53,7 +55,8 @@ class Files {
 };
 
 // The native path of a path in the module's form: "\" becomes "/", a leading drive ("C:") is
-// dropped. Nothing for a path that holds : * ? " < > | or a NUL.
+// dropped. Nothing for a path that holds : * ? " < > | or a NUL, or a lone surrogate, under which
+// two names would become one.
 std::optional<std::string> NativePath(std::u16string_view path);
 
 }  // namespace qv

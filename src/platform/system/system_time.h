@@ -30,4 +30,10 @@ std::optional<SystemTime> VariantTimeToSystemTime(DATE date);
 // the like give nothing.
 std::optional<DATE> SystemTimeToVariantTime(const SystemTime& time);
 
+// The same span as one number: whole seconds since midnight of 30 December 1899 (so negative for
+// earlier moments), rounded as above; and the one date that stands for such a number. Nothing
+// outside the span.
+std::optional<int64_t> VariantTimeToSeconds(DATE date);
+std::optional<DATE> SecondsToVariantTime(int64_t seconds);
+
 }  // namespace qv

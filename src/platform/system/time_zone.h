@@ -33,7 +33,10 @@ class TimeZone {
 };
 
 // The record of a POSIX TZ rule, "CET-1CEST,M3.5.0,M10.5.0/3". Daylight dates of the forms Jn and n
-// cannot be said in a record: such a zone, and an unreadable rule, has no daylight time.
+// cannot be said in a record: such a zone, and one whose dates cannot be read, has no daylight
+// time; a rule that cannot be read from the start is UTC. A transition before or after its own day
+// is moved to the first or last second of that day. Of two offsets the one nearer to the west is
+// the standard, whatever the rule calls it, so that daylightBias is never above 0.
 TimeZoneRecord ParsePosixZone(std::string_view rule);
 
 }  // namespace qv

@@ -1,0 +1,236 @@
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <new>
+
+#include "platform/system/files.h"
+#include "platform/system/unique_fd.h"
+
+namespace qv {
+namespace {
+
+constexpr size_t kNameLimit = 255;  // bytes in one name, on every Linux file system
+
+std::error_code LastError() {
+  return {errno, std::generic_category()};
+}
+
+std::error_code Error(std::errc code) {
+  return std::make_error_code(code);
+}
+
+template <class Call>
+auto Retry(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+UniqueFd Open(const std::string& path, int flags, mode_t mode = 0) {
+  return UniqueFd(Retry([&] { return open(path.c_str(), flags | O_CLOEXEC, mode); }));
+}
+
+FileInfo InfoOf(const struct stat& data) {
+  FileInfo info;
+  info.size = static_cast<uint64_t>(data.st_size);
+  info.modifiedNs =
+      static_cast<int64_t>(data.st_mtim.tv_sec) * 1'000'000'000 + data.st_mtim.tv_nsec;
+  info.isFolder = S_ISDIR(data.st_mode);
+  return info;
+}
+
+std::error_code WriteAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = Retry([&] { return write(fd, bytes.data(), bytes.size()); });
+    if (written < 0) return LastError();
+    bytes.remove_prefix(static_cast<size_t>(written));
+  }
+  return {};
+}
+
+// Some file systems tell of a full disk only here. The descriptor is gone whatever the answer.
+std::error_code Close(UniqueFd fd) {
+  return close(fd.Detach()) == 0 || errno == EINTR ? std::error_code() : LastError();
+}
+
+// Up to the end of the file, however its size changes meanwhile.
+std::error_code ReadAll(int fd, size_t expected, std::string& bytes) {
+  size_t filled = 0;
+  std::error_code error;
+  bytes.resize(expected + 1);  // one more, so that the end shows without growing
+  while (true) {
+    const ssize_t got =
+        Retry([&] { return read(fd, bytes.data() + filled, bytes.size() - filled); });
+    if (got < 0) error = LastError();
+    if (got <= 0) break;
+    filled += static_cast<size_t>(got);
+    if (filled == bytes.size()) bytes.resize(std::max<size_t>(4096, filled * 2));
+  }
+  bytes.resize(filled);
+  return error;
+}
+
+// "folder/.name.tmp" of "folder/name". A name near the limit is cut, between characters.
+std::string TemporaryName(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  const size_t start = slash == std::string::npos ? 0 : slash + 1;
+  std::string name = path.substr(start);
+  size_t room = kNameLimit - 5;
+  if (name.size() > room) {
+    while (room > 0 && (static_cast<unsigned char>(name[room]) & 0xC0) == 0x80) --room;
+    name.resize(room);
+  }
+  return path.substr(0, start) + "." + name + ".tmp";
+}
+
+// Where a link points, so that the link stays and its target is replaced.
+std::string BehindLink(const std::string& path) {
+  struct stat data;
+  if (lstat(path.c_str(), &data) != 0 || !S_ISLNK(data.st_mode)) return path;
+  const std::unique_ptr<char, decltype(&free)> target(realpath(path.c_str(), nullptr), &free);
+  return target == nullptr ? path : std::string(target.get());
+}
+
+// A file of our own making: what a killed run left under the name goes away first.
+UniqueFd CreateNew(const std::string& path, mode_t mode) {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL;
+  UniqueFd fd = Open(path, kFlags, mode);
+  if (!fd.IsOpen() && errno == EEXIST && unlink(path.c_str()) == 0) fd = Open(path, kFlags, mode);
+  return fd;
+}
+
+class LinuxFiles final : public Files {
+ public:
+  std::error_code Stat(const std::string& path, FileInfo& info) override {
+    struct stat data;
+    if (stat(path.c_str(), &data) != 0) return LastError();
+    info = InfoOf(data);
+    return {};
+  }
+
+  std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) override {
+    entries.clear();
+    UniqueFd fd = Open(folder, O_RDONLY | O_DIRECTORY);
+    if (!fd.IsOpen()) return LastError();
+    const std::unique_ptr<DIR, CloseFolder> handle(fdopendir(fd.get()));
+    if (handle == nullptr) return LastError();
+    const int folderFd = fd.Detach();  // the handle owns it now
+    while (true) {
+      errno = 0;
+      const dirent* entry = readdir(handle.get());
+      if (entry == nullptr) break;
+      if (const std::error_code error = AddEntry(folderFd, entry->d_name, entries)) {
+        entries.clear();
+        return error;
+      }
+    }
+    if (errno == 0) return {};
+    const std::error_code error = LastError();
+    entries.clear();
+    return error;
+  }
+
+  std::error_code Read(const std::string& path, std::string& bytes) override {
+    bytes.clear();
+    // Not blocking: a pipe by that name must not hold the program up.
+    const UniqueFd fd = Open(path, O_RDONLY | O_NONBLOCK);
+    if (!fd.IsOpen()) return LastError();
+    struct stat data;
+    if (fstat(fd.get(), &data) != 0) return LastError();
+    if (S_ISDIR(data.st_mode)) return Error(std::errc::is_a_directory);
+    if (!S_ISREG(data.st_mode)) return Error(std::errc::invalid_argument);
+    try {
+      return ReadAll(fd.get(), static_cast<size_t>(data.st_size), bytes);
+    } catch (const std::exception&) {  // no room for a file of that size
+      bytes.clear();
+      return Error(std::errc::not_enough_memory);
+    }
+  }
+
+  std::error_code Write(const std::string& path, std::string_view bytes) override {
+    UniqueFd fd = Open(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (!fd.IsOpen()) return LastError();
+    const std::error_code error = WriteAll(fd.get(), bytes);
+    const std::error_code closeError = Close(std::move(fd));
+    return error ? error : closeError;
+  }
+
+  std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override {
+    const std::string target = BehindLink(path);
+    struct stat old;
+    const bool isReplacing = stat(target.c_str(), &old) == 0;
+    const mode_t mode = isReplacing ? old.st_mode & 0777 : 0666;
+    const std::string temporary = TemporaryName(target);
+    UniqueFd fd = CreateNew(temporary, mode);
+    if (!fd.IsOpen()) return LastError();
+    // The process mask may have taken bits away. A file system without bits refuses: no matter.
+    if (isReplacing) static_cast<void>(fchmod(fd.get(), mode));
+    std::error_code error = WriteAll(fd.get(), bytes);
+    if (!error && Retry([&] { return fsync(fd.get()); }) != 0) error = LastError();
+    const std::error_code closeError = Close(std::move(fd));
+    if (!error) error = closeError;
+    if (!error) error = Rename(temporary, target);
+    if (error) unlink(temporary.c_str());
+    return error;
+  }
+
+  std::error_code SyncFolder(const std::string& folder) override {
+    const UniqueFd fd = Open(folder, O_RDONLY | O_DIRECTORY);
+    if (!fd.IsOpen()) return LastError();
+    // EINVAL: a file system that has nothing to sync for folders.
+    if (Retry([&] { return fsync(fd.get()); }) != 0 && errno != EINVAL) return LastError();
+    return {};
+  }
+
+  std::error_code Remove(const std::string& path) override {
+    return unlink(path.c_str()) == 0 || errno == ENOENT ? std::error_code() : LastError();
+  }
+
+  std::error_code Rename(const std::string& from, const std::string& to) override {
+    return std::rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : LastError();
+  }
+
+  std::error_code MakeFolder(const std::string& path) override {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    return error;
+  }
+
+ private:
+  static std::error_code AddEntry(int folderFd, const char* name,
+                                  std::vector<FolderEntry>& entries) {
+    if (std::string_view(name) == "." || std::string_view(name) == "..") return {};
+    struct stat data;
+    if (fstatat(folderFd, name, &data, 0) != 0) {
+      const std::error_code error = LastError();
+      // Gone meanwhile, or a link that leads nowhere; anything else would be a listing with holes.
+      if (error == std::errc::no_such_file_or_directory) return {};
+      if (fstatat(folderFd, name, &data, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(data.st_mode)) {
+        return {};
+      }
+      return error;
+    }
+    if (S_ISREG(data.st_mode) || S_ISDIR(data.st_mode)) entries.push_back({name, InfoOf(data)});
+    return {};
+  }
+};
+
+}  // namespace
+
+Files& Files::Default() {
+  static LinuxFiles files;
+  return files;
+}
+
+}  // namespace qv

@@ -1,0 +1,95 @@
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+#include "platform/system/files.h"
+#include "platform/system/time_zone.h"
+#include "platform/system/zone_file.h"
+
+namespace qv {
+namespace {
+
+constexpr char kLocalTime[] = "/etc/localtime";
+constexpr char kZoneFolder[] = "/usr/share/zoneinfo";
+constexpr off_t kMaxZoneFile = 1 << 20;
+
+// What tells one state of a file from another; all zero for a file that cannot be used.
+struct FileState {
+  dev_t device = 0;
+  ino_t inode = 0;
+  off_t size = 0;
+  time_t seconds = 0;
+  long nanoseconds = 0;
+
+  friend bool operator==(const FileState&, const FileState&) = default;
+};
+
+FileState StateOf(const std::string& path) {
+  struct stat data;
+  if (path.empty() || stat(path.c_str(), &data) != 0) return {};
+  if (!S_ISREG(data.st_mode) || data.st_size > kMaxZoneFile) return {};
+  return {data.st_dev, data.st_ino, data.st_size, data.st_mtim.tv_sec, data.st_mtim.tv_nsec};
+}
+
+std::string PathOf(const std::optional<std::string>& name) {
+  if (!name) return kLocalTime;
+  if (name->empty() || name->front() == '/') return *name;
+  const char* folder = std::getenv("TZDIR");
+  return std::string(folder != nullptr && *folder != '\0' ? folder : kZoneFolder) + "/" + *name;
+}
+
+// Reads a file only when TZ or the file has changed since the last call.
+class LinuxTimeZone final : public TimeZone {
+ public:
+  TimeZoneRecord GetTimeZoneInformation() override {
+    const char* value = std::getenv("TZ");
+    const bool isSameName = isLoaded_ && (value != nullptr) == value_.has_value() &&
+                            (value == nullptr || *value_ == value);
+    if (!isSameName) SetName(value);
+    const FileState state = StateOf(path_);
+    if (!isSameName || state != state_) {
+      state_ = state;
+      record_ = Load();
+      isLoaded_ = true;
+    }
+    return record_;
+  }
+
+ private:
+  void SetName(const char* value) {
+    value_.reset();
+    name_.reset();
+    if (value != nullptr) {
+      value_ = value;
+      name_ = value_->starts_with(':') ? value_->substr(1) : *value_;
+    }
+    path_ = PathOf(name_);
+  }
+
+  // As the C library: a zone file by that name, else a rule, else UTC.
+  TimeZoneRecord Load() const {
+    std::string bytes;
+    if (state_ != FileState() && !Files::Default().Read(path_, bytes)) {
+      if (const std::optional<TimeZoneRecord> record = ReadZoneFile(bytes)) return *record;
+    }
+    return name_ ? ParsePosixZone(*name_) : TimeZoneRecord();
+  }
+
+  bool isLoaded_ = false;
+  std::optional<std::string> value_;  // of TZ
+  std::optional<std::string> name_;   // the same without a leading ":"
+  std::string path_;
+  FileState state_;
+  TimeZoneRecord record_;
+};
+
+}  // namespace
+
+TimeZone& TimeZone::Default() {
+  static LinuxTimeZone zone;
+  return zone;
+}
+
+}  // namespace qv

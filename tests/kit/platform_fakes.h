@@ -1,0 +1,190 @@
+// Stand-ins for the platform services, and folders and environment that a test may spoil.
+//
+// A fake takes effect for the life of a `ScopedService`:
+//
+//   FakeClock clock(1'700'000'000);
+//   ScopedService<Clock> use(clock);
+//
+// For registry values use a `FileRegistry` in a `TempFolder`.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "platform/system/clock.h"
+#include "platform/system/debug_log.h"
+#include "platform/system/files.h"
+#include "platform/system/identifiers.h"
+#include "platform/system/known_folders.h"
+#include "platform/system/service.h"
+#include "platform/system/time_zone.h"
+
+namespace qv::test {
+
+// An empty folder of its own, removed with all that is in it.
+class TempFolder {
+ public:
+  TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+  ~TempFolder();
+
+  const std::string& path() const { return path_; }
+  // The native path of `name` (relative, "/" between parts) inside.
+  std::string File(std::string_view name) const;
+  // The same in the module's form, with "\".
+  std::u16string ModulePath(std::u16string_view name) const;
+  // Make the file with every folder above it; throws when that fails.
+  std::string Put(std::string_view name, std::string_view bytes) const;
+  // The bytes of a file inside; nothing when it cannot be read.
+  std::optional<std::string> Get(std::string_view name) const;
+  // Every regular file inside, at any depth, as relative names in order.
+  std::vector<std::string> Names() const;
+
+ private:
+  std::string path_;
+};
+
+// An environment variable for a while; null unsets it.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(std::string name, const char* value);
+  ScopedEnvironment(const ScopedEnvironment&) = delete;
+  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+  ~ScopedEnvironment();
+
+ private:
+  std::string name_;
+  std::optional<std::string> previous_;
+};
+
+// Stands still until it is moved. Local time is `offsetSeconds` ahead of UTC.
+class FakeClock final : public Clock {
+ public:
+  explicit FakeClock(int64_t utcSeconds, int64_t offsetSeconds = 0)
+      : utcSeconds_(utcSeconds), offsetSeconds_(offsetSeconds) {}
+  void Set(int64_t utcSeconds) { utcSeconds_ = utcSeconds; }
+  void Advance(int64_t seconds) { utcSeconds_ += seconds; }
+
+  int64_t UtcSeconds() override { return utcSeconds_; }
+  SystemTime LocalTime() override;
+
+ private:
+  int64_t utcSeconds_;
+  int64_t offsetSeconds_;
+};
+
+// A zone of the test's choice, whatever TZ says.
+class FixedZone final : public TimeZone {
+ public:
+  FixedZone() = default;  // UTC
+  explicit FixedZone(const TimeZoneRecord& record) : record_(record) {}
+  // By rule: FixedZone("CET-1CEST,M3.5.0,M10.5.0/3").
+  explicit FixedZone(std::string_view rule) : record_(ParsePosixZone(rule)) {}
+  void Set(const TimeZoneRecord& record) { record_ = record; }
+
+  TimeZoneRecord GetTimeZoneInformation() override { return record_; }
+
+ private:
+  TimeZoneRecord record_;
+};
+
+// Keeps every line.
+class RecordingLog final : public DebugLog {
+ public:
+  void Write(std::u16string_view line) override { lines_.emplace_back(line); }
+  const std::vector<std::u16string>& lines() const { return lines_; }
+  // How often exactly this line was written.
+  size_t Count(std::u16string_view line) const;
+  void Clear() { lines_.clear(); }
+
+ private:
+  std::vector<std::u16string> lines_;
+};
+
+// Identifiers that count up: 00000001-0000-4000-8000-000000000000 first.
+class CountingGuids final : public GuidSource {
+ public:
+  GUID New() override;
+
+ private:
+  uint32_t last_ = 0;
+};
+
+// A checksum service that is broken.
+class FailingMd5 final : public Md5Provider {
+ public:
+  std::optional<Md5Digest> Digest(std::string_view) override { return std::nullopt; }
+};
+
+class FixedFolders final : public KnownFolders {
+ public:
+  FixedFolders(std::string data, std::string config)
+      : data_(std::move(data)), config_(std::move(config)) {}
+  std::string UserData() override { return data_; }
+  std::string UserConfig() override { return config_; }
+
+ private:
+  std::string data_;
+  std::string config_;
+};
+
+// Real files, except that chosen operations fail and do nothing.
+//
+// To fail each step of a job in turn: run it once and take `operations()`, then run it once for
+// every n below that with `FailAt(n, ENOSPC)`.
+class FailingFiles final : public Files {
+ public:
+  enum class Verb { Stat, List, Read, Write, WriteAtomic, SyncFolder, Remove, Rename, MakeFolder };
+  struct Call {
+    Verb verb;
+    std::string path;  // for Rename the old name
+  };
+  // Which calls are counted and may fail.
+  using Filter = std::function<bool(const Call&)>;
+
+  explicit FailingFiles(Files& real = Files::Default()) : real_(real) {}
+
+  // The n-th counted call (from 0, counted from now on) fails with `error` (an errno value);
+  // with `keepFailing` all behind it do too, as on a disk that has gone.
+  void FailAt(size_t n, int error, bool keepFailing = false);
+  // Counts from now on, nothing fails.
+  void Reset();
+  // Null counts every call.
+  void Watch(Filter filter) { filter_ = std::move(filter); }
+  // True for the calls that change something on the disk.
+  static bool IsChange(const Call& call);
+
+  size_t operations() const { return calls_.size(); }
+  const std::vector<Call>& calls() const { return calls_; }
+  // Whether a call has been failed since FailAt.
+  bool hasFailed() const { return hasFailed_; }
+
+  std::error_code Stat(const std::string& path, FileInfo& info) override;
+  std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) override;
+  std::error_code Read(const std::string& path, std::string& bytes) override;
+  std::error_code Write(const std::string& path, std::string_view bytes) override;
+  std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override;
+  std::error_code SyncFolder(const std::string& folder) override;
+  std::error_code Remove(const std::string& path) override;
+  std::error_code Rename(const std::string& from, const std::string& to) override;
+  std::error_code MakeFolder(const std::string& path) override;
+
+ private:
+  std::error_code Count(Verb verb, const std::string& path);
+
+  Files& real_;
+  Filter filter_;
+  std::vector<Call> calls_;
+  std::optional<size_t> failAt_;
+  int error_ = 0;
+  bool keepFailing_ = false;
+  bool hasFailed_ = false;
+};
+
+}  // namespace qv::test

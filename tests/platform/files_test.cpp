@@ -1,0 +1,210 @@
+#include "platform/system/files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "kit/platform_fakes.h"
+
+namespace qv {
+namespace {
+
+namespace fs = std::filesystem;
+using test::FailingFiles;
+using test::TempFolder;
+
+Files& Disk() {
+  return Files::Default();
+}
+
+mode_t BitsOf(const std::string& path) {
+  struct stat data {};
+  stat(path.c_str(), &data);
+  return data.st_mode & 0777;
+}
+
+TEST(Files, BytesComeBack) {
+  TempFolder folder;
+  const std::string path = folder.File("file");
+  std::string large;
+  for (int i = 0; i < 100'000; ++i) large += "line " + std::to_string(i) + '\n';
+  for (const std::string& bytes : {std::string(), std::string("a\0b\xFF", 4), large}) {
+    for (const auto write : {&Files::Write, &Files::WriteAtomic}) {
+      EXPECT_FALSE((Disk().*write)(path, "something longer than nothing"));
+      EXPECT_FALSE((Disk().*write)(path, bytes));
+      std::string read = "poison";
+      EXPECT_FALSE(Disk().Read(path, read));
+      EXPECT_TRUE(read == bytes) << read.size() << " for " << bytes.size();
+      FileInfo info;
+      EXPECT_FALSE(Disk().Stat(path, info));
+      EXPECT_EQ(info.size, bytes.size());
+      EXPECT_FALSE(info.isFolder);
+      EXPECT_GT(info.modifiedNs, 1'000'000'000'000'000'000);
+    }
+  }
+  // A file whose size is told as 0.
+  std::string status;
+  EXPECT_FALSE(Disk().Read("/proc/self/status", status));
+  EXPECT_THAT(status, testing::HasSubstr("\nPid:"));
+}
+
+TEST(Files, OnlyRegularFilesAreRead) {
+  TempFolder folder;
+  const std::string pipe = folder.File("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  folder.Put("file", "x");
+  const struct {
+    std::string path;
+    int error;
+  } cases[] = {{folder.path(), EISDIR},
+               {folder.File("missing"), ENOENT},
+               {folder.File("file/below"), ENOTDIR},
+               {pipe, EINVAL},
+               {"/dev/zero", EINVAL}};
+  for (const auto& [path, error] : cases) {
+    std::string bytes = "poison";
+    EXPECT_EQ(Disk().Read(path, bytes).value(), error) << path;
+    EXPECT_EQ(bytes, "") << path;
+  }
+}
+
+TEST(Files, AtomicWriteKeepsBitsAndLinks) {
+  TempFolder folder;
+  const std::string path = folder.Put("file", "old");
+  for (const mode_t bits : {0600u, 0664u, 0440u}) {
+    ASSERT_EQ(chmod(path.c_str(), bits), 0);
+    EXPECT_FALSE(Disk().WriteAtomic(path, "new"));
+    EXPECT_EQ(BitsOf(path), bits);
+  }
+  fs::create_symlink("file", folder.File("link"));
+  EXPECT_FALSE(Disk().WriteAtomic(folder.File("link"), "through"));
+  EXPECT_TRUE(fs::is_symlink(folder.File("link")));
+  EXPECT_EQ(folder.Get("file"), "through");
+  fs::create_symlink("nowhere", folder.File("broken"));
+  EXPECT_FALSE(Disk().WriteAtomic(folder.File("broken"), "whole"));
+  EXPECT_EQ(folder.Get("broken"), "whole");
+}
+
+TEST(Files, AtomicWriteTakesOverWhatAKilledRunLeft) {
+  TempFolder folder;
+  folder.Put(".file.tmp", "half of a much longer text");
+  EXPECT_FALSE(Disk().WriteAtomic(folder.File("file"), "all"));
+  EXPECT_EQ(folder.Get("file"), "all");
+  // Somebody's link under the temporary name is not written through.
+  folder.Put("precious", "kept");
+  fs::create_symlink("precious", folder.File(".file.tmp"));
+  EXPECT_FALSE(Disk().WriteAtomic(folder.File("file"), "again"));
+  EXPECT_EQ(folder.Get("precious"), "kept");
+  EXPECT_THAT(folder.Names(), testing::ElementsAre("file", "precious"));
+}
+
+TEST(Files, AtomicWriteTakesTheLongestNames) {
+  TempFolder folder;
+  std::string wide;
+  while (wide.size() + 3 <= 255) wide += "日";
+  for (const std::string& name : {std::string(255, 'n'), wide}) {
+    EXPECT_FALSE(Disk().WriteAtomic(folder.File(name), "bytes")) << name.size();
+    EXPECT_EQ(folder.Get(name), "bytes");
+  }
+  EXPECT_EQ(Disk().WriteAtomic(folder.File(std::string(256, 'n')), "bytes").value(), ENAMETOOLONG);
+}
+
+TEST(Files, AFailedWriteLeavesWhatStood) {
+  TempFolder folder;
+  folder.Put("folder/inside", "kept");
+  EXPECT_TRUE(Disk().WriteAtomic(folder.File("folder"), "bytes"));
+  EXPECT_EQ(Disk().WriteAtomic(folder.File("missing/file"), "bytes").value(), ENOENT);
+  EXPECT_THAT(folder.Names(), testing::ElementsAre("folder/inside"));
+  EXPECT_EQ(Disk().Write(folder.File("missing/file"), "bytes").value(), ENOENT);
+  EXPECT_EQ(Disk().Write("/dev/full", "bytes").value(), ENOSPC);
+}
+
+TEST(Files, ListTakesFilesAndFoldersOnly) {
+  TempFolder folder;
+  folder.Put("a.vcf", "12345");
+  folder.Put(".hidden", "");
+  folder.Put("sub/deeper", "");
+  fs::create_symlink("a.vcf", folder.File("link"));
+  fs::create_symlink("nowhere", folder.File("broken"));
+  fs::create_symlink("loop", folder.File("loop"));
+  ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
+  std::vector<FolderEntry> entries{{"poison", {}}};
+  EXPECT_FALSE(Disk().List(folder.path(), entries));
+  std::vector<std::string> found;
+  for (const FolderEntry& entry : entries) {
+    found.push_back(entry.name + (entry.info.isFolder ? "/" : std::to_string(entry.info.size)));
+  }
+  EXPECT_THAT(found, testing::UnorderedElementsAre("a.vcf5", ".hidden0", "sub/", "link5"));
+  EXPECT_EQ(Disk().List(folder.File("missing"), entries).value(), ENOENT);
+  EXPECT_TRUE(entries.empty());
+  EXPECT_EQ(Disk().List(folder.File("a.vcf"), entries).value(), ENOTDIR);
+}
+
+TEST(Files, FoldersAndNames) {
+  TempFolder folder;
+  EXPECT_FALSE(Disk().MakeFolder(folder.File("a/b/c")));
+  EXPECT_FALSE(Disk().MakeFolder(folder.File("a/b/c")));
+  EXPECT_FALSE(Disk().SyncFolder(folder.File("a/b")));
+  folder.Put("a/file", "x");
+  EXPECT_TRUE(Disk().MakeFolder(folder.File("a/file")));
+  EXPECT_TRUE(Disk().MakeFolder(folder.File("a/file/below")));
+  EXPECT_EQ(Disk().SyncFolder(folder.File("a/file")).value(), ENOTDIR);
+  EXPECT_FALSE(Disk().Rename(folder.File("a/file"), folder.File("a/b/moved")));
+  EXPECT_EQ(Disk().Rename(folder.File("a/file"), folder.File("other")).value(), ENOENT);
+  EXPECT_THAT(folder.Names(), testing::ElementsAre("a/b/moved"));
+  EXPECT_FALSE(Disk().Remove(folder.File("a/b/moved")));
+  EXPECT_FALSE(Disk().Remove(folder.File("a/b/moved")));
+  EXPECT_TRUE(Disk().Remove(folder.File("a")));
+}
+
+TEST(NativePath, TurnsTheModulesForm) {
+  const struct {
+    std::u16string_view path;
+    std::optional<std::string> native;
+  } cases[] = {
+      {u"C:\\Users\\me\\a.url", "/Users/me/a.url"},
+      {u"\\folder\\ü.vcf", "/folder/ü.vcf"},
+      {u"/already/native", "/already/native"},
+      {u"d:name", "name"},
+      {u"C:", ""},
+      {u"", ""},
+      {u"CC:\\a", std::nullopt},
+      {u"C:\\a:b", std::nullopt},
+      {u"a*", std::nullopt},
+      {u"a?", std::nullopt},
+      {u"a\"", std::nullopt},
+      {u"a<", std::nullopt},
+      {u"a>", std::nullopt},
+      {u"a|", std::nullopt},
+      {std::u16string_view(u"a\0b", 3), std::nullopt},
+      {u"a\xD800", std::nullopt},
+  };
+  for (const auto& [path, native] : cases) {
+    EXPECT_EQ(NativePath(path), native) << testing::PrintToString(path);
+  }
+}
+
+TEST(FailingFiles, FailsTheChosenOperationOnly) {
+  TempFolder folder;
+  FailingFiles files;
+  const std::string path = folder.File("file");
+  files.Watch(&FailingFiles::IsChange);
+  files.FailAt(1, ENOSPC);
+  std::string bytes;
+  EXPECT_FALSE(files.Write(path, "one"));
+  EXPECT_FALSE(files.Read(path, bytes));  // not counted
+  EXPECT_EQ(files.WriteAtomic(path, "two"), std::errc::no_space_on_device);
+  EXPECT_FALSE(files.Rename(path, folder.File("moved")));
+  EXPECT_EQ(folder.Get("moved"), "one");
+  EXPECT_EQ(files.operations(), 3u);
+  files.FailAt(0, EIO, true);
+  EXPECT_TRUE(files.Remove(folder.File("moved")));
+  EXPECT_TRUE(files.MakeFolder(folder.File("new")));
+  EXPECT_THAT(folder.Names(), testing::ElementsAre("moved"));
+}
+
+}  // namespace
+}  // namespace qv
