@@ -97,7 +97,7 @@ bool IsDaylightTime(const DateTimeValue& date, int32_t& daylightBias);
 DateTimeValue NthWeekdayOfMonth(int year, int month, int week, int dayOfWeek, int hour, int minute,
                                 int second);
 
-// Automation date from and to seconds since 1970.
+// Automation date from and to seconds since 1970; 0 for what lies outside the years 100 to 9999.
 DATE DateFromUnixSeconds(int64_t seconds);
 int64_t UnixSecondsFromDate(DATE date);
 

@@ -1,10 +1,13 @@
-// Text helpers for 16-bit text: comparison, numbers, UTF-8.
+// Text helpers for 16-bit text: comparison, numbers, names; UTF-8 comes with
+// platform/system/utf8.h.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/system/utf8.h"
 
 namespace qv {
 
@@ -23,12 +26,6 @@ int32_t ToInt(std::u16string_view text);
 std::u16string Decimal(int64_t number);
 // As "%0Nd": padded with zeros to `width`, a minus sign counts towards it.
 void AppendPadded(std::u16string& text, int number, int width);
-
-// UTF-8 both ways. Bad bytes and lone surrogates become U+FFFD.
-std::u16string FromUtf8(std::string_view bytes);
-std::string ToUtf8(std::u16string_view text);
-// Appends; true when every byte was part of valid UTF-8 (otherwise nothing is appended).
-bool AppendUtf8(std::string_view bytes, std::u16string& text);
 
 // The characters widened or cut to 7 bits: for constants and numbers.
 std::u16string FromAscii(std::string_view text);

@@ -64,6 +64,14 @@ TEST(CodePages, WhatDoesNotFitIsReplaced) {
   const std::string bad(50'000, '\x81');
   EXPECT_EQ(Pages().Decode(bad, 1252), std::u16string(bad.size(), u'\uFFFD'));
   EXPECT_EQ(Pages().Encode(std::u16string(50'000, u'日'), 1252), std::string(50'000, '?'));
+  // Pairs wherever they fall.
+  std::u16string pairs = u"a";
+  std::string marks = "a";
+  for (int i = 0; i < 100; ++i) {
+    pairs += u"\U0001F600é\U0001F600";
+    marks += "?\xE9?";
+  }
+  EXPECT_EQ(Pages().Encode(pairs, 1252), marks);
 }
 
 TEST(CodePages, ByCharsetName) {

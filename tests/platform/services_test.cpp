@@ -1,31 +1,9 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "kit/platform_fakes.h"
 
 namespace qv {
 namespace {
-
-using testing::EndsWith;
-using testing::Not;
-using testing::StartsWith;
-
-TEST(Service, AReplacementHoldsForItsScope) {
-  test::RecordingLog outer;
-  test::RecordingLog inner;
-  {
-    const ScopedService<DebugLog> useOuter(outer);
-    OutputDebugStringW(u"one");
-    {
-      const ScopedService<DebugLog> useInner(inner);
-      OutputDebugStringW(u"two");
-    }
-    OutputDebugStringW(u"three");
-  }
-  EXPECT_THAT(outer.lines(), testing::ElementsAre(u"one", u"three"));
-  EXPECT_THAT(inner.lines(), testing::ElementsAre(u"two"));
-  EXPECT_EQ(&Service<DebugLog>::Get(), &DebugLog::Default());
-}
 
 TEST(DebugLog, StandardErrorGetsTheExactLine) {
   testing::internal::CaptureStderr();
@@ -48,14 +26,6 @@ TEST(Identifiers, Md5OfKnownBytes) {
   const Md5Digest abc{0x90, 0x01, 0x50, 0x98, 0x3C, 0xD2, 0x4F, 0xB0,
                       0xD6, 0x96, 0x3F, 0x7D, 0x28, 0xE1, 0x7F, 0x72};
   EXPECT_EQ(Md5Provider::Default().Digest("abc"), abc);
-}
-
-TEST(KnownFolders, AreWholePathsWithoutASlashAtTheEnd) {
-  for (const std::string& path :
-       {KnownFolders::Default().UserData(), KnownFolders::Default().UserConfig()}) {
-    EXPECT_THAT(path, StartsWith("/"));
-    EXPECT_THAT(path, Not(EndsWith("/")));
-  }
 }
 
 TEST(Clock, LocalTimeFollowsTheEnvironment) {

@@ -115,17 +115,30 @@ std::u16string FromWideBytes(std::string_view bytes) {
   return text;
 }
 
+bool IsHighSurrogate(std::string_view wide, size_t at) {
+  return (static_cast<uint8_t>(wide[at + 1]) & 0xFC) == 0xD8;
+}
+
+// In small pieces: at a character that the charset lacks, the C library does all that it has read
+// ahead once more.
 std::string EncodeWith(Converter& converter, std::u16string_view text) {
+  constexpr size_t kPiece = 64;
   const std::string wide = WideBytes(text);
   std::string_view input = wide;
   std::string output;
   converter.Reset();
-  while (converter.Feed(input, output) != 0) {
+  while (!input.empty()) {
+    size_t length = std::min(input.size(), kPiece);
+    if (length < input.size() && IsHighSurrogate(input, length - 2)) length += 2;
+    std::string_view piece = input.substr(0, length);
+    const int error = converter.Feed(piece, output);
+    input.remove_prefix(length - piece.size());
+    if (error == 0) continue;
     std::string_view substitute("?\0", 2);
     converter.Feed(substitute, output);
-    const bool isPair = input.size() >= 4 && (static_cast<uint8_t>(input[1]) & 0xFC) == 0xD8 &&
+    const bool isPair = input.size() >= 4 && IsHighSurrogate(input, 0) &&
                         (static_cast<uint8_t>(input[3]) & 0xFC) == 0xDC;
-    input.remove_prefix(std::min<size_t>(input.size(), isPair ? 4 : 2));
+    input.remove_prefix(isPair ? 4 : 2);
   }
   converter.Finish(output);
   return output;

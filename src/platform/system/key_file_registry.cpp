@@ -3,6 +3,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <functional>
@@ -26,7 +27,17 @@ using namespace std::chrono_literals;
 // coarse at worst, and two replacements within one may look alike (an inode is soon used again).
 constexpr int64_t kTickNs = 20'000'000;
 
+// For so long a look at the file holds, so that a loop over thousands of small things may ask each
+// time. Another process could not even tell us of its write sooner than that.
+constexpr auto kLookLife = 20us;
+
 constexpr auto kLockPatience = 2s;
+
+// Counts the writes of this process, which are seen at once whatever the age of the last look.
+std::atomic<uint64_t>& OwnWrites() {
+  static std::atomic<uint64_t> count = 0;
+  return count;
+}
 
 struct FreeKeyFile {
   void operator()(GKeyFile* file) const { g_key_file_free(file); }
@@ -167,11 +178,16 @@ struct FileRegistry::State {
     const GText bytes(g_key_file_to_data(file.get(), &size, nullptr));
     if (Service<Files>::Get().WriteAtomic(path, std::string_view(bytes.get(), size))) return false;
     isSettled = false;
+    ++OwnWrites();
     return true;
   }
 
-  // One stat when nothing changed.
+  // At most one stat when nothing changed.
   void Refresh() {
+    const auto lookedAt = std::chrono::steady_clock::now();
+    if (lookedAt - lastLook < kLookLife && seenWrites == OwnWrites()) return;
+    lastLook = lookedAt;
+    seenWrites = OwnWrites();
     const Stamp now = StampOf(path);
     if (isSettled && now == stamp) return;
     stamp = now;
@@ -191,6 +207,8 @@ struct FileRegistry::State {
   NameMap<Values> keys;
   Stamp stamp;
   bool isSettled = false;  // whether an equal stamp means an equal file
+  std::chrono::steady_clock::time_point lastLook;
+  uint64_t seenWrites = 0;
 };
 
 FileRegistry::FileRegistry(std::string path) : state_(std::make_unique<State>(std::move(path))) {}

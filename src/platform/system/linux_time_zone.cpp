@@ -33,8 +33,10 @@ FileState StateOf(const std::string& path) {
   return {data.st_dev, data.st_ino, data.st_size, data.st_mtim.tv_sec, data.st_mtim.tv_nsec};
 }
 
+// Empty for what can only be a rule: no zone has a comma in its name.
 std::string PathOf(const std::optional<std::string>& name) {
   if (!name) return kLocalTime;
+  if (name->find(',') != name->npos) return {};
   if (name->empty() || name->front() == '/') return *name;
   const char* folder = std::getenv("TZDIR");
   return std::string(folder != nullptr && *folder != '\0' ? folder : kZoneFolder) + "/" + *name;

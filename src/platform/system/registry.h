@@ -1,7 +1,8 @@
 // Per-user registry values: texts and 32-bit numbers under keys with "\" between their parts.
 //
-// The Linux form is a key file (one group a key). Another process's write is seen at the next call;
-// a look at a value that did not change reads no file.
+// The Linux form is a key file (one group a key). Another process's write is seen at the next call,
+// where a look at the file less than 20 microseconds ago counts as present; a look at a value that
+// did not change reads no file.
 #pragma once
 
 #include <cstdint>

@@ -143,17 +143,20 @@ bool AppendUtf8(std::string_view bytes, std::u16string& text) {
 
 std::string ToUtf8(std::u16string_view text) {
   // Exact for everything but surrogate pairs, for which it is too much.
+  size_t run = AsciiRun(text.data(), text.size());
   size_t room = text.size();
-  for (const char16_t unit : text) room += (unit >= 0x80 ? 1u : 0u) + (unit >= 0x800 ? 1u : 0u);
+  for (const char16_t unit : text.substr(run))
+    room += (unit >= 0x80 ? 1u : 0u) + (unit >= 0x800 ? 1u : 0u);
   std::string bytes(room, '\0');
   char* out = bytes.data();
   size_t at = 0;
-  while (at < text.size()) {
-    const size_t run = AsciiRun(text.data() + at, text.size() - at);
+  while (true) {
     for (size_t i = 0; i < run; ++i) out[i] = static_cast<char>(text[at + i]);
     out += run;
     at += run;
     while (at < text.size() && text[at] >= 0x80) at += EncodeCharacter(text, at, out);
+    if (at == text.size()) break;
+    run = AsciiRun(text.data() + at, text.size() - at);
   }
   bytes.resize(static_cast<size_t>(out - bytes.data()));
   return bytes;

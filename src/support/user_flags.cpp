@@ -1,0 +1,37 @@
+#include "support/user_flags.h"
+
+#include <string>
+
+#include "platform/system/debug_log.h"
+#include "platform/system/registry.h"
+#include "platform/system/service.h"
+
+namespace qv {
+namespace {
+
+// Persisted contract.
+constexpr std::string_view kStopValue = "SyncStop";
+constexpr std::string_view kExportEmptyValue = "ExportEmpty";
+constexpr std::string_view kHierarchyValue = "SupportBookmarkHier";
+
+bool IsOn(std::string_view key, std::string_view value) {
+  return Service<Registry>::Get().ReadNumber(key, value) == 1u;
+}
+
+}  // namespace
+
+bool IsSyncStopped() {
+  if (!IsOn(kSyncKey, kStopValue)) return false;
+  OutputDebugStringW(u"Checked StopByUser in DataStore");
+  return true;
+}
+
+int SetExportEmpty(uint32_t value) {
+  return Service<Registry>::Get().WriteNumber(kSyncKey, kExportEmptyValue, value) ? 1 : 0;
+}
+
+bool IsBookmarkHierSupported(uint32_t deviceNumber) {
+  return IsOn(std::string(kDeviceKey) + '\\' + std::to_string(deviceNumber), kHierarchyValue);
+}
+
+}  // namespace qv

@@ -1,0 +1,51 @@
+// Writes the lines of a text in the old dialect (vCard 2.1, vCalendar 1.0 and their kin).
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace qv {
+
+// Appends lines to one text, each ended by CR LF. A line is `Begin` with the whole header, then
+// one of the others.
+class LineWriter {
+ public:
+  // `header` is group, name and parameters, without the ':'.
+  void Begin(std::string_view header) {
+    lineStart_ = text_.size();
+    text_ += header;
+  }
+  // More of the header.
+  void Append(std::string_view header) { text_ += header; }
+
+  // A text. Anything but printable ASCII goes out in UTF-8 as quoted-printable, marked in the
+  // header and broken at 76 columns. A backslash is doubled.
+  void Text(std::u16string_view value);
+  // Parts joined by ';', one within a part escaped.
+  void Parts(std::span<const std::u16string> parts);
+  // Two parts, of which the second may have been several: each ';' in it separates again. It is
+  // left out when empty.
+  void NameAndRest(std::u16string_view name, std::u16string_view rest);
+  // Characters that need no encoding: numbers, dates.
+  void Plain(std::string_view value);
+  // Folded at 76 columns and ended by a blank line. The header names the encoding.
+  void Base64(std::string_view bytes);
+  // A whole line as it stood, carried as support/vobject/raw_text.h tells.
+  void Raw(std::u16string_view header, std::u16string_view value);
+
+  void Reserve(size_t bytes) { text_.reserve(bytes); }
+  std::string_view text() const { return text_; }
+  // Takes back what was written behind the first `size` bytes.
+  void Cut(size_t size) { text_.resize(size); }
+  std::string Take() { return std::move(text_); }
+
+ private:
+  void Finish(std::u16string_view escaped);
+
+  std::string text_;
+  size_t lineStart_ = 0;
+  std::u16string escaped_;
+};
+
+}  // namespace qv
