@@ -1,0 +1,43 @@
+#include "items/key_text.h"
+
+#include <array>
+
+#include "support/text.h"
+
+namespace qv {
+namespace {
+
+// Both home slots are filled in list order. An empty number leaves the first one open for the next
+// entry, but fills the second for good.
+std::array<std::u16string_view, 3> PhoneSlots(const std::vector<Telephone>& telephones) {
+  std::array<std::u16string_view, 3> slots;
+  bool mobileClosed = false;
+  bool homeClosed = false;
+  for (const Telephone& telephone : telephones) {
+    if (telephone.kind == PhoneKind::Mobile && !mobileClosed) {
+      slots[0] = telephone.value;
+      mobileClosed = true;
+    } else if (telephone.kind == PhoneKind::Home && !homeClosed) {
+      homeClosed = !slots[1].empty();
+      slots[homeClosed ? 2 : 1] = telephone.value;
+    }
+    if (mobileClosed && homeClosed) break;
+  }
+  return slots;
+}
+
+}  // namespace
+
+std::u16string MakeContactKey(const ContactContent& contact) {
+  constexpr size_t kMails = 3;
+  std::u16string key = contact.familyName;
+  key += contact.givenName;
+  key += contact.additionalNames;
+  key += contact.namePrefix;
+  key += contact.nameSuffix;
+  for (const std::u16string_view number : PhoneSlots(contact.telephones)) key += number;
+  for (size_t i = 0; i < contact.mails.size() && i < kMails; ++i) key += contact.mails[i].value;
+  return ComputeMd5(key);
+}
+
+}  // namespace qv
