@@ -19,7 +19,6 @@
 #include "host/store_kinds.h"
 #include "platform/com/com_ptr.h"
 #include "platform/com/engine_config.h"
-#include "platform/system/registry.h"
 
 namespace qv {
 
@@ -29,17 +28,21 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+class ProfileServices;
+
 class Profile {
  public:
   // The folder used without `-p`: "qvsync" below the user's data folder.
   static std::string DefaultFolder();
 
   // Makes a profile that works at once, with every known store enabled. Throws UsageError when the
-  // folder already holds one (nothing is overwritten) or cannot be made.
+  // folder already holds one (nothing is overwritten), holds files of someone else, or cannot be
+  // made. What an interrupted call left is completed.
   static void Create(const std::string& folder);
 
   // Reads and checks `qvsync.conf` and makes this profile the one that the platform services and
-  // the module use: registry, sync database path, PC-side folder. Throws UsageError.
+  // the module use, until it dies: registry, sync database path, PC-side folder, code page. Throws
+  // UsageError, with every fault of the configuration on a line of its own.
   explicit Profile(const std::string& folder);
   Profile(const Profile&) = delete;
   Profile& operator=(const Profile&) = delete;
@@ -57,10 +60,14 @@ class Profile {
   // The kinds whose store is enabled, in table order.
   std::vector<const StoreKind*> EnabledKinds() const;
 
-  // The stop flag of this profile's running sync.
+  // What in the configuration may not be as meant; one line each.
+  const std::vector<std::string>& warnings() const { return warnings_; }
+  std::string ConfigFile() const { return folder_ + "/qvsync.conf"; }
+
+  // The stop flag of this profile's running sync. Throws UsageError when it cannot be written.
   void SetStop(bool stop);
 
-  // Held until the result dies; throws UsageError when another process holds it.
+  // Held until the result dies. LockForSync throws UsageError when another process holds it.
   class Lock {
    public:
     explicit Lock(int fd) : fd_(fd) {}
@@ -74,9 +81,12 @@ class Profile {
   Lock LockForSync() const;
 
  private:
+  static Lock LockFolder(const std::string& folder);
+
   std::string folder_;
+  std::unique_ptr<ProfileServices> services_;
+  std::vector<std::string> warnings_;
   ComPtr<IEngineConfig> bag_;
-  std::unique_ptr<FileRegistry> registry_;
 };
 
 }  // namespace qv

@@ -1,0 +1,75 @@
+#include "host/cli/item_files.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+#include "host/profile.h"
+#include "platform/system/files.h"
+#include "platform/system/service.h"
+
+namespace qv {
+namespace {
+
+std::error_code ReadStandardInput(std::string& bytes) {
+  std::array<char, 65536> buffer;
+  for (;;) {
+    const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
+    if (count > 0) {
+      bytes.append(buffer.data(), static_cast<size_t>(count));
+    } else if (count == 0) {
+      return {};
+    } else if (errno != EINTR) {
+      return {errno, std::generic_category()};
+    }
+  }
+}
+
+// Where `opening` (capitals) stands in `text` in any letter case; npos for nowhere.
+size_t FindOpening(std::string_view text, std::string_view opening) {
+  const auto found = std::ranges::search(text, opening, [](char a, char b) {
+    return (a >= 'a' && a <= 'z' ? static_cast<char>(a - 'a' + 'A') : a) == b;
+  });
+  return found.empty() ? std::string_view::npos : static_cast<size_t>(found.begin() - text.begin());
+}
+
+}  // namespace
+
+ItemFile::ItemFile(const std::string& path, const StoreKind& kind)
+    : name_(path == "-" ? "standard input" : path) {
+  const std::error_code error =
+      path == "-" ? ReadStandardInput(bytes_) : Service<Files>::Get().Read(path, bytes_);
+  if (error) throw UsageError("cannot read " + name_ + ": " + error.message());
+  size_t end = 0;
+  for (const std::string_view text : kind.split(bytes_)) {
+    const size_t begin = static_cast<size_t>(text.data() - bytes_.data());
+    AddGap(end, begin, kind);
+    found_.push_back({PlaceAt(begin), text, {}});
+    end = begin + text.size();
+  }
+  AddGap(end, bytes_.size(), kind);
+  if (found_.empty()) {
+    found_.push_back({name_, {}, "there is no " + std::string(kind.opening) + " in it"});
+  }
+}
+
+void ItemFile::AddGap(size_t begin, size_t end, const StoreKind& kind) {
+  const std::string_view gap = std::string_view(bytes_).substr(begin, end - begin);
+  const size_t at = FindOpening(gap, kind.opening);
+  if (at == std::string_view::npos) return;
+  found_.push_back(
+      {PlaceAt(begin + at), {}, "the text that begins here has no end; it may be cut off"});
+}
+
+std::string ItemFile::PlaceAt(size_t offset) {
+  const auto from = bytes_.begin();
+  line_ += static_cast<size_t>(std::count(from + static_cast<std::ptrdiff_t>(countedTo_),
+                                          from + static_cast<std::ptrdiff_t>(offset), '\n'));
+  countedTo_ = offset;
+  return name_ + ":" + std::to_string(line_);
+}
+
+}  // namespace qv

@@ -1,0 +1,249 @@
+#include <unistd.h>
+
+#include <memory>
+
+#include "host/cli/commands.h"
+#include "host/cli/item_files.h"
+#include "host/cli/open_profile.h"
+#include "host/cli/pc_folder.h"
+#include "support/date_time.h"
+#include "support/text.h"
+
+namespace qv {
+namespace {
+
+using nlohmann::ordered_json;
+
+struct ItemArguments {
+  std::string store;
+  std::vector<std::string> ids;
+  std::vector<std::string> files;
+};
+
+std::string ShownTime(DATE date, char between) {
+  std::string text = ToUtf8(FormatDateTime(date));
+  if (const size_t blank = text.find(' '); blank != std::string::npos) text[blank] = between;
+  return text;
+}
+
+Exit ListItems(const CommonOptions& common, const ItemArguments& given) {
+  const StoreKind& kind = KindNamed(given.store);
+  const OpenedProfile profile(common);
+  const std::vector<OutlookManager::ListedItem> items = PcFolder(profile, kind).List();
+  if (common.json) {
+    ordered_json list = ordered_json::array();
+    for (const auto& item : items) {
+      list.push_back({{"id", ToUtf8(item.entryId)},
+                      {"name", ToUtf8(item.name)},
+                      {"modified", ShownTime(item.modified, 'T')}});
+    }
+    PrintJson(list);
+    return Exit::Ok;
+  }
+  std::vector<std::vector<std::string>> rows;
+  for (const auto& item : items) {
+    rows.push_back({ToUtf8(item.entryId), ToUtf8(item.name), ShownTime(item.modified, ' ')});
+  }
+  Print(FormatTable({"ID", "NAME", "MODIFIED"}, rows));
+  return Exit::Ok;
+}
+
+std::string UnknownItem(const std::string& id, const StoreKind& kind) {
+  return "there is no item " + id + " in " + std::string(kind.name);
+}
+
+Exit ShowItem(const CommonOptions& common, const ItemArguments& given) {
+  const StoreKind& kind = KindNamed(given.store);
+  const std::string& id = given.ids.front();
+  const OpenedProfile profile(common);
+  const ComPtr<IItemCommon> item = PcFolder(profile, kind).Get(id);
+  if (!item) throw CommandError(Exit::Partial, UnknownItem(id, kind));
+  const std::string text = WriteItem(kind, item.get());
+  if (common.json) {
+    PrintJson({{"id", id}, {"text", text}});
+  } else {
+    // The text is for programs too, and goes out as it is unless a terminal would obey it.
+    Print(isatty(STDOUT_FILENO) != 0 ? PrintableLines(text) : text);
+  }
+  return Exit::Ok;
+}
+
+// What a command did, item by item: told as it happens, or in one document at the end.
+class Changes {
+ public:
+  Changes(const CommonOptions& common, const char* done) : json_(common.json), done_(done) {}
+
+  void Done(const std::string& id) {
+    ids_.push_back(id);
+    if (!json_) Print(id + "\n");
+  }
+  void Failed(const std::string& item, const std::string& reason) {
+    failed_.push_back({{"item", item}, {"reason", reason}});
+    if (result_ == Exit::Ok) result_ = Exit::Partial;
+    PrintMessage(item + ": " + reason);
+  }
+  // Nothing more can be done.
+  void Broken(const CommandError& error) {
+    result_ = error.exit();
+    message_ = error.what();
+    PrintMessage(message_);
+  }
+  Exit Finish() const {
+    if (!json_) return result_;
+    ordered_json document = {{"result", ExitWord(result_)}, {done_, ids_}, {"failed", failed_}};
+    if (!message_.empty()) document["message"] = message_;
+    PrintJson(document);
+    return result_;
+  }
+
+ private:
+  bool json_;
+  const char* done_;
+  Exit result_ = Exit::Ok;
+  ordered_json ids_ = ordered_json::array();
+  ordered_json failed_ = ordered_json::array();
+  std::string message_;
+};
+
+void AddFile(const std::string& path, PcFolder& pc, Changes& changes) {
+  std::unique_ptr<ItemFile> file;
+  try {
+    file = std::make_unique<ItemFile>(path, pc.kind());
+  } catch (const UsageError& error) {
+    changes.Failed(path, error.what());
+    return;
+  }
+  for (const FoundText& found : file->found()) {
+    if (!found.fault.empty()) {
+      changes.Failed(found.place, found.fault);
+    } else if (const ComPtr<IItemCommon> item = ReadItem(pc.kind(), found.text)) {
+      changes.Done(pc.Add(item));
+    } else {
+      changes.Failed(found.place, "the text that begins here cannot be read");
+    }
+  }
+}
+
+Exit AddItems(const CommonOptions& common, const ItemArguments& given) {
+  const StoreKind& kind = KindNamed(given.store);
+  const OpenedProfile profile(common);
+  PcFolder pc(profile, kind);
+  Changes changes(common, "added");
+  try {
+    for (const std::string& path : given.files) AddFile(path, pc, changes);
+  } catch (const CommandError& error) {
+    changes.Broken(error);
+  }
+  return changes.Finish();
+}
+
+ComPtr<IItemCommon> OnlyItemOf(const ItemFile& file, const StoreKind& kind) {
+  const FoundText& first = file.found().front();
+  if (file.found().size() > 1) {
+    throw UsageError(first.place + ": there is more than one text in the file; `replace` takes " +
+                     "exactly one");
+  }
+  if (!first.fault.empty()) throw UsageError(first.place + ": " + first.fault);
+  ComPtr<IItemCommon> item = ReadItem(kind, first.text);
+  if (!item) throw UsageError(first.place + ": the text that begins here cannot be read");
+  return item;
+}
+
+Exit ReplaceItem(const CommonOptions& common, const ItemArguments& given) {
+  const StoreKind& kind = KindNamed(given.store);
+  const OpenedProfile profile(common);
+  const ItemFile file(given.files.front(), kind);
+  const ComPtr<IItemCommon> item = OnlyItemOf(file, kind);
+  const std::string& id = given.ids.front();
+  PcFolder pc(profile, kind);
+  Changes changes(common, "replaced");
+  if (pc.Replace(id, item)) {
+    changes.Done(id);
+  } else {
+    changes.Failed(id, UnknownItem(id, kind));
+  }
+  return changes.Finish();
+}
+
+Exit DeleteItems(const CommonOptions& common, const ItemArguments& given) {
+  const StoreKind& kind = KindNamed(given.store);
+  const OpenedProfile profile(common);
+  PcFolder pc(profile, kind);
+  Changes changes(common, "deleted");
+  try {
+    for (const std::string& id : given.ids) {
+      if (pc.Delete(id)) {
+        changes.Done(id);
+      } else {
+        changes.Failed(id, UnknownItem(id, kind));
+      }
+    }
+  } catch (const CommandError& error) {
+    changes.Broken(error);
+  }
+  return changes.Finish();
+}
+
+enum class Takes { Nothing, Id, Ids, Files, IdAndFile };
+
+struct ItemCommand {
+  const char* name;
+  const char* about;
+  const char* footer;
+  Takes takes;
+  Exit (*run)(const CommonOptions&, const ItemArguments&);
+};
+
+constexpr ItemCommand kCommands[] = {
+    {"list", "List the PC side's items: identifier, name, time of change (local)",
+     "Example: qvsync list contacts", Takes::Nothing, ListItems},
+    {"show", "Print one item of the PC side as text",
+     "Example: qvsync show contacts 0B1E...9F > card.vcf", Takes::Id, ShowItem},
+    {"add", "Add the items of files to the PC side; prints an identifier a line",
+     "A file may hold many texts; \"-\" is standard input. The PC side keeps the content of an\n"
+     "item: properties that it has no place for, labels of its own making and the text's UID\n"
+     "are not kept.\n"
+     "Example: qvsync add contacts friends.vcf",
+     Takes::Files, AddItems},
+    {"replace", "Replace one item of the PC side by the one text of a file",
+     "Example: qvsync replace contacts 0B1E...9F card.vcf", Takes::IdAndFile, ReplaceItem},
+    {"delete", "Delete items of the PC side", "Example: qvsync delete contacts 0B1E...9F",
+     Takes::Ids, DeleteItems},
+};
+
+void AddArguments(CLI::App& command, Takes takes, ItemArguments& given) {
+  command.add_option("STORE", given.store, "The store: " + StoreKindNames())->required();
+  if (takes == Takes::Id || takes == Takes::IdAndFile) {
+    command.add_option("ID", given.ids, "The item's whole identifier, as `list` prints it")
+        ->required()
+        ->expected(1);
+  }
+  if (takes == Takes::Ids) {
+    command.add_option("ID", given.ids, "Whole identifiers, as `list` prints them")->required();
+  }
+  if (takes == Takes::IdAndFile) {
+    command
+        .add_option("FILE", given.files, "A file with exactly one text; \"-\" is standard input")
+        ->required()
+        ->expected(1);
+  }
+  if (takes == Takes::Files) {
+    command.add_option("FILE", given.files, "Files; \"-\" is standard input")->required();
+  }
+}
+
+}  // namespace
+
+void AddItemCommands(CLI::App& app, Action& chosen) {
+  for (const ItemCommand& row : kCommands) {
+    const auto given = std::make_shared<ItemArguments>();
+    CLI::App* command = app.add_subcommand(row.name, row.about);
+    command->footer(row.footer);
+    AddArguments(*command, row.takes, *given);
+    command->callback([given, &chosen, run = row.run] {
+      chosen = [given, run](const CommonOptions& common) { return run(common, *given); };
+    });
+  }
+}
+
+}  // namespace qv

@@ -1,0 +1,40 @@
+// The PC side of one kind, as its own user sees and edits it: nothing of a sync's state is touched.
+//
+// Failures of the PC side itself throw CommandError(Failed) with the reason.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/profile.h"
+#include "pim/outlook_manager.h"
+
+namespace qv {
+
+class PcFolder {
+ public:
+  // Throws UsageError when the configured folder does not exist.
+  PcFolder(const Profile& profile, const StoreKind& kind);
+
+  std::vector<OutlookManager::ListedItem> List();
+  int64_t Count();
+  // Null for an unknown identifier.
+  ComPtr<IItemCommon> Get(const std::string& id);
+  // Each change is on disk when the call returns. False for an unknown identifier.
+  std::string Add(const ComPtr<IItemCommon>& item);
+  bool Replace(const std::string& id, const ComPtr<IItemCommon>& item);
+  bool Delete(const std::string& id);
+
+  const StoreKind& kind() const { return kind_; }
+
+ private:
+  bool Exists(const std::u16string& id);
+  void CheckStatus(HRESULT status, const std::string& what);
+
+  const StoreKind& kind_;
+  OutlookManager outlook_;
+  std::u16string folder_;
+};
+
+}  // namespace qv

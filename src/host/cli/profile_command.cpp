@@ -1,0 +1,136 @@
+#include <map>
+
+#include "host/cli/commands.h"
+#include "host/cli/open_profile.h"
+#include "host/cli/pc_folder.h"
+#include "host/engine/sync.h"
+
+namespace qv {
+namespace {
+
+using nlohmann::ordered_json;
+
+Exit Init(const CommonOptions& common) {
+  Profile::Create(common.folder);
+  if (common.json) {
+    PrintJson({{"result", ExitWord(Exit::Ok)}, {"profile", common.folder}});
+  } else {
+    Print("The profile " + Printable(common.folder) + " is ready.\n");
+  }
+  return Exit::Ok;
+}
+
+Exit Stop(const CommonOptions& common) {
+  OpenedProfile profile(common);
+  profile.SetStop(true);
+  if (common.json) {
+    PrintJson({{"result", ExitWord(Exit::Ok)}});
+  } else {
+    Print("A running sync of this profile stops at its next item.\n");
+  }
+  return Exit::Ok;
+}
+
+// One store with the phones that it has met.
+struct StoreStatus {
+  const StoreKind* kind;
+  int64_t pcItems;
+  std::vector<PendingChanges> phones;
+};
+
+std::vector<StoreStatus> CollectStatus(Profile& profile) {
+  std::vector<StoreStatus> stores;
+  for (const StoreKind* kind : profile.EnabledKinds()) {
+    stores.push_back({kind, PcFolder(profile, *kind).Count(), {}});
+  }
+  for (PendingChanges& pending : ReadStatus(profile)) {
+    for (StoreStatus& store : stores) {
+      const bool met = !pending.phoneId.empty() || !pending.phoneFolder.empty();
+      if (store.kind->name == pending.store && met) store.phones.push_back(std::move(pending));
+    }
+  }
+  return stores;
+}
+
+ordered_json CountsJson(const SideCounts& counts) {
+  return {{"added", counts.added}, {"replaced", counts.replaced}, {"deleted", counts.deleted}};
+}
+
+ordered_json PhoneJson(const PendingChanges& phone) {
+  ordered_json lastSync;
+  if (!phone.lastSync.empty()) lastSync = phone.lastSync;
+  ordered_json document = {{"folder", phone.phoneFolder},       {"id", phone.phoneId},
+                           {"paired", phone.pairedItems},       {"last_sync", lastSync},
+                           {"reachable", phone.phoneReachable}, {"pc", CountsJson(phone.pc)}};
+  if (phone.phoneReachable) document["phone"] = CountsJson(phone.phone);
+  return document;
+}
+
+std::string CountsText(const SideCounts& counts) {
+  if (counts.added + counts.replaced + counts.deleted == 0) return "nothing";
+  return std::to_string(counts.added) + " added, " + std::to_string(counts.replaced) +
+         " replaced, " + std::to_string(counts.deleted) + " deleted";
+}
+
+std::string PhoneText(const PendingChanges& phone) {
+  std::string text = "  phone " + Printable(phone.phoneFolder) + "\n    last sync             " +
+                     (phone.lastSync.empty() ? "never" : Printable(phone.lastSync)) + ", " +
+                     std::to_string(phone.pairedItems) + " paired\n";
+  text += "    pending on the PC     " + CountsText(phone.pc) + "\n";
+  text += "    pending on the phone  " +
+          (phone.phoneReachable ? CountsText(phone.phone) : "not known: it is not reachable") +
+          "\n";
+  return text;
+}
+
+Exit Status(const CommonOptions& common) {
+  OpenedProfile profile(common);
+  const std::vector<StoreStatus> stores = CollectStatus(profile);
+  if (common.json) {
+    ordered_json list = ordered_json::array();
+    for (const StoreStatus& store : stores) {
+      ordered_json phones = ordered_json::array();
+      for (const PendingChanges& phone : store.phones) phones.push_back(PhoneJson(phone));
+      list.push_back(
+          {{"store", store.kind->name}, {"pc_items", store.pcItems}, {"phones", phones}});
+    }
+    PrintJson({{"result", ExitWord(Exit::Ok)}, {"profile", profile.folder()}, {"stores", list}});
+    return Exit::Ok;
+  }
+  Print("profile " + Printable(profile.folder()) + "\n");
+  if (stores.empty()) Print("no store is switched on\n");
+  for (const StoreStatus& store : stores) {
+    Print(std::string(store.kind->name) + ": " + std::to_string(store.pcItems) + " on the PC\n");
+    if (store.phones.empty()) Print("  no phone yet\n");
+    for (const PendingChanges& phone : store.phones) Print(PhoneText(phone));
+  }
+  return Exit::Ok;
+}
+
+struct ProfileCommand {
+  const char* name;
+  const char* about;
+  const char* footer;
+  Exit (*run)(const CommonOptions&);
+};
+
+constexpr ProfileCommand kCommands[] = {
+    {"init", "Make a profile; one that is there is not touched", "Example: qvsync -p ~/sync init",
+     Init},
+    {"status", "Tell stores, counts, last sync, and what the next sync would find",
+     "Example: qvsync status --json", Status},
+    {"stop", "Make a running sync of the profile stop at its next item", "Example: qvsync stop",
+     Stop},
+};
+
+}  // namespace
+
+void AddProfileCommands(CLI::App& app, Action& chosen) {
+  for (const ProfileCommand& row : kCommands) {
+    CLI::App* command = app.add_subcommand(row.name, row.about);
+    command->footer(row.footer);
+    command->callback([&chosen, run = row.run] { chosen = run; });
+  }
+}
+
+}  // namespace qv

@@ -1,0 +1,113 @@
+#include "host/cli/sync_report.h"
+
+#include <array>
+
+namespace qv {
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr std::array<Exit, 5> kExits = {Exit::Ok, Exit::Partial, Exit::Refused, Exit::Stopped,
+                                        Exit::Failed};
+
+std::string Word(DS_SYNCTYPE mode) {
+  const char* word = ModeName(mode);
+  return word == nullptr ? "" : word;
+}
+
+ordered_json CountsJson(const SideCounts& counts) {
+  return {{"added", counts.added}, {"replaced", counts.replaced}, {"deleted", counts.deleted}};
+}
+
+ordered_json StoreJson(const StoreReport& store, bool dryRun) {
+  ordered_json failed = ordered_json::array();
+  for (const ItemFailure& failure : store.failed) {
+    failed.push_back({{"side", failure.side}, {"item", failure.item}, {"reason", failure.reason}});
+  }
+  ordered_json document = {
+      {"store", store.store},
+      {"mode", Word(store.mode)},
+      {"pc", CountsJson(store.pc)},
+      {"phone", CountsJson(store.phone)},
+      {"matched", store.matched},
+      {"conflicts", {{"pc_won", store.pcWon}, {"phone_won", store.phoneWon}, {"same", store.same}}},
+      {"failed", failed}};
+  if (store.result != SyncResult::Ok) document["result"] = ExitWord(ExitOf(store.result));
+  if (!store.message.empty()) document["message"] = store.message;
+  for (const ConflictNote& note : store.conflicts) {
+    document["kept"].push_back({{"item", note.item}, {"winner", note.winner}, {"file", note.kept}});
+  }
+  if (dryRun) document["steps"] = store.steps;
+  return document;
+}
+
+std::string CountsLine(const char* side, const SideCounts& counts) {
+  std::string line = side;
+  line += "added " + std::to_string(counts.added) + ", replaced " +
+          std::to_string(counts.replaced) + ", deleted " + std::to_string(counts.deleted) + "\n";
+  return line;
+}
+
+std::string StoreText(const StoreReport& store, bool dryRun) {
+  std::string text = store.store + ": " + Word(store.mode) + ", " + ExitWord(ExitOf(store.result)) +
+                     (dryRun ? " (dry run)\n" : "\n");
+  text += CountsLine("  on the PC     ", store.pc);
+  text += CountsLine("  on the phone  ", store.phone);
+  text += "  matched       " + std::to_string(store.matched) + "\n";
+  if (store.pcWon + store.phoneWon + store.same != 0) {
+    text += "  conflicts     PC won " + std::to_string(store.pcWon) + ", phone won " +
+            std::to_string(store.phoneWon) + ", same on both " + std::to_string(store.same) + "\n";
+  }
+  for (const ConflictNote& note : store.conflicts) {
+    text += "    " + Printable(note.item) + ": the " + (note.winner == "pc" ? "PC" : note.winner) +
+            " won";
+    text += note.kept.empty() ? "\n" : "; the other text lies in " + Printable(note.kept) + "\n";
+  }
+  if (!store.failed.empty())
+    text += "  failed        " + std::to_string(store.failed.size()) + "\n";
+  for (const ItemFailure& failure : store.failed) {
+    text += "    " + failure.side + " " + Printable(failure.item) + ": " +
+            Printable(failure.reason) + "\n";
+  }
+  if (dryRun) {
+    for (const std::string& step : store.steps) text += "  " + Printable(step) + "\n";
+  }
+  return text;
+}
+
+}  // namespace
+
+Exit ExitOf(SyncResult result) {
+  return kExits.at(static_cast<size_t>(result));
+}
+
+ordered_json SyncReportJson(const SyncReport& report, bool dryRun) {
+  ordered_json stores = ordered_json::array();
+  for (const StoreReport& store : report.stores) stores.push_back(StoreJson(store, dryRun));
+  ordered_json document = {{"result", ExitWord(ExitOf(report.result))}, {"stores", stores}};
+  if (!report.message.empty()) document["message"] = report.message;
+  if (dryRun) document["dry_run"] = true;
+  return document;
+}
+
+std::string SyncReportText(const SyncReport& report, bool dryRun) {
+  std::string text;
+  for (const StoreReport& store : report.stores) text += StoreText(store, dryRun);
+  if (dryRun) text += "nothing was changed\n";
+  return text;
+}
+
+void PrintSyncReport(const SyncReport& report, bool dryRun, bool json) {
+  if (json) {
+    PrintJson(SyncReportJson(report, dryRun));
+  } else {
+    Print(SyncReportText(report, dryRun));
+  }
+  FlushOutput();
+  for (const StoreReport& store : report.stores) {
+    if (!store.message.empty()) PrintMessage(store.store + ": " + store.message);
+  }
+  PrintMessage(report.message);
+}
+
+}  // namespace qv

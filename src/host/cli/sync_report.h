@@ -1,0 +1,19 @@
+// How the result of a sync is told, to people and to programs.
+#pragma once
+
+#include "host/cli/output.h"
+#include "host/engine/sync.h"
+
+namespace qv {
+
+Exit ExitOf(SyncResult result);
+
+// The persisted form of `sync --json`; further keys stand behind the told ones, and only when
+// there is something to say.
+nlohmann::ordered_json SyncReportJson(const SyncReport& report, bool dryRun);
+std::string SyncReportText(const SyncReport& report, bool dryRun);
+
+// One of the two on standard output; why it was refused or failed on standard error as well.
+void PrintSyncReport(const SyncReport& report, bool dryRun, bool json);
+
+}  // namespace qv

@@ -1,0 +1,72 @@
+#include "host/engine/content.h"
+
+#include "platform/system/service.h"
+#include "support/date_time.h"
+
+namespace qv {
+namespace {
+
+void Strip(IItemCommon& item) {
+  Check(item.put_ObjUid(nullptr));
+  Check(item.put_ObjModified(0.0));
+}
+
+Md5Digest Checksum(std::string_view text) {
+  const auto digest = Service<Md5Provider>::Get().Digest(text);
+  if (!digest) throw ItemError("the checksum service failed");
+  return *digest;
+}
+
+// The cores are equal and the whole is not. What the PC side cannot hold was only ever changed on
+// the phone, so the phone's counts; unless it has lost all of it.
+ContentMatch WhoHasMore(bool phoneHasNone) {
+  return phoneHasNone ? ContentMatch::PcHasMore : ContentMatch::PhoneHasMore;
+}
+
+}  // namespace
+
+ContentPrint PrintOf(PcStore& store, IItemCommon& item) {
+  Strip(item);
+  ContentPrint print;
+  print.exact = Checksum(store.Write(&item));
+  Check(item.DropSideData());
+  print.core = Checksum(store.Write(&item));
+  return print;
+}
+
+ContentMatch Compare(const ContentPrint& phone, const ContentPrint& pc) {
+  if (phone.exact == pc.exact) return ContentMatch::Identical;
+  if (phone.core != pc.core) return ContentMatch::Different;
+  return WhoHasMore(phone.exact == phone.core);
+}
+
+ContentMatch Compare(PcStore& store, IItemCommon& phone, IItemCommon& pc) {
+  Strip(phone);
+  Strip(pc);
+  const std::string phoneText = store.Write(&phone);
+  const std::string pcText = store.Write(&pc);
+  if (phoneText == pcText) return ContentMatch::Identical;
+  Check(phone.DropSideData());
+  Check(pc.DropSideData());
+  const std::string phoneCore = store.Write(&phone);
+  if (phoneCore != store.Write(&pc)) return ContentMatch::Different;
+  return WhoHasMore(phoneText == phoneCore);
+}
+
+Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, int64_t phoneModifiedNs, IItemCommon& pc) {
+  switch (answer) {
+    case RESV_CONFLTLASTMODIFIED_CLIENTWIN:
+      return Winner::Phone;
+    case RESV_CONFLTLASTMODIFIED_SERVERWIN:
+    case RESV_CONFLTLASTMODIFIED_IGNORE:
+      return Winner::Pc;
+    case RESV_CONFLTLASTMODIFIED_NONE:
+      break;
+  }
+  DATE modified = 0.0;
+  Check(pc.get_Modified(&modified));
+  return phoneModifiedNs / 1'000'000'000 > UnixSecondsFromDate(modified) ? Winner::Phone
+                                                                         : Winner::Pc;
+}
+
+}  // namespace qv

@@ -1,0 +1,27 @@
+// Comparing items by what they hold, whatever their identifiers and times say.
+#pragma once
+
+#include "host/engine/model.h"
+#include "host/engine/pc_side.h"
+
+namespace qv {
+
+// Checksums of an item's text without identifier and time: of all of it, and of what the PC side
+// can hold itself.
+struct ContentPrint {
+  Md5Digest exact{};
+  Md5Digest core{};
+};
+
+// Each of these spends the items: identifiers, times and what the PC cannot hold are taken out.
+// Throw ItemError or StatusError.
+ContentPrint PrintOf(PcStore& store, IItemCommon& item);
+ContentMatch Compare(PcStore& store, IItemCommon& phone, IItemCommon& pc);
+
+ContentMatch Compare(const ContentPrint& phone, const ContentPrint& pc);
+
+// Who wins by what the store answered; where it could not tell, by the age of the phone's file and
+// of the PC's item.
+Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, int64_t phoneModifiedNs, IItemCommon& pc);
+
+}  // namespace qv

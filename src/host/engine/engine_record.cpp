@@ -1,0 +1,141 @@
+#include "host/engine/engine_record.h"
+
+#include <algorithm>
+
+#include "platform/system/files.h"
+#include "platform/system/service.h"
+
+namespace qv {
+namespace {
+
+// Persisted contract.
+constexpr const char* kSchema =
+    "CREATE TABLE IF NOT EXISTS phones(id TEXT PRIMARY KEY, path TEXT NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS stores(phone TEXT NOT NULL, store TEXT NOT NULL,"
+    " slow_done INTEGER NOT NULL, last_sync TEXT NOT NULL, item_count INTEGER NOT NULL,"
+    " ended_ns INTEGER NOT NULL, PRIMARY KEY(phone, store));"
+    "CREATE TABLE IF NOT EXISTS items(phone TEXT NOT NULL, store TEXT NOT NULL,"
+    " name TEXT NOT NULL, size INTEGER NOT NULL, mtime_ns INTEGER NOT NULL, hash BLOB NOT NULL,"
+    " uid TEXT NOT NULL, source_uid TEXT NOT NULL, PRIMARY KEY(phone, store, name))"
+    " WITHOUT ROWID;"
+    "CREATE INDEX IF NOT EXISTS items_by_source ON items(phone, store, source_uid);";
+
+std::string_view Bytes(const Md5Digest& hash) {
+  return {reinterpret_cast<const char*>(hash.data()), hash.size()};
+}
+
+}  // namespace
+
+EngineRecord::Schema::Schema(SqliteDatabase& db) {
+  SqliteStatement tables =
+      db.Prepare("SELECT count(*) FROM sqlite_master WHERE name='items_by_source'");
+  // Asked first, so that looking writes nothing.
+  if (tables.Step() && tables.Int(0) == 0) {
+    tables.Reset();
+    db.Execute(kSchema);
+  }
+}
+
+EngineRecord::EngineRecord(const std::string& path)
+    : db_(path, SqliteDatabase::Durability::Normal),
+      schema_(db_),
+      put_(db_.Prepare("INSERT OR REPLACE INTO items VALUES(?,?,?,?,?,?,?,?)")),
+      release_(
+          db_.Prepare("DELETE FROM items WHERE phone=? AND store=? AND source_uid=? AND name<>?")),
+      remove_(db_.Prepare("DELETE FROM items WHERE phone=? AND store=? AND name=?")) {}
+
+std::string EngineRecord::PathFor(const std::string& path, bool lookOnly) {
+  FileInfo info;
+  const bool missing =
+      Service<Files>::Get().Stat(path, info) == std::errc::no_such_file_or_directory;
+  return lookOnly && missing ? ":memory:" : path;
+}
+
+std::vector<KnownPhone> EngineRecord::Phones() {
+  std::vector<KnownPhone> phones;
+  SqliteStatement rows = db_.Prepare("SELECT id,path FROM phones ORDER BY path,id");
+  while (rows.Step()) phones.push_back({rows.Text(0), rows.Text(1)});
+  return phones;
+}
+
+void EngineRecord::SavePhone(const std::string& id, const std::string& path) {
+  SqliteTransaction group(db_);
+  db_.Prepare("UPDATE phones SET path='' WHERE path=? AND id<>?").Bind(1, path).Bind(2, id).Run();
+  db_.Prepare("INSERT OR REPLACE INTO phones VALUES(?,?)").Bind(1, id).Bind(2, path).Run();
+  group.Commit();
+}
+
+StoreState EngineRecord::State(const std::string& phone, std::string_view store) {
+  SqliteStatement row = db_.Prepare(
+      "SELECT slow_done,last_sync,item_count,ended_ns FROM stores WHERE phone=? AND store=?");
+  row.Bind(1, phone).Bind(2, store);
+  if (!row.Step()) return {};
+  return {row.Int(0) != 0, row.Text(1), row.Int(2), row.Int(3)};
+}
+
+void EngineRecord::SaveState(const std::string& phone, std::string_view store,
+                             const StoreState& state) {
+  db_.Prepare("INSERT OR REPLACE INTO stores VALUES(?,?,?,?,?,?)")
+      .Bind(1, phone)
+      .Bind(2, store)
+      .Bind(3, int64_t{state.slowDone})
+      .Bind(4, state.lastSync)
+      .Bind(5, state.itemCount)
+      .Bind(6, state.endedNs)
+      .Run();
+}
+
+void EngineRecord::ClearSlowDone(const std::string& phone, std::string_view store) {
+  StoreState state = State(phone, store);
+  if (!state.slowDone) return;
+  state.slowDone = false;
+  SaveState(phone, store, state);
+  db_.Execute("PRAGMA wal_checkpoint(FULL)");
+}
+
+std::vector<RecordRow> EngineRecord::Rows(const std::string& phone, std::string_view store) {
+  std::vector<RecordRow> rows;
+  rows.reserve(static_cast<size_t>(Count(phone, store)));
+  SqliteStatement read = db_.Prepare(
+      "SELECT name,size,mtime_ns,hash,uid,source_uid FROM items WHERE phone=? AND store=?"
+      " ORDER BY name");
+  read.Bind(1, phone).Bind(2, store);
+  while (read.Step()) {
+    RecordRow row;
+    row.name = read.Text(0);
+    row.size = static_cast<uint64_t>(read.Int(1));
+    row.modifiedNs = read.Int(2);
+    const std::string hash = read.Blob(3);
+    std::copy_n(hash.begin(), std::min(hash.size(), row.hash.size()), row.hash.begin());
+    row.uid = read.Text16(4);
+    row.sourceUid = read.Text16(5);
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+void EngineRecord::Put(const std::string& phone, std::string_view store, const RecordRow& row) {
+  release_.Bind(1, phone).Bind(2, store).Bind(3, row.sourceUid).Bind(4, row.name).Run();
+  put_.Bind(1, phone)
+      .Bind(2, store)
+      .Bind(3, row.name)
+      .Bind(4, static_cast<int64_t>(row.size))
+      .Bind(5, row.modifiedNs)
+      .BindBlob(6, Bytes(row.hash))
+      .Bind(7, row.uid)
+      .Bind(8, row.sourceUid)
+      .Run();
+}
+
+void EngineRecord::Remove(const std::string& phone, std::string_view store,
+                          const std::string& name) {
+  remove_.Bind(1, phone).Bind(2, store).Bind(3, name).Run();
+}
+
+int64_t EngineRecord::Count(const std::string& phone, std::string_view store) {
+  SqliteStatement count = db_.Prepare("SELECT count(*) FROM items WHERE phone=? AND store=?");
+  count.Bind(1, phone).Bind(2, store);
+  return count.Step() ? count.Int(0) : 0;
+}
+
+}  // namespace qv

@@ -1,0 +1,29 @@
+// How a run is cut short, from one item to the whole.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "platform/com/status_error.h"
+
+namespace qv {
+
+// One item cannot be synced; the others go on.
+class ItemError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// A store, or all of them, cannot be used at all. The text says which and why.
+class StoreFailure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// The user has pressed stop.
+class SyncStopped : public std::runtime_error {
+ public:
+  SyncStopped() : std::runtime_error("stopped") {}
+};
+
+}  // namespace qv

@@ -1,0 +1,330 @@
+#include "host/engine/links.h"
+
+#include <functional>
+#include <unordered_map>
+
+namespace qv {
+namespace {
+
+using IdIndex = std::unordered_map<std::u16string_view, int32_t>;
+
+IdIndex IndexPc(const Inventory& sides) {
+  IdIndex index;
+  index.reserve(sides.pc.size());
+  for (int32_t i = 0; i < IndexOf(sides.pc); ++i) index.emplace(At(sides.pc, i).id, i);
+  return index;
+}
+
+// Hands out each PC item once: a second taker gets none.
+class PcItems {
+ public:
+  explicit PcItems(const Inventory& sides)
+      : sides_(sides), index_(IndexPc(sides)), taken_(sides.pc.size(), false) {}
+
+  int32_t Find(const std::u16string& id) const {
+    const auto found = index_.find(id);
+    return found == index_.end() ? -1 : found->second;
+  }
+  bool IsFree(int32_t pc) const { return pc >= 0 && !taken_[static_cast<size_t>(pc)]; }
+  bool IsThere(int32_t pc) const { return pc >= 0 && At(sides_.pc, pc).change != PcChange::Gone; }
+  void Take(int32_t pc) {
+    if (pc >= 0) taken_[static_cast<size_t>(pc)] = true;
+  }
+
+ private:
+  const Inventory& sides_;
+  IdIndex index_;
+  std::vector<bool> taken_;
+};
+
+void AddLonePc(Inventory& sides, const PcItems& items) {
+  for (int32_t i = 0; i < IndexOf(sides.pc); ++i) {
+    if (!items.IsFree(i)) continue;
+    ItemLink link;
+    link.pc = i;
+    sides.links.push_back(link);
+  }
+}
+
+// Which records have their file.
+std::vector<bool> RecordsWithFile(const Inventory& sides) {
+  std::vector<bool> have(sides.records.size(), false);
+  for (const PhoneItem& item : sides.phone) {
+    if (item.record >= 0) have[static_cast<size_t>(item.record)] = true;
+  }
+  return have;
+}
+
+bool IsLonePhone(const Inventory& sides, const ItemLink& link) {
+  return link.record < 0 && link.pc < 0 && link.phone >= 0 &&
+         At(sides.phone, link.phone).change != PhoneChange::Unreadable;
+}
+
+bool IsLonePc(const Inventory& sides, const ItemLink& link) {
+  return link.record < 0 && link.phone < 0 && link.pc >= 0 &&
+         At(sides.pc, link.pc).change != PcChange::Gone;
+}
+
+std::vector<int32_t> LinksThat(const Inventory& sides,
+                               bool (*holds)(const Inventory&, const ItemLink&)) {
+  std::vector<int32_t> links;
+  for (int32_t i = 0; i < IndexOf(sides.links); ++i) {
+    if (holds(sides, At(sides.links, i))) links.push_back(i);
+  }
+  return links;
+}
+
+// Moves the PC item of one lone link to the other; what is left empty is dropped by `DropEmpty`.
+ItemLink& Join(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
+  ItemLink& link = At(sides.links, phoneLink);
+  ItemLink& from = At(sides.links, pcLink);
+  link.pc = std::exchange(from.pc, -1);
+  link.statusWritten = from.statusWritten;
+  return link;
+}
+
+void DropEmpty(Inventory& sides) {
+  std::erase_if(sides.links, [](const ItemLink& link) {
+    return link.pc < 0 && link.phone < 0 && link.record < 0;
+  });
+}
+
+// The passes of a slow sync's matching: `partner` by phone item.
+class SlowLinks {
+ public:
+  SlowLinks(Inventory& sides, std::vector<SlowMatch>& matches)
+      : sides_(sides), matches_(matches), items_(sides) {}
+
+  void Run() {
+    By(&SlowLinks::SameUid);
+    BySwappedUid();
+    By(&SlowLinks::SameRecord);
+    By(&SlowLinks::SameContent);
+    RestOfRecord();
+    Emit();
+  }
+
+ private:
+  struct Partner {
+    int32_t pc = -1;
+    const SlowMatch* match = nullptr;  // whose comparison holds for the pair
+  };
+
+  const PhoneItem& Phone(const SlowMatch& match) const { return At(sides_.phone, match.phone); }
+  int32_t RecordedPc(const PhoneItem& item) const {
+    return item.record < 0 ? -1 : items_.Find(At(sides_.records, item.record).sourceUid);
+  }
+  bool SameUid(const SlowMatch& match) const {
+    return !match.pcUid.empty() && Phone(match).uid == match.pcUid;
+  }
+  bool SameRecord(const SlowMatch& match) const { return RecordedPc(Phone(match)) == match.pc; }
+  bool SameContent(const SlowMatch& match) const {
+    return match.content != ContentMatch::Different;
+  }
+
+  bool IsOpen(int32_t phone) const { return partners_[static_cast<size_t>(phone)].pc < 0; }
+  void Pair(int32_t phone, int32_t pc, const SlowMatch* match) {
+    At(partners_, phone) = {pc, match};
+    items_.Take(pc);
+  }
+  void By(bool (SlowLinks::*holds)(const SlowMatch&) const) {
+    for (const SlowMatch& match : matches_) {
+      if (IsOpen(match.phone) && items_.IsFree(match.pc) && (this->*holds)(match)) {
+        Pair(match.phone, match.pc, &match);
+      }
+    }
+  }
+  void BySwappedUid();
+  void RestOfRecord();
+  void Emit();
+
+  Inventory& sides_;
+  std::vector<SlowMatch>& matches_;
+  PcItems items_;
+  std::vector<Partner> partners_ = std::vector<Partner>(sides_.phone.size());
+};
+
+void SlowLinks::BySwappedUid() {
+  std::unordered_map<std::u16string_view, int32_t> byUid;
+  for (const SlowMatch& match : matches_) {
+    if (items_.IsFree(match.pc) && !match.pcUid.empty()) byUid.emplace(match.pcUid, match.pc);
+  }
+  if (byUid.empty()) return;
+  for (const SlowMatch& match : matches_) {
+    if (!IsOpen(match.phone)) continue;
+    const auto found = byUid.find(Phone(match).uid);
+    if (found != byUid.end() && items_.IsFree(found->second)) {
+      Pair(match.phone, found->second, nullptr);
+    }
+  }
+}
+
+// Pairs that the store cannot see, for want of a uid in the text.
+void SlowLinks::RestOfRecord() {
+  for (int32_t i = 0; i < IndexOf(sides_.phone); ++i) {
+    const int32_t pc = RecordedPc(At(sides_.phone, i));
+    if (IsOpen(i) && items_.IsFree(pc) && items_.IsThere(pc)) Pair(i, pc, nullptr);
+  }
+}
+
+void SlowLinks::Emit() {
+  std::vector<bool> written(sides_.pc.size(), false);
+  for (const SlowMatch& match : matches_) written[static_cast<size_t>(match.pc)] = true;
+  for (int32_t i = 0; i < IndexOf(sides_.phone); ++i) {
+    const PhoneItem& item = At(sides_.phone, i);
+    const Partner& partner = At(partners_, i);
+    ItemLink link;
+    link.phone = i;
+    link.pc = partner.pc;
+    if (partner.pc >= 0 && RecordedPc(item) == partner.pc) link.record = item.record;
+    if (partner.match != nullptr) {
+      link.content = partner.match->content;
+      link.newer = partner.match->newer;
+    }
+    sides_.links.push_back(link);
+  }
+  const std::vector<bool> haveFile = RecordsWithFile(sides_);
+  for (int32_t i = 0; i < IndexOf(sides_.records); ++i) {
+    const int32_t pc = items_.Find(At(sides_.records, i).sourceUid);
+    // Gone on both sides. An item that is only gone from the phone comes back.
+    if (haveFile[static_cast<size_t>(i)] || items_.IsThere(pc)) continue;
+    ItemLink link;
+    link.record = i;
+    if (items_.IsFree(pc)) link.pc = pc;
+    items_.Take(pc);
+    sides_.links.push_back(link);
+  }
+  AddLonePc(sides_, items_);
+  for (ItemLink& link : sides_.links) {
+    link.statusWritten = link.pc >= 0 && written[static_cast<size_t>(link.pc)];
+  }
+  std::erase_if(matches_, [this](const SlowMatch& match) {
+    return !IsOpen(match.phone) || !items_.IsFree(match.pc);
+  });
+}
+
+// The lone items of both sides, and the pairing of them.
+class LoneLinks {
+ public:
+  LoneLinks(Inventory& sides, const std::vector<LoneItem>& phone, const std::vector<LoneItem>& pc)
+      : sides_(sides), phone_(phone), pc_(pc), phoneDone_(phone.size()), pcDone_(pc.size()) {}
+
+  // Pairs items of equal key; `key` is empty for an item without one.
+  using KeyOf = std::function<std::string(const LoneItem&)>;
+  void By(const KeyOf& key) {
+    std::unordered_multimap<std::string, size_t> open;
+    // From the back, so that equal keys come out in the order of the items.
+    for (size_t i = pc_.size(); i-- > 0;) {
+      std::string text = pcDone_[i] ? std::string() : key(pc_[i]);
+      if (!text.empty()) open.emplace(std::move(text), i);
+    }
+    for (size_t i = 0; i < phone_.size() && !open.empty(); ++i) {
+      const std::string text = phoneDone_[i] ? std::string() : key(phone_[i]);
+      const auto found = text.empty() ? open.end() : open.find(text);
+      if (found == open.end()) continue;
+      Pair(i, found->second);
+      open.erase(found);
+    }
+  }
+
+ private:
+  void Pair(size_t phone, size_t pc) {
+    phoneDone_[phone] = true;
+    pcDone_[pc] = true;
+    ItemLink& link = Join(sides_, phone_[phone].link, pc_[pc].link);
+    if (phone_[phone].print && pc_[pc].print) {
+      link.content = Compare(*phone_[phone].print, *pc_[pc].print);
+    }
+  }
+
+  Inventory& sides_;
+  const std::vector<LoneItem>& phone_;
+  const std::vector<LoneItem>& pc_;
+  std::vector<bool> phoneDone_;
+  std::vector<bool> pcDone_;
+};
+
+std::string UidKey(const LoneItem& item) {
+  return {reinterpret_cast<const char*>(item.uid.data()), item.uid.size() * sizeof(char16_t)};
+}
+
+std::string PrintKey(const LoneItem& item, Md5Digest ContentPrint::*part) {
+  if (!item.print) return {};
+  const Md5Digest& digest = (*item.print).*part;
+  return {reinterpret_cast<const char*>(digest.data()), digest.size()};
+}
+
+}  // namespace
+
+void LinkByRecord(Inventory& sides) {
+  PcItems items(sides);
+  for (int32_t i = 0; i < IndexOf(sides.phone); ++i) {
+    ItemLink link;
+    link.phone = i;
+    if (const int32_t record = At(sides.phone, i).record; record >= 0) {
+      const int32_t pc = items.Find(At(sides.records, record).sourceUid);
+      // A second record of one item says nothing; it must not look like a deletion.
+      if (pc < 0 || items.IsFree(pc)) {
+        link.record = record;
+        link.pc = pc;
+        items.Take(pc);
+      }
+    }
+    sides.links.push_back(link);
+  }
+  const std::vector<bool> haveFile = RecordsWithFile(sides);
+  for (int32_t i = 0; i < IndexOf(sides.records); ++i) {
+    if (haveFile[static_cast<size_t>(i)]) continue;
+    ItemLink link;
+    link.record = i;
+    const int32_t pc = items.Find(At(sides.records, i).sourceUid);
+    if (items.IsFree(pc)) link.pc = pc;
+    items.Take(pc);
+    sides.links.push_back(link);
+  }
+  AddLonePc(sides, items);
+}
+
+void LinkSlow(Inventory& sides, std::vector<SlowMatch>& matches) {
+  SlowLinks(sides, matches).Run();
+}
+
+void LinkRemaining(Inventory& sides, const std::vector<SlowMatch>& matches) {
+  if (matches.empty()) return;
+  std::vector<int32_t> ofPhone(sides.phone.size(), -1);
+  std::vector<int32_t> ofPc(sides.pc.size(), -1);
+  for (const int32_t link : LonePhoneLinks(sides)) At(ofPhone, At(sides.links, link).phone) = link;
+  for (const int32_t link : LonePcLinks(sides)) At(ofPc, At(sides.links, link).pc) = link;
+  for (const SlowMatch& match : matches) {
+    const int32_t phone = At(ofPhone, match.phone);
+    const int32_t pc = At(ofPc, match.pc);
+    if (phone < 0 || pc < 0) continue;
+    ItemLink& link = Join(sides, phone, pc);
+    link.content = match.content;
+    link.newer = match.newer;
+  }
+  DropEmpty(sides);
+}
+
+void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
+              const std::vector<LoneItem>& pc) {
+  LoneLinks links(sides, phone, pc);
+  links.By([](const LoneItem& item) {
+    const std::string content = PrintKey(item, &ContentPrint::exact);
+    return item.uid.empty() || content.empty() ? std::string() : UidKey(item) + content;
+  });
+  links.By(UidKey);
+  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::exact); });
+  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::core); });
+  DropEmpty(sides);
+}
+
+std::vector<int32_t> LonePhoneLinks(const Inventory& sides) {
+  return LinksThat(sides, IsLonePhone);
+}
+
+std::vector<int32_t> LonePcLinks(const Inventory& sides) {
+  return LinksThat(sides, IsLonePc);
+}
+
+}  // namespace qv

@@ -1,0 +1,48 @@
+// Joining both sides into pairs. Pure: nothing here looks at a file or asks a store.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/engine/content.h"
+#include "host/engine/model.h"
+
+namespace qv {
+
+// The pairs of the record, and everything else alone.
+void LinkByRecord(Inventory& sides);
+
+// What the store answered for one text of the phone in a slow sync.
+struct SlowMatch {
+  int32_t phone = -1;
+  int32_t pc = -1;
+  std::u16string pcUid;
+  ContentMatch content = ContentMatch::Unknown;
+  Winner newer = Winner::None;
+};
+
+// The store takes the first item that has the same uid or the same key text. Texts whose key texts
+// agree may so meet each other's partners: uids go first here, then the record, then matches of
+// equal content. Matches that are left, of differing contents, stay in `matches` for
+// `LinkRemaining`, when all that is equal has found itself.
+void LinkSlow(Inventory& sides, std::vector<SlowMatch>& matches);
+void LinkRemaining(Inventory& sides, const std::vector<SlowMatch>& matches);
+
+// What stands alone on one side, by what it holds. `link` is its place among the links.
+struct LoneItem {
+  int32_t link = -1;
+  std::u16string uid;
+  std::optional<ContentPrint> print;  // nothing for one that could not be read
+};
+
+// Pairs one to one: equal uids first (of equal content where there are several), then equal
+// contents, then contents equal but for what the PC cannot hold.
+void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
+              const std::vector<LoneItem>& pc);
+
+// The links of items that stand alone and can be matched.
+std::vector<int32_t> LonePhoneLinks(const Inventory& sides);
+std::vector<int32_t> LonePcLinks(const Inventory& sides);
+
+}  // namespace qv

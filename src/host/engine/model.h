@@ -1,0 +1,80 @@
+// What one run knows of one store on both sides: plain values, which planning reads and changes
+// nothing of. Indexes stand for places in the vectors; -1 is "none".
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/system/identifiers.h"
+
+namespace qv {
+
+// One agreed pair, as the engine's record keeps it.
+struct RecordRow {
+  std::string name;  // of the phone's file
+  uint64_t size = 0;
+  int64_t modifiedNs = 0;
+  Md5Digest hash{};          // of the file's bytes
+  std::u16string uid;        // inside the text; may be empty
+  std::u16string sourceUid;  // on the PC side
+};
+
+enum class PhoneChange : uint8_t { Same, Changed, New, Unreadable };
+
+struct PhoneItem {
+  std::string name;
+  uint64_t size = 0;
+  int64_t modifiedNs = 0;
+  Md5Digest hash{};
+  std::u16string uid;
+  std::string text;  // kept from planning to running when small; else empty
+  int32_t record = -1;
+  PhoneChange change = PhoneChange::New;
+};
+
+// Against what the two sides last agreed on. `New` means that they never did.
+enum class PcChange : uint8_t { Same, Changed, New, Gone };
+
+struct PcItem {
+  std::u16string id;
+  uint64_t stamp = 0;  // of its content; 0 for unknown
+  PcChange change = PcChange::New;
+};
+
+// How the contents of a pair compare. "More": they are equal in what the PC side can hold itself,
+// and differ in what it only keeps for the phone.
+enum class ContentMatch : uint8_t { Unknown, Identical, PhoneHasMore, PcHasMore, Different };
+
+enum class Winner : uint8_t { None, Pc, Phone };
+
+// One item of the sync: a pair, or what stands alone on one side.
+struct ItemLink {
+  int32_t pc = -1;
+  int32_t phone = -1;
+  int32_t record = -1;  // the pair's agreed row; -1 for a pair or item that has none
+  ContentMatch content = ContentMatch::Unknown;
+  Winner newer = Winner::None;  // who wins where the contents differ
+  bool statusWritten = false;   // the store has noted the agreement while matching
+};
+
+struct Inventory {
+  std::vector<RecordRow> records;
+  std::vector<PhoneItem> phone;  // by name
+  std::vector<PcItem> pc;
+  std::vector<ItemLink> links;
+  int64_t pcCount = 0;  // items that are there now
+};
+
+template <class Vector>
+int32_t IndexOf(const Vector& vector) {
+  return static_cast<int32_t>(vector.size());
+}
+
+// Element by an index that is not -1.
+template <class Vector>
+auto& At(Vector& vector, int32_t index) {
+  return vector[static_cast<size_t>(index)];
+}
+
+}  // namespace qv

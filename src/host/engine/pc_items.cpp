@@ -1,0 +1,100 @@
+// Comparing the two status trees of a store.
+#include <unordered_map>
+
+#include "host/engine/pc_side.h"
+#include "host/engine/report_words.h"
+#include "platform/com/lists.h"
+#include "support/date_time.h"
+
+namespace qv {
+namespace {
+
+struct StatusEntry {
+  std::u16string id;
+  DATE modified = 0.0;
+  std::u16string md5;
+};
+
+StatusEntry EntryOf(IStatusDBItem& item) {
+  StatusEntry entry;
+  Bstr text;
+  Check(item.get_sourceUid(text.Out()));
+  entry.id = text.str();
+  Check(item.get_md5(text.Out()));
+  entry.md5 = text.str();
+  Check(item.get_modified(&entry.modified));
+  return entry;
+}
+
+// All items below a node, folders left out; no recursion, whatever the tree's depth.
+std::vector<StatusEntry> Flatten(ComPtr<IStatusDBItemTree> root) {
+  std::vector<StatusEntry> entries;
+  std::vector<ComPtr<IStatusDBItemTree>> open{std::move(root)};
+  while (!open.empty()) {
+    const ComPtr<IStatusDBItemTree> node = std::move(open.back());
+    open.pop_back();
+    ComPtr<IUnknown> list;
+    if (node) Check(node->get_SubItemTree(list.Out()));
+    const auto children = Query<IUnkList>(list);
+    int32_t count = 0;
+    if (children) Check(children->Count(&count));
+    for (int32_t i = 0; i < count; ++i) {
+      ComPtr<IUnknown> child;
+      Check(children->Item(i, child.Out()));
+      const auto tree = Query<IStatusDBItemTree>(child);
+      if (!tree) continue;
+      ComPtr<IStatusDBItem> item;
+      Check(tree->get_Item(item.Out()));
+      BOOL isFolder = kFalse;
+      if (item) Check(item->get_IsFolder(&isFolder));
+      if (isFolder != kFalse) {
+        open.push_back(tree);
+      } else if (item) {
+        entries.push_back(EntryOf(*item));
+      }
+    }
+  }
+  return entries;
+}
+
+bool IsSame(const StatusEntry& a, const StatusEntry& b) {
+  return CompareDateTime(a.modified, b.modified) == 0 && a.md5 == b.md5;
+}
+
+}  // namespace
+
+void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present) {
+  const DatabaseReason reason;
+  std::vector<StatusEntry> before;
+  std::vector<StatusEntry> now;
+  try {
+    ComPtr<IStatusDBItemTree> tree;
+    Check(status_->GetBackupStatusDB(tree.Out()));
+    before = Flatten(std::move(tree));
+    Check(status_->GetCurrentStatusDB(tree.Out()));
+    now = Flatten(std::move(tree));
+  } catch (const StatusError& error) {
+    throw StoreFailure(reason.Explain("the PC's items cannot be listed", error.status()));
+  }
+  std::unordered_map<std::u16string_view, const StatusEntry*> agreed;
+  agreed.reserve(before.size());
+  for (const StatusEntry& entry : before) agreed.emplace(entry.id, &entry);
+  items.clear();
+  items.reserve(now.size());
+  for (StatusEntry& entry : now) {
+    PcItem item;
+    item.stamp = StampOf(entry.md5);
+    if (const auto found = agreed.find(entry.id); found != agreed.end()) {
+      item.change = IsSame(*found->second, entry) ? PcChange::Same : PcChange::Changed;
+      agreed.erase(found);
+    }
+    item.id = std::move(entry.id);
+    items.push_back(std::move(item));
+  }
+  present = static_cast<int64_t>(items.size());
+  for (const StatusEntry& entry : before) {
+    if (agreed.contains(entry.id)) items.push_back({entry.id, 0, PcChange::Gone});
+  }
+}
+
+}  // namespace qv

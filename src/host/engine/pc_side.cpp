@@ -1,0 +1,253 @@
+#include "host/engine/pc_side.h"
+
+#include "framework/class_table.h"
+#include "host/engine/report_words.h"
+#include "platform/com/lists.h"
+#include "support/text.h"
+#include "support/user_flags.h"
+
+namespace qv {
+namespace {
+
+std::string Key(const StoreKind& kind, std::string_view suffix) {
+  return std::string(kind.configName) + std::string(suffix);
+}
+
+std::string ContentText(IUnknown* object) {
+  const auto content = Query<IContentData>(object);
+  int32_t length = 0;
+  if (!content || Failed(content->GetLength(&length))) return {};
+  std::string text(static_cast<size_t>(length), '\0');
+  Check(content->GetText(text.data(), length));
+  return text;
+}
+
+}  // namespace
+
+PcSide::PcSide(Profile& profile) : profile_(profile) {
+  // The database is the engine's: it keeps a hand on the object that the manager is about to make.
+  ClassCreator real = RegisterClass(CLSID_DBAccessor, nullptr);
+  if (real) {
+    RegisterClass(CLSID_DBAccessor, [this, real] {
+      const CreatedObject created = real();
+      if (created.root != nullptr) {
+        transaction_ = Query<IDBTransaction>(created.root->Inner());
+      }
+      return created;
+    });
+  }
+  realAccessor_ = real;
+  const DatabaseReason reason;
+  HRESULT status = E_FAIL;
+  try {
+    manager_ = CreateInstance<IDataStoreMgr>(ClassId(u"DataStoreManager"));
+    status = manager_->Initialize(profile.bag());
+  } catch (const StatusError& error) {
+    status = error.status();
+  }
+  if (Failed(status)) {
+    const std::string why = reason.Explain("the stores cannot be opened", status);
+    RegisterClass(CLSID_DBAccessor, realAccessor_);
+    ExplainStart(status, why);
+  }
+}
+
+PcSide::~PcSide() {
+  Rollback();
+  RegisterClass(CLSID_DBAccessor, realAccessor_);
+}
+
+// The manager tells a status and no more; what it made before the failure tells the rest.
+void PcSide::ExplainStart(HRESULT status, const std::string& reason) {
+  for (const StoreKind* kind : profile_.EnabledKinds()) {
+    const std::string clsid = profile_.Value(Key(*kind, ".CLSID"));
+    const std::string key = "the key " + Key(*kind, ".CLSID") + " in qvsync.conf";
+    CLSID parsed;
+    if (status == DS_E_BAD_CLSID && Failed(CLSIDFromString(FromUtf8(clsid), &parsed))) {
+      throw StoreFailure(key + " is no class identifier: \"" + clsid + "\"");
+    }
+    if (status == DS_E_NO_STORE_CLASS &&
+        (Failed(CLSIDFromString(FromUtf8(clsid), &parsed)) || !IsClassRegistered(parsed))) {
+      throw StoreFailure(key + " names no store class: " + clsid);
+    }
+    ComPtr<IDataStore> store;
+    const Bstr uri(FromUtf8(profile_.Value(Key(*kind, ".SourceURI"))));
+    const bool made = manager_ && Succeeded(manager_->GetDataStore(uri, store.Out())) && store;
+    if (!made && status == E_FAIL) {
+      throw StoreFailure("the store of " + std::string(kind->name) + " cannot be opened (" +
+                         reason + "): the PC profile in " + profile_.PcFolder() +
+                         " must be readable and hold the folder that " + Key(*kind, ".EntryId") +
+                         " names");
+    }
+  }
+  throw StoreFailure(reason);
+}
+
+void PcSide::SetTargetKey(const std::string& phoneId) {
+  manager_->SetTargetKey(Bstr(FromUtf8(phoneId)));
+}
+
+ComPtr<IDataStore> PcSide::Store(const StoreKind& kind) {
+  const std::string uri = profile_.Value(Key(kind, ".SourceURI"));
+  ComPtr<IDataStore> store;
+  manager_->GetDataStore(Bstr(FromUtf8(uri)), store.Out());
+  if (!store) {
+    throw StoreFailure("no store answers to the key " + Key(kind, ".SourceURI") + " = " + uri);
+  }
+  return store;
+}
+
+bool PcSide::Begin() {
+  const DatabaseReason reason;
+  if (!transaction_) return false;
+  const HRESULT status = transaction_->Begin();
+  if (Failed(status)) throw StoreFailure(reason.Explain("the sync database is not free", status));
+  open_ = true;
+  return true;
+}
+
+void PcSide::Commit() {
+  if (!open_) return;
+  const DatabaseReason reason;
+  const HRESULT status = transaction_->Commit();
+  if (Failed(status)) {
+    const std::string why = reason.Explain("the sync database cannot be written", status);
+    Rollback();
+    throw StoreFailure(why);
+  }
+  open_ = false;
+}
+
+void PcSide::Rollback() noexcept {
+  if (!open_) return;
+  transaction_->Rollback();
+  open_ = false;
+}
+
+uint64_t StampOf(std::u16string_view md5) {
+  return md5.empty() ? 0 : std::hash<std::u16string_view>()(md5) | 1;
+}
+
+std::u16string UidOf(IItemCommon& item) {
+  Bstr uid;
+  Check(item.get_ObjUid(uid.Out()));
+  return uid.str();
+}
+
+PcStore::PcStore(PcSide& side, Profile& profile, const StoreKind& kind)
+    : side_(side), kind_(kind), store_(side.Store(kind)), mimeType_(kind.mimeType) {
+  status_ = Query<IStatusDB>(store_);
+  if (!status_) throw StoreFailure("the store of " + std::string(kind.name) + " has no status");
+  const DatabaseReason reason;
+  HRESULT status = status_->Initialize();
+  try {
+    converter_ = CreateInstance<IConverter>(kind.converter);
+    if (Succeeded(status)) status = converter_->Initialize(profile.bag());
+  } catch (const StatusError& error) {
+    status = error.status();
+  }
+  if (Failed(status)) throw StoreFailure(reason.Explain("the store cannot be read", status));
+}
+
+void PcStore::PrepareSlowSync() {
+  const DatabaseReason reason;
+  const HRESULT status = store_->PrepareSlowSync();
+  if (Failed(status) && !IsSyncStopped()) {
+    throw StoreFailure(reason.Explain("the PC's items cannot be listed", status));
+  }
+}
+
+ComPtr<IContentData> PcStore::Content(std::string_view text) {
+  auto content = CreateInstance<IContentData>(CLSID_ContentData);
+  if (text.size() > INT32_MAX) throw ItemError("the text is too large");
+  Check(content->SetText(text.data(), static_cast<int32_t>(text.size())));
+  return content;
+}
+
+ComPtr<IItemCommon> PcStore::Parse(std::string_view text) {
+  ComPtr<IUnknown> item;
+  const HRESULT status = converter_->Parse(Content(text).get(), item.Out());
+  if (Failed(status)) throw ItemError("the text cannot be read: " + StatusWords(status));
+  return Query<IItemCommon>(item);
+}
+
+ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, Duplicate& duplicate) {
+  const ComPtr<IContentData> content = Content(text);
+  const DatabaseReason reason;
+  if (Failed(store_->CachParseData(root_, mimeType_, content.get()))) return nullptr;
+  ComPtr<IUnknown> item;
+  Bstr match;
+  BOOL found = kFalse;
+  HRESULT status = store_->GetCachedParseData(item.Out());
+  if (Succeeded(status)) {
+    status = store_->ProcessDuplication(root_, content.get(), mimeType_, match.Out(),
+                                        &duplicate.winner, &found);
+  }
+  store_->UnCachParseData();  // `Add` would take what is kept for its own
+  // Known even where noting the match has failed.
+  if (found != kFalse) duplicate.sourceUid = match.str();
+  if (Failed(status)) throw ItemError(reason.Explain("it cannot be looked up", status));
+  return Query<IItemCommon>(item);
+}
+
+RESV_CONFLTLASTMODIFIED PcStore::WhoIsNewer(const std::u16string& id, std::string_view text) {
+  auto winner = RESV_CONFLTLASTMODIFIED_NONE;
+  const DatabaseReason reason;
+  const HRESULT status =
+      store_->ProcessConflictLastModified(Content(text).get(), mimeType_, Bstr(id), &winner);
+  if (Failed(status)) throw ItemError(reason.Explain("the conflict cannot be judged", status));
+  return winner;
+}
+
+PcText PcStore::Get(const std::u16string& id, bool forPhone) {
+  const DatabaseReason reason;
+  Bstr type;
+  Bstr parent;
+  ComPtr<IUnknown> item;
+  ComPtr<IUnknown> content;
+  const HRESULT status =
+      store_->Get(Bstr(id), ToBool(forPhone), type.Out(), parent.Out(), item.Out(), content.Out());
+  if (Failed(status)) throw ItemError(reason.Explain("the PC cannot read it", status));
+  PcText result{Query<IItemCommon>(item), ContentText(content.get())};
+  if (!result.item || result.text.empty()) {
+    throw ItemError("no text came out; the key " + Key(kind_, ".MimeType") + " must be " +
+                    ToUtf8(kind_.mimeType));
+  }
+  return result;
+}
+
+std::u16string PcStore::Add(std::string_view text) {
+  const DatabaseReason reason;
+  Bstr id;
+  const HRESULT status = store_->Add(Content(text).get(), mimeType_, root_, id.Out());
+  if (Failed(status)) throw ItemError(reason.Explain("the PC cannot take it", status));
+  return id.str();
+}
+
+void PcStore::Replace(const std::u16string& id, std::string_view text) {
+  const DatabaseReason reason;
+  Bstr fields;
+  const HRESULT status =
+      store_->Replace(Bstr(id), Content(text).get(), mimeType_, kFalse, root_, fields.Out());
+  if (Failed(status)) throw ItemError(reason.Explain("the PC cannot take it", status));
+}
+
+void PcStore::Delete(const std::u16string& id) {
+  const DatabaseReason reason;
+  const HRESULT status = store_->Delete(Bstr(id), kFalse);
+  if (Failed(status)) throw ItemError(reason.Explain("the PC cannot delete it", status));
+}
+
+void PcStore::Sent(SENTCMD_TYPE command, const std::u16string& id) {
+  const DatabaseReason reason;
+  const HRESULT status = store_->OnProcesseSentCmdSuccess(command, Bstr(id), root_, kFalse);
+  if (Failed(status)) throw ItemError(reason.Explain("it cannot be noted as sent", status));
+}
+
+std::string PcStore::Write(IItemCommon* item) {
+  ComPtr<IUnknown> content;
+  Check(converter_->Serialize(item, content.Out()));
+  return ContentText(content.get());
+}
+
+}  // namespace qv

@@ -1,0 +1,123 @@
+// The PC side as the engine reaches it: the module's manager and stores, through their component
+// interfaces alone, and the sync database, which is the engine's own.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "framework/store_contract.h"
+#include "host/engine/errors.h"
+#include "host/engine/model.h"
+#include "host/profile.h"
+#include "items/converters.h"
+#include "platform/com/class_factory.h"
+#include "platform/database/accessor.h"
+#include "syncdb/status_interfaces.h"
+
+namespace qv {
+
+// The manager with its stores, and the transactions of the database that they share.
+class PcSide {
+ public:
+  // Throws StoreFailure.
+  explicit PcSide(Profile& profile);
+  PcSide(const PcSide&) = delete;
+  PcSide& operator=(const PcSide&) = delete;
+  ~PcSide();
+
+  // The phone that all stores work for from now on.
+  void SetTargetKey(const std::string& phoneId);
+  ComPtr<IDataStore> Store(const StoreKind& kind);
+
+  // What the stores write from now on can be thrown away, up to `Commit`. False when this
+  // database object cannot do that.
+  bool Begin();
+  // Throws StoreFailure; what was open is rolled back.
+  void Commit();
+  void Rollback() noexcept;
+
+ private:
+  [[noreturn]] void ExplainStart(HRESULT status, const std::string& reason);
+
+  Profile& profile_;
+  ClassCreator realAccessor_;
+  ComPtr<IDBTransaction> transaction_;
+  bool open_ = false;
+  ComPtr<IDataStoreMgr> manager_;
+};
+
+// Rolls back at the end of the scope unless it was committed.
+class PcTransaction {
+ public:
+  explicit PcTransaction(PcSide& side) : side_(side), began_(side.Begin()) {}
+  PcTransaction(const PcTransaction&) = delete;
+  PcTransaction& operator=(const PcTransaction&) = delete;
+  ~PcTransaction() { side_.Rollback(); }
+  bool began() const { return began_; }
+  void Commit() { side_.Commit(); }
+
+ private:
+  PcSide& side_;
+  bool began_;
+};
+
+// One item of the PC side as a text for the phone, and as what is left of it for comparing.
+struct PcText {
+  ComPtr<IItemCommon> item;
+  std::string text;
+};
+
+// What the store said of an incoming text in a slow sync.
+struct Duplicate {
+  std::u16string sourceUid;  // empty for none
+  RESV_CONFLTLASTMODIFIED winner = RESV_CONFLTLASTMODIFIED_NONE;
+};
+
+// One store. Operations on one item throw ItemError (or StatusError), on the whole StoreFailure.
+class PcStore {
+ public:
+  PcStore(PcSide& side, Profile& profile, const StoreKind& kind);
+
+  const StoreKind& kind() const { return kind_; }
+  PcSide& side() { return side_; }
+
+  // What is there, in the store's order, then what has gone since the last agreement.
+  void ReadItems(std::vector<PcItem>& items, int64_t& present);
+  void PrepareSlowSync();
+
+  // The item of a text; null for one that cannot be read.
+  ComPtr<IItemCommon> Parse(std::string_view text);
+  // The same, and whether the PC side has it already. Null as with Parse.
+  ComPtr<IItemCommon> ParseAndMatch(std::string_view text, Duplicate& duplicate);
+  RESV_CONFLTLASTMODIFIED WhoIsNewer(const std::u16string& id, std::string_view text);
+
+  // With `forPhone` the text's time follows the PC's, as it must when it is sent.
+  PcText Get(const std::u16string& id, bool forPhone);
+  std::u16string Add(std::string_view text);
+  void Replace(const std::u16string& id, std::string_view text);
+  void Delete(const std::u16string& id);
+  // The phone has taken over what was sent.
+  void Sent(SENTCMD_TYPE command, const std::u16string& id);
+
+  // The text of an item.
+  std::string Write(IItemCommon* item);
+
+ private:
+  ComPtr<IContentData> Content(std::string_view text);
+
+  PcSide& side_;
+  const StoreKind& kind_;
+  ComPtr<IDataStore> store_;
+  ComPtr<IStatusDB> status_;
+  ComPtr<IConverter> converter_;
+  Bstr mimeType_;
+  Bstr root_{u"/"};
+};
+
+// Of an item's content, as `PcItem` keeps it; 0 when the item has none.
+uint64_t StampOf(std::u16string_view md5);
+
+std::u16string UidOf(IItemCommon& item);
+
+}  // namespace qv

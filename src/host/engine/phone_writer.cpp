@@ -1,0 +1,185 @@
+// The runner's work on the phone: batches that share one sync to disk.
+#include <algorithm>
+#include <system_error>
+
+#include "host/engine/runner.h"
+#include "host/engine/runner_try.h"
+#include "host/engine/scan.h"
+#include "platform/system/service.h"
+#include "support/user_flags.h"
+
+namespace qv {
+namespace {
+
+constexpr const char* kChanged =
+    "it changed on the phone during the sync; it is taken up next time";
+
+// Failures that are not one file's own.
+bool IsWholePhone(const std::error_code& error) {
+  constexpr std::errc kCauses[] = {
+      std::errc::no_space_on_device,
+      std::errc::read_only_file_system,
+      std::errc::io_error,
+      std::errc::no_such_device,
+      std::errc::permission_denied,
+      std::errc::operation_not_permitted,
+      std::errc::no_such_file_or_directory,
+      std::errc::not_a_directory,
+      std::errc::no_such_device_or_address,
+  };
+  return std::ranges::any_of(kCauses, [&](std::errc cause) { return error == cause; });
+}
+
+}  // namespace
+
+struct Runner::Outgoing {
+  const PlanStep* step = nullptr;
+  RecordRow row;  // as it will stand in the record
+  std::string text;
+  bool failed = false;
+};
+
+void Runner::RequirePhoneUnchanged(const PhoneItem& item, bool mayBeGone) const {
+  FileInfo info;
+  const std::error_code error = run_.phone.Stat(item.name, info);
+  if (mayBeGone && error == std::errc::no_such_file_or_directory) return;
+  if (error) throw ItemError(error.message());
+  if (info.size != item.size || info.modifiedNs != item.modifiedNs) throw ItemError(kChanged);
+}
+
+// The text for the phone, and the loser of a conflict put aside.
+void Runner::Gather(const PlanStep& step, Outgoing& out) {
+  const ItemLink& link = At(run_.sides.links, step.link);
+  out.step = &step;
+  out.row.sourceUid = At(run_.sides.pc, link.pc).id;
+  PcText onPc = run_.pc.Get(out.row.sourceUid, true);
+  out.text = std::move(onPc.text);
+  out.row.uid = UidOf(*onPc.item);
+  const auto hash = Service<Md5Provider>::Get().Digest(out.text);
+  if (!hash) throw ItemError("the checksum service failed");
+  out.row.hash = *hash;
+  if (link.phone < 0) {
+    out.row.name = run_.phone.FreeName(out.row.uid);
+    return;
+  }
+  const PhoneItem& item = At(run_.sides.phone, link.phone);
+  out.row.name = item.name;
+  if (step.conflict == Conflict::PcWon) KeepLoser(step, item, TextOf(run_.phone, item));
+}
+
+void Runner::WriteFiles(std::vector<Outgoing>& batch) {
+  size_t written = 0;
+  std::error_code last;
+  for (Outgoing& out : batch) {
+    const ItemLink& link = At(run_.sides.links, out.step->link);
+    const bool done = Try("phone", out.row.name, [&] {
+      if (link.phone >= 0) RequirePhoneUnchanged(At(run_.sides.phone, link.phone), false);
+      const std::error_code error = run_.phone.Write(out.row.name, out.text);
+      if (!error) return;
+      last = error;
+      throw ItemError("cannot be written: " + error.message());
+    });
+    out.failed = !done;
+    written += done;
+  }
+  if (written == 0 && IsWholePhone(last)) {
+    throw StoreFailure("nothing can be written to " + run_.phone.folder() + ": " + last.message());
+  }
+}
+
+void Runner::SyncPhone() {
+  const std::error_code error = run_.phone.Sync();
+  if (error) {
+    throw StoreFailure("the folder " + run_.phone.folder() +
+                       " cannot be brought to disk: " + error.message());
+  }
+}
+
+// Only now is anything noted: the files are there to stay.
+void Runner::Confirm(std::vector<Outgoing>& batch) {
+  PcTransaction transaction(run_.pc.side());
+  for (Outgoing& out : batch) {
+    if (out.failed) continue;
+    out.failed = !Try("phone", out.row.name, [&] {
+      FileInfo info;
+      if (const std::error_code error = run_.phone.Stat(out.row.name, info)) {
+        throw ItemError(error.message());
+      }
+      out.row.size = info.size;
+      out.row.modifiedNs = info.modifiedNs;
+      run_.pc.Sent(out.step->act == Act::PhoneAdd ? SENTCMD_ADD : SENTCMD_REPL, out.row.sourceUid);
+    });
+  }
+  transaction.Commit();
+  SqliteTransaction group = run_.record.Group();
+  for (const Outgoing& out : batch) {
+    if (!out.failed) Put(out.row);
+  }
+  group.Commit();
+}
+
+bool Runner::WritePhone(Steps steps) {
+  std::vector<Outgoing> batch;
+  batch.reserve(steps.size());
+  bool stopped = false;
+  {
+    // The identifiers that the texts carry must be known before a file with them can be found.
+    PcTransaction transaction(run_.pc.side());
+    for (const PlanStep& step : steps) {
+      stopped = IsSyncStopped();
+      if (stopped) break;
+      Outgoing out;
+      const std::string name = NameOf(At(run_.sides.links, step.link));
+      if (Try("pc", name, [&] { Gather(step, out); })) batch.push_back(std::move(out));
+      progress_.Done();
+    }
+    transaction.Commit();
+  }
+  if (batch.empty()) return !stopped;
+  WriteFiles(batch);
+  SyncPhone();
+  Confirm(batch);
+  for (const Outgoing& out : batch) {
+    if (out.failed) continue;
+    ++(out.step->act == Act::PhoneAdd ? report_.phone.added : report_.phone.replaced);
+    report_.pcWon += out.step->conflict == Conflict::PcWon;
+  }
+  return !stopped;
+}
+
+bool Runner::DeletePhone(Steps steps) {
+  std::vector<const ItemLink*> removed;
+  bool stopped = false;
+  for (const PlanStep& step : steps) {
+    stopped = IsSyncStopped();
+    if (stopped) break;
+    const ItemLink& link = At(run_.sides.links, step.link);
+    const PhoneItem& item = At(run_.sides.phone, link.phone);
+    const bool done = Try("phone", item.name, [&] {
+      RequirePhoneUnchanged(item, true);
+      if (const std::error_code error = run_.phone.Remove(item.name)) {
+        throw ItemError("cannot be deleted: " + error.message());
+      }
+    });
+    if (done) removed.push_back(&link);
+    progress_.Done();
+  }
+  if (removed.empty()) return !stopped;
+  SyncPhone();
+  {
+    PcTransaction transaction(run_.pc.side());
+    std::erase_if(removed, [&](const ItemLink* link) {
+      if (link->pc < 0) return false;
+      return !Try("pc", NameOf(*link),
+                  [&] { run_.pc.Sent(SENTCMD_DEL, At(run_.sides.pc, link->pc).id); });
+    });
+    transaction.Commit();
+  }
+  SqliteTransaction group = run_.record.Group();
+  for (const ItemLink* link : removed) Drop(*link);
+  group.Commit();
+  report_.phone.deleted += static_cast<int64_t>(removed.size());
+  return !stopped;
+}
+
+}  // namespace qv

@@ -1,0 +1,242 @@
+#include "host/engine/plan.h"
+
+#include <algorithm>
+#include <array>
+
+#include "support/text.h"
+
+namespace qv {
+namespace {
+
+// Which way of syncing a mode is, as a row of the tables. Slow is two-way with more comparing.
+size_t Row(DS_SYNCTYPE mode) {
+  switch (mode) {
+    case DS_SYNCTYPE_ONEFROM_CLIENT:
+      return 1;
+    case DS_SYNCTYPE_ONEFROM_SERVER:
+      return 2;
+    case DS_SYNCTYPE_REFRESH_CLIENT:
+      return 3;
+    case DS_SYNCTYPE_REFRESH_SERVER:
+      return 4;
+    case DS_SYNCTYPE_NONE:
+    case DS_SYNCTYPE_TWO_NORMAL:
+    case DS_SYNCTYPE_SLOW:
+      break;
+  }
+  return 0;
+}
+
+// The decision for a recorded pair. Rows of a block: the PC's item is the same, changed, gone.
+// Columns: the phone's is the same, changed, gone. What a one-way sync may not touch stays pending.
+using PairMoves = std::array<std::array<Move, 3>, 3>;
+constexpr std::array<PairMoves, 5> kPairMoves = {{
+    // two-way: a change wins over a deletion
+    {{{Move::None, Move::ToPc, Move::DeletePc},
+      {Move::ToPhone, Move::Settle, Move::ToPhone},
+      {Move::DeletePhone, Move::ToPc, Move::Drop}}},
+    // from-phone: the PC's own changes stay
+    {{{Move::None, Move::ToPc, Move::DeletePc},
+      {Move::None, Move::SettlePhone, Move::None},
+      {Move::None, Move::ToPc, Move::Drop}}},
+    // from-pc: the phone's own changes stay
+    {{{Move::None, Move::None, Move::None},
+      {Move::ToPhone, Move::SettlePc, Move::ToPhone},
+      {Move::DeletePhone, Move::None, Move::Drop}}},
+    // refresh-from-phone: the PC becomes what the phone is
+    {{{Move::None, Move::ToPc, Move::DeletePc},
+      {Move::ToPc, Move::SettlePhone, Move::DeletePc},
+      {Move::ToPc, Move::ToPc, Move::Drop}}},
+    // refresh-from-pc: the phone becomes what the PC is
+    {{{Move::None, Move::ToPhone, Move::ToPhone},
+      {Move::ToPhone, Move::SettlePc, Move::ToPhone},
+      {Move::DeletePhone, Move::DeletePhone, Move::Drop}}},
+}};
+
+// What is not on record: found on both sides, on the phone alone, on the PC alone.
+struct NewMoves {
+  Move both, phoneOnly, pcOnly;
+};
+constexpr std::array<NewMoves, 5> kNewMoves = {{
+    {Move::Settle, Move::ToPc, Move::ToPhone},
+    {Move::SettlePhone, Move::ToPc, Move::None},
+    {Move::SettlePc, Move::None, Move::ToPhone},
+    {Move::SettlePhone, Move::ToPc, Move::DeletePc},
+    {Move::SettlePc, Move::DeletePhone, Move::ToPhone},
+}};
+
+enum State : size_t { kSame, kChanged, kGone };
+
+struct PairState {
+  State pc;
+  State phone;
+};
+
+PairState StateOf(const Inventory& sides, const ItemLink& link) {
+  PairState state{kGone, kGone};
+  bool agreed = true;
+  if (link.pc >= 0) {
+    const PcChange change = At(sides.pc, link.pc).change;
+    // On record, yet the store knows of no agreement: only a look at the contents can tell.
+    agreed = change != PcChange::New;
+    if (change != PcChange::Gone) state.pc = change == PcChange::Same ? kSame : kChanged;
+  }
+  if (link.phone >= 0) {
+    const bool same = At(sides.phone, link.phone).change == PhoneChange::Same;
+    state.phone = same && agreed ? kSame : kChanged;
+  }
+  return state;
+}
+
+bool IsUnreadable(const Inventory& sides, const ItemLink& link) {
+  return link.phone >= 0 && At(sides.phone, link.phone).change == PhoneChange::Unreadable;
+}
+
+bool IsSettle(Move move) {
+  return move == Move::Settle || move == Move::SettlePhone || move == Move::SettlePc;
+}
+
+bool IsGonePc(const Inventory& sides, const ItemLink& link) {
+  return link.pc < 0 || At(sides.pc, link.pc).change == PcChange::Gone;
+}
+
+Winner SettledBy(Move move, const ItemLink& link) {
+  if (move == Move::SettlePhone) return Winner::Phone;
+  if (move == Move::SettlePc) return Winner::Pc;
+  return link.newer == Winner::Phone ? Winner::Phone : Winner::Pc;
+}
+
+// A step for a pair whose contents were compared.
+void Settle(Move move, const ItemLink& link, bool bothChanged, PlanStep& step) {
+  if (link.content == ContentMatch::Identical) {
+    step.act = Act::Pair;
+    if (bothChanged) step.conflict = Conflict::Same;
+    return;
+  }
+  Winner winner = SettledBy(move, link);
+  if (move == Move::Settle && link.content == ContentMatch::PhoneHasMore) winner = Winner::Phone;
+  if (move == Move::Settle && link.content == ContentMatch::PcHasMore) winner = Winner::Pc;
+  const bool fromPhone = winner == Winner::Phone;
+  step.act = fromPhone ? Act::PcReplace : Act::PhoneReplace;
+  // Nothing is lost where the winner holds all that the other side does.
+  const auto holdsAll = fromPhone ? ContentMatch::PhoneHasMore : ContentMatch::PcHasMore;
+  if (link.content != holdsAll) step.conflict = fromPhone ? Conflict::PhoneWon : Conflict::PcWon;
+}
+
+// Whether the record tells less of the file than the file itself.
+bool IsRecordBehind(const Inventory& sides, const ItemLink& link) {
+  if (link.record < 0 || link.phone < 0) return false;
+  const PhoneItem& item = At(sides.phone, link.phone);
+  const RecordRow& row = At(sides.records, link.record);
+  return item.change == PhoneChange::Same &&
+         (item.name != row.name || item.size != row.size || item.modifiedNs != row.modifiedNs);
+}
+
+// False when the link needs no step.
+bool PlanLink(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link, PlanStep& step) {
+  const Move move = MoveOf(mode, sides, link);
+  switch (move) {
+    case Move::None:
+      step.act = Act::Remember;
+      return IsRecordBehind(sides, link);
+    case Move::ToPc:
+      step.act = IsGonePc(sides, link) ? Act::PcAdd : Act::PcReplace;
+      return true;
+    case Move::ToPhone:
+      step.act = link.phone < 0 ? Act::PhoneAdd : Act::PhoneReplace;
+      return true;
+    case Move::DeletePc:
+      step.act = Act::PcDelete;
+      return true;
+    case Move::DeletePhone:
+      step.act = Act::PhoneDelete;
+      return true;
+    case Move::Drop:
+      step.act = Act::Forget;
+      return true;
+    case Move::Settle:
+    case Move::SettlePhone:
+    case Move::SettlePc: {
+      const PairState state = StateOf(sides, link);
+      const bool bothChanged = link.record >= 0 && state.pc == kChanged && state.phone == kChanged;
+      Settle(move, link, bothChanged, step);
+      return true;
+    }
+  }
+  return false;
+}
+
+// A pair that this run has found, rather than the record.
+bool IsMatched(const Inventory& sides, const ItemLink& link) {
+  return link.phone >= 0 && !IsGonePc(sides, link) && (link.record < 0 || link.statusWritten);
+}
+
+constexpr std::string_view kActWords[] = {
+    "pc add",    "pc replace",   "phone add", "phone replace", "pair", "",
+    "pc delete", "phone delete", "",
+};
+
+}  // namespace
+
+Move MoveOf(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link) {
+  if (IsUnreadable(sides, link)) return Move::None;
+  const size_t row = Row(mode);
+  if (link.record < 0) {
+    const bool pcGone = IsGonePc(sides, link);
+    if (link.phone < 0) return pcGone ? Move::Drop : kNewMoves[row].pcOnly;
+    return pcGone ? kNewMoves[row].phoneOnly : kNewMoves[row].both;
+  }
+  const PairState state = StateOf(sides, link);
+  const bool bothThere = state.pc != kGone && state.phone != kGone;
+  if (mode == DS_SYNCTYPE_SLOW && bothThere &&
+      (state.pc == kChanged) == (state.phone == kChanged)) {
+    const bool unchanged = state.pc == kSame && link.content == ContentMatch::Identical;
+    return unchanged ? Move::None : Move::Settle;
+  }
+  // A slow sync compares all pairs; one that agrees needs nothing sent whoever touched it.
+  if (mode == DS_SYNCTYPE_SLOW && bothThere && link.content == ContentMatch::Identical) {
+    return Move::Settle;
+  }
+  return kPairMoves[row][state.pc][state.phone];
+}
+
+bool NeedsContent(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link) {
+  if (link.content != ContentMatch::Unknown) return false;
+  return IsSettle(MoveOf(mode, sides, link)) ||
+         (mode == DS_SYNCTYPE_SLOW && link.phone >= 0 && !IsGonePc(sides, link) &&
+          !IsUnreadable(sides, link));
+}
+
+SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides) {
+  SyncPlan plan;
+  plan.mode = mode;
+  for (int32_t i = 0; i < IndexOf(sides.links); ++i) {
+    PlanStep step;
+    step.link = i;
+    plan.matched += IsMatched(sides, At(sides.links, i));
+    if (!PlanLink(mode, sides, At(sides.links, i), step)) continue;
+    plan.pcDeletes += step.act == Act::PcDelete;
+    plan.phoneDeletes += step.act == Act::PhoneDelete;
+    plan.steps.push_back(step);
+  }
+  std::ranges::stable_sort(plan.steps, {}, &PlanStep::act);
+  return plan;
+}
+
+std::string DescribeStep(const PlanStep& step, const Inventory& sides) {
+  std::string line(kActWords[static_cast<size_t>(step.act)]);
+  if (line.empty()) return line;
+  const ItemLink& link = At(sides.links, step.link);
+  if (link.phone >= 0) {
+    line.append(" ").append(At(sides.phone, link.phone).name);
+  } else if (link.record >= 0) {
+    line.append(" ").append(At(sides.records, link.record).name);
+  } else {
+    line.append(" ").append(ToUtf8(At(sides.pc, link.pc).id));
+  }
+  if (step.conflict == Conflict::PcWon) line += " (conflict: the PC wins)";
+  if (step.conflict == Conflict::PhoneWon) line += " (conflict: the phone wins)";
+  return line;
+}
+
+}  // namespace qv

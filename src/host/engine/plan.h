@@ -1,0 +1,67 @@
+// The plan: what a run will do, as a value. Building it is pure.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "framework/store_contract.h"
+#include "host/engine/model.h"
+
+namespace qv {
+
+// In the order in which a run does them: what makes or changes an item before what takes one away.
+enum class Act : uint8_t {
+  PcAdd,
+  PcReplace,
+  PhoneAdd,
+  PhoneReplace,
+  Pair,      // both sides hold the same: note the agreement
+  Remember,  // only the record is behind (a touched or renamed file)
+  PcDelete,
+  PhoneDelete,
+  Forget,  // gone on both sides
+};
+
+// What became of an item that both sides changed.
+enum class Conflict : uint8_t { None, PcWon, PhoneWon, Same };
+
+struct PlanStep {
+  int32_t link = -1;
+  Act act = Act::Pair;
+  Conflict conflict = Conflict::None;
+};
+
+struct SyncPlan {
+  DS_SYNCTYPE mode = DS_SYNCTYPE_NONE;
+  std::vector<PlanStep> steps;
+  int64_t matched = 0;  // pairs that were found rather than known
+  int64_t pcDeletes = 0;
+  int64_t phoneDeletes = 0;
+};
+
+// What a pair asks for, before contents are looked at.
+enum class Move : uint8_t {
+  None,
+  ToPc,     // the phone's text goes to the PC
+  ToPhone,  // the PC's text goes to the phone
+  DeletePc,
+  DeletePhone,
+  Settle,       // compare; where they differ the newer wins
+  SettlePhone,  // compare; where they differ the phone wins
+  SettlePc,     // compare; where they differ the PC wins
+  Drop,
+};
+
+// The move of a link in a mode. Settle moves need `content` and `newer` of the link, which whoever
+// loads the sides fills in before the plan is built.
+Move MoveOf(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link);
+// Whether the plan reads the link's `content`.
+bool NeedsContent(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link);
+
+SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides);
+
+// One line for a person, without a line end; empty for a step that shows nowhere.
+std::string DescribeStep(const PlanStep& step, const Inventory& sides);
+
+}  // namespace qv

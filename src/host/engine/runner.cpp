@@ -1,0 +1,209 @@
+#include "host/engine/runner.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "host/engine/report_words.h"
+#include "host/engine/runner_try.h"
+#include "host/engine/scan.h"
+#include "support/text.h"
+#include "support/user_flags.h"
+
+namespace qv {
+namespace {
+
+// So many items share a sync to disk and a commit.
+constexpr size_t kBatch = 64;
+constexpr auto kProgressPause = std::chrono::milliseconds(50);
+
+}  // namespace
+
+void ProgressMeter::Tell() {
+  if (sink_) sink_(store_, done_, total_);
+  told_ = done_;
+  last_ = std::chrono::steady_clock::now();
+}
+
+void ProgressMeter::Done() {
+  ++done_;
+  if (!sink_) return;
+  const bool enough = done_ - told_ >= static_cast<int64_t>(kBatch) || done_ == total_;
+  if (enough || std::chrono::steady_clock::now() - last_ >= kProgressPause) Tell();
+}
+
+bool Runner::Run(const SyncPlan& plan) {
+  Steps rest(plan.steps);
+  while (!rest.empty()) {
+    const Act act = rest.front().act;
+    size_t count = 1;
+    while (count < rest.size() && count < kBatch && rest[count].act == act) ++count;
+    const Steps batch = rest.first(count);
+    rest = rest.subspan(count);
+    bool finished = true;
+    switch (act) {
+      case Act::PcAdd:
+      case Act::PcReplace:
+      case Act::PcDelete:
+        finished = ChangePc(batch);
+        break;
+      case Act::PhoneAdd:
+      case Act::PhoneReplace:
+        finished = WritePhone(batch);
+        break;
+      case Act::PhoneDelete:
+        finished = DeletePhone(batch);
+        break;
+      case Act::Pair:
+      case Act::Remember:
+      case Act::Forget:
+        finished = Note(batch);
+        break;
+    }
+    if (!finished) return false;
+  }
+  return true;
+}
+
+void Runner::Fail(const char* side, const std::string& item, std::string reason) {
+  report_.failed.push_back({side, item, std::move(reason)});
+}
+
+std::string Runner::NameOf(const ItemLink& link) const {
+  if (link.phone >= 0) return At(run_.sides.phone, link.phone).name;
+  if (link.record >= 0) return At(run_.sides.records, link.record).name;
+  return ToUtf8(At(run_.sides.pc, link.pc).id);
+}
+
+RecordRow Runner::RowOf(const PhoneItem& item, std::u16string sourceUid) const {
+  return {item.name, item.size, item.modifiedNs, item.hash, item.uid, std::move(sourceUid)};
+}
+
+void Runner::Drop(const ItemLink& link) {
+  if (link.record < 0) return;
+  run_.record.Remove(run_.phoneId, run_.pc.kind().name, At(run_.sides.records, link.record).name);
+}
+
+void Runner::KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text) {
+  const bool pcWon = step.conflict == Conflict::PcWon;
+  const char* loser = pcWon ? "phone" : "pc";
+  const std::string kept = run_.conflicts.Keep(run_.pc.kind(), item.name, loser, text);
+  report_.conflicts.push_back({item.name, pcWon ? "pc" : "phone", kept});
+}
+
+bool Runner::ChangePc(Steps steps) {
+  for (const PlanStep& step : steps) {
+    if (IsSyncStopped()) return false;
+    const ItemLink& link = At(run_.sides.links, step.link);
+    const std::string name = NameOf(link);
+    if (step.act == Act::PcDelete) {
+      Try("pc", name, [&] { DeleteFromPc(link); });
+    } else {
+      const PhoneItem& item = At(run_.sides.phone, link.phone);
+      std::string text;
+      if (Try("phone", name, [&] { text = TextOf(run_.phone, item); })) {
+        Try("pc", name, [&] {
+          step.act == Act::PcAdd ? AddToPc(link, item, text) : ReplaceOnPc(step, item, text);
+        });
+      }
+    }
+    progress_.Done();
+  }
+  return true;
+}
+
+void Runner::AddToPc(const ItemLink& link, const PhoneItem& item, std::string_view text) {
+  PcTransaction transaction(run_.pc.side());
+  // What is known of the item that went, before its successor comes.
+  if (link.pc >= 0) run_.pc.Sent(SENTCMD_DEL, At(run_.sides.pc, link.pc).id);
+  std::u16string id = run_.pc.Add(text);
+  transaction.Commit();
+  Put(RowOf(item, std::move(id)));
+  ++report_.pc.added;
+}
+
+// The PC's user may have been at it since the plan was made.
+void Runner::RequirePcUnchanged(const PcItem& item, const PcText* current) const {
+  if (current == nullptr || item.stamp == 0) return;
+  Bstr md5;
+  Check(current->item->get_Md5(md5.Out()));
+  const uint64_t stamp = StampOf(md5.view());
+  if (stamp != 0 && stamp != item.stamp) {
+    throw ItemError("it changed on the PC during the sync; it is taken up next time");
+  }
+}
+
+void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::string_view text) {
+  const PcItem& target = At(run_.sides.pc, At(run_.sides.links, step.link).pc);
+  PcTransaction transaction(run_.pc.side());
+  std::optional<PcText> current;
+  try {
+    current = run_.pc.Get(target.id, false);
+  } catch (const ItemError&) {
+    // What cannot be read may still be overwritten, unless it must be kept first.
+    if (step.conflict == Conflict::PhoneWon) throw;
+  }
+  RequirePcUnchanged(target, current ? &*current : nullptr);
+  if (step.conflict == Conflict::PhoneWon) KeepLoser(step, item, current->text);
+  run_.pc.Replace(target.id, text);
+  transaction.Commit();
+  Put(RowOf(item, target.id));
+  ++report_.pc.replaced;
+  report_.phoneWon += step.conflict == Conflict::PhoneWon;
+}
+
+void Runner::DeleteFromPc(const ItemLink& link) {
+  const PcItem& target = At(run_.sides.pc, link.pc);
+  PcTransaction transaction(run_.pc.side());
+  std::optional<PcText> current;
+  try {
+    current = run_.pc.Get(target.id, false);
+  } catch (const ItemError&) {
+    // Gone, or beyond reading: either way it goes.
+  }
+  RequirePcUnchanged(target, current ? &*current : nullptr);
+  run_.pc.Delete(target.id);
+  transaction.Commit();
+  Drop(link);
+  ++report_.pc.deleted;
+}
+
+void Runner::NoteOne(const PlanStep& step) {
+  const ItemLink& link = At(run_.sides.links, step.link);
+  if (step.act == Act::Forget) {
+    if (link.pc >= 0) run_.pc.Sent(SENTCMD_DEL, At(run_.sides.pc, link.pc).id);
+  } else if (step.act == Act::Pair && !link.statusWritten) {
+    run_.pc.Sent(SENTCMD_ADD, At(run_.sides.pc, link.pc).id);
+  }
+}
+
+bool Runner::Note(Steps steps) {
+  std::vector<const PlanStep*> done;
+  bool stopped = false;
+  PcTransaction transaction(run_.pc.side());
+  for (const PlanStep& step : steps) {
+    stopped = IsSyncStopped();
+    if (stopped) break;
+    const ItemLink& link = At(run_.sides.links, step.link);
+    if (Try("pc", NameOf(link), [&] { NoteOne(step); })) done.push_back(&step);
+    progress_.Done();
+  }
+  transaction.Commit();
+  SqliteTransaction group = run_.record.Group();
+  for (const PlanStep* step : done) {
+    const ItemLink& link = At(run_.sides.links, step->link);
+    if (step->act == Act::Forget) {
+      Drop(link);
+      continue;
+    }
+    const bool known = step->act == Act::Remember;
+    Put(RowOf(At(run_.sides.phone, link.phone), known
+                                                    ? At(run_.sides.records, link.record).sourceUid
+                                                    : At(run_.sides.pc, link.pc).id));
+    // A renamed file has left its old row behind; `Put` takes it away.
+    report_.same += step->conflict == Conflict::Same;
+  }
+  group.Commit();
+  return !stopped;
+}
+
+}  // namespace qv

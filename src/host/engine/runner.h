@@ -1,0 +1,96 @@
+// Runs a plan: the one place that changes items.
+//
+// What is on the phone, and what is on the PC, is on disk before the record says so. A run that is
+// cut off anywhere leaves pairs that the next one recognises.
+#pragma once
+
+#include <chrono>
+#include <span>
+#include <string>
+
+#include "host/engine/conflict_files.h"
+#include "host/engine/engine_record.h"
+#include "host/engine/pc_side.h"
+#include "host/engine/phone_folder.h"
+#include "host/engine/plan.h"
+#include "host/engine/sync.h"
+
+namespace qv {
+
+// Calls the sink now and then: each 64 items, or each 50 ms.
+class ProgressMeter {
+ public:
+  ProgressMeter(const ProgressSink& sink, std::string_view store, size_t total)
+      : sink_(sink), store_(store), total_(static_cast<int64_t>(total)) {
+    Tell();
+  }
+  void Done();
+  void Tell();
+
+ private:
+  const ProgressSink& sink_;
+  std::string store_;
+  int64_t total_;
+  int64_t done_ = 0;
+  int64_t told_ = 0;
+  std::chrono::steady_clock::time_point last_{};
+};
+
+struct RunSides {
+  PcStore& pc;
+  PhoneFolder& phone;
+  EngineRecord& record;
+  ConflictFiles& conflicts;
+  std::string phoneId;
+  const Inventory& sides;
+};
+
+class Runner {
+ public:
+  Runner(RunSides run, StoreReport& report, ProgressMeter& progress)
+      : run_(std::move(run)), report_(report), progress_(progress) {}
+
+  // False when it was stopped. Items that fail are in the report. Throws StoreFailure and
+  // SqliteError.
+  bool Run(const SyncPlan& plan);
+
+ private:
+  using Steps = std::span<const PlanStep>;
+  struct Outgoing;
+
+  // Each does the steps it was given, or the first of them up to a stop, and says whether it came
+  // to the end.
+  bool ChangePc(Steps steps);
+  bool WritePhone(Steps steps);
+  bool DeletePhone(Steps steps);
+  bool Note(Steps steps);
+
+  void AddToPc(const ItemLink& link, const PhoneItem& item, std::string_view text);
+  void ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::string_view text);
+  void DeleteFromPc(const ItemLink& link);
+  void RequirePcUnchanged(const PcItem& item, const PcText* current) const;
+  void RequirePhoneUnchanged(const PhoneItem& item, bool mayBeGone) const;
+
+  void Gather(const PlanStep& step, Outgoing& out);
+  void WriteFiles(std::vector<Outgoing>& batch);
+  void SyncPhone();
+  void Confirm(std::vector<Outgoing>& batch);
+  void NoteOne(const PlanStep& step);
+  void KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text);
+
+  void Put(RecordRow row) { run_.record.Put(run_.phoneId, run_.pc.kind().name, row); }
+  void Drop(const ItemLink& link);
+  RecordRow RowOf(const PhoneItem& item, std::u16string sourceUid) const;
+  void Fail(const char* side, const std::string& item, std::string reason);
+  std::string NameOf(const ItemLink& link) const;
+
+  // Runs `body`; a failure of the item is noted, and false comes back.
+  template <class Body>
+  bool Try(const char* side, const std::string& item, Body&& body);
+
+  RunSides run_;
+  StoreReport& report_;
+  ProgressMeter& progress_;
+};
+
+}  // namespace qv

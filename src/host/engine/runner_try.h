@@ -1,0 +1,23 @@
+// The one frame for work on one item, shared by the runner's files.
+#pragma once
+
+#include "host/engine/errors.h"
+#include "host/engine/report_words.h"
+#include "host/engine/runner.h"
+
+namespace qv {
+
+template <class Body>
+bool Runner::Try(const char* side, const std::string& item, Body&& body) {
+  try {
+    body();
+    return true;
+  } catch (const ItemError& error) {
+    Fail(side, item, error.what());
+  } catch (const StatusError& error) {
+    Fail(side, item, StatusWords(error.status()));
+  }
+  return false;
+}
+
+}  // namespace qv

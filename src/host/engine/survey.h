@@ -1,0 +1,48 @@
+// Loads both sides of one store, and what a plan needs to know of them.
+#pragma once
+
+#include <vector>
+
+#include "host/engine/links.h"
+#include "host/engine/pc_side.h"
+#include "host/engine/phone_folder.h"
+#include "host/engine/scan.h"
+
+namespace qv {
+
+// Whether a text holds one readable item, and its identifier.
+TextLook PlainLook(PcStore& store);
+
+class Survey {
+ public:
+  Survey(PcStore& pc, PhoneFolder& phone, std::vector<ItemFailure>& failed)
+      : pc_(pc), phone_(phone), failed_(failed) {}
+
+  // Both sides joined; what the links' moves need in `mode` is filled in. `files` is the phone's
+  // listing, `recordNs` the record's age as in ScanRules. The stores write rows on the way. Throws
+  // StoreFailure and SyncStopped.
+  Inventory Load(DS_SYNCTYPE mode, std::vector<RecordRow> records,
+                 const std::vector<FolderEntry>& files, int64_t recordNs);
+
+ private:
+  void ScanFor(DS_SYNCTYPE mode, const std::vector<FolderEntry>& files, int64_t recordNs);
+  std::string LookAndMatch(int32_t index, PhoneItem& item, std::string_view text);
+  void MatchLone();
+  std::vector<LoneItem> PhonePrints(const std::vector<int32_t>& links);
+  std::vector<LoneItem> PcPrints(const std::vector<int32_t>& links);
+  void CompareLinks(DS_SYNCTYPE mode);
+  bool NeedsWinner(DS_SYNCTYPE mode, const ItemLink& link) const;
+  // Runs `body`; a failure of the item is noted, and false comes back. `body` may set the side that
+  // is at fault.
+  template <class Body>
+  bool Try(const char*& side, const std::string& item, Body&& body);
+
+  PcStore& pc_;
+  PhoneFolder& phone_;
+  std::vector<ItemFailure>& failed_;
+  Inventory sides_;
+  std::unordered_map<std::u16string_view, int32_t> pcById_;
+  std::vector<SlowMatch> matches_;
+};
+
+}  // namespace qv

@@ -1,0 +1,257 @@
+#include "host/engine/sync.h"
+
+#include <algorithm>
+
+#include "host/engine/engine_record.h"
+#include "host/engine/phone_id.h"
+#include "host/engine/plan.h"
+#include "host/engine/report_words.h"
+#include "host/engine/runner.h"
+#include "host/engine/safety.h"
+#include "host/engine/survey.h"
+#include "platform/system/clock.h"
+#include "platform/system/service.h"
+#include "support/date_time.h"
+#include "support/text.h"
+#include "support/user_flags.h"
+
+namespace qv {
+namespace {
+
+std::vector<const StoreKind*> ChosenKinds(const Profile& profile,
+                                          const std::vector<std::string>& names) {
+  const std::vector<const StoreKind*> enabled = profile.EnabledKinds();
+  if (names.empty()) return enabled;
+  std::vector<const StoreKind*> chosen;
+  for (const std::string& name : names) {
+    const auto found = std::ranges::find(enabled, name, &StoreKind::name);
+    if (found == enabled.end()) {
+      throw UsageError("the store \"" + name + "\" is unknown or switched off");
+    }
+    if (std::ranges::find(chosen, *found) == chosen.end()) chosen.push_back(*found);
+  }
+  return chosen;
+}
+
+// "YYYY-MM-DDThh:mm:ssZ".
+std::string PresentText() {
+  const DATE now = DateFromUnixSeconds(Service<Clock>::Get().UtcSeconds());
+  std::string text = ToUtf8(FormatDateTime(now));
+  std::ranges::replace(text, ' ', 'T');
+  return text + "Z";
+}
+
+DS_SYNCTYPE ChooseMode(DS_SYNCTYPE wanted, bool slowDone) {
+  const bool twoWay = wanted == DS_SYNCTYPE_NONE || wanted == DS_SYNCTYPE_TWO_NORMAL;
+  if (!twoWay) return wanted;
+  return slowDone ? DS_SYNCTYPE_TWO_NORMAL : DS_SYNCTYPE_SLOW;
+}
+
+void CountStep(const PlanStep& step, StoreReport& report) {
+  int64_t* counters[] = {&report.pc.added,
+                         &report.pc.replaced,
+                         &report.phone.added,
+                         &report.phone.replaced,
+                         nullptr,
+                         nullptr,
+                         &report.pc.deleted,
+                         &report.phone.deleted,
+                         nullptr};
+  if (int64_t* counter = counters[static_cast<size_t>(step.act)]) ++*counter;
+  report.pcWon += step.conflict == Conflict::PcWon;
+  report.phoneWon += step.conflict == Conflict::PhoneWon;
+  report.same += step.conflict == Conflict::Same;
+}
+
+// What one run works with, whatever the store.
+struct Session {
+  Profile& profile;
+  EngineRecord& record;
+  PcSide& side;
+  PhoneIdentity& phone;
+  const SyncOptions& options;
+  const ProgressSink& progress;
+};
+
+class StoreSync {
+ public:
+  StoreSync(Session session, const StoreKind& kind)
+      : session_(session),
+        kind_(kind),
+        phone_(session.phone.folder + "/" + std::string(kind.name), kind.extension) {
+    report_.store = kind.name;
+    report_.mode = session.options.mode;
+  }
+
+  StoreReport Run() {
+    try {
+      PcStore pc(session_.side, session_.profile, kind_);
+      Sync(pc);
+    } catch (const SyncStopped&) {
+      report_.result = SyncResult::Stopped;
+    } catch (const StatusError& error) {
+      Fail(StatusWords(error.status()));
+    } catch (const std::bad_alloc&) {
+      Fail("out of memory");
+    } catch (const std::exception& error) {
+      Fail(error.what());
+    }
+    return std::move(report_);
+  }
+
+ private:
+  void Sync(PcStore& pc);
+  // False when the phone's folder must not be taken for what it looks like.
+  bool List(PcStore& pc, const std::vector<RecordRow>& rows, std::vector<FolderEntry>& files);
+  void Show(const SyncPlan& plan, const Inventory& sides);
+  void Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& plan, const Inventory& sides);
+  void Finish();
+
+  void Fail(const std::string& message) {
+    report_.result = SyncResult::Failed;
+    report_.message = message;
+  }
+  void Refuse(const std::string& message) {
+    report_.result = SyncResult::Refused;
+    report_.message = message;
+  }
+
+  Session session_;
+  const StoreKind& kind_;
+  PhoneFolder phone_;
+  StoreState state_;
+  bool makeFolder_ = false;
+  StoreReport report_;
+};
+
+bool StoreSync::List(PcStore& pc, const std::vector<RecordRow>& rows,
+                     std::vector<FolderEntry>& files) {
+  const std::error_code error = phone_.List(files);
+  if (!error) return true;
+  makeFolder_ = rows.empty() && error == std::errc::no_such_file_or_directory;
+  if (makeFolder_) return true;
+  if (rows.empty()) {
+    throw StoreFailure("the folder " + phone_.folder() + " cannot be read: " + error.message());
+  }
+  std::vector<PcItem> items;
+  int64_t present = 0;
+  pc.ReadItems(items, present);
+  const std::string store(kind_.name);
+  Refuse("the phone's folder " + phone_.folder() + " cannot be read: " + error.message() + ". " +
+         std::to_string(rows.size()) + " " + store + " were in step at the last sync; now the PC " +
+         "holds " + std::to_string(present) +
+         " and the phone shows 0. Nothing was changed. Mount " + "the phone again; or, if its " +
+         store + " are really gone, make the folder anew and run " +
+         "the sync with --allow-mass-delete.");
+  return false;
+}
+
+void StoreSync::Sync(PcStore& pc) {
+  const std::string& id = session_.phone.id;
+  state_ = session_.record.State(id, kind_.name);
+  report_.mode = ChooseMode(session_.options.mode, state_.slowDone);
+  std::vector<RecordRow> rows = session_.record.Rows(id, kind_.name);
+  std::vector<FolderEntry> files;
+  if (!List(pc, rows, files)) return;
+  // Whatever the stores write while a plan is made goes away with a plan that is not run.
+  PcTransaction planning(session_.side);
+  if (session_.options.dryRun && !planning.began()) {
+    throw StoreFailure("this sync database has no transactions: a dry run would change it");
+  }
+  const Inventory sides =
+      Survey(pc, phone_, report_.failed).Load(report_.mode, std::move(rows), files, state_.endedNs);
+  const SyncPlan plan = BuildPlan(report_.mode, sides);
+  if (!session_.options.allowMassDelete) {
+    const std::string stop = SafetyStop(plan, sides, kind_.name);
+    if (!stop.empty()) return Refuse(stop);
+  }
+  report_.matched = plan.matched;
+  if (session_.options.dryRun) {
+    Show(plan, sides);
+  } else {
+    Execute(pc, planning, plan, sides);
+  }
+  if (report_.result == SyncResult::Ok && !report_.failed.empty()) {
+    report_.result = SyncResult::Partial;
+  }
+}
+
+void StoreSync::Show(const SyncPlan& plan, const Inventory& sides) {
+  for (const PlanStep& step : plan.steps) {
+    CountStep(step, report_);
+    std::string line = DescribeStep(step, sides);
+    if (!line.empty()) report_.steps.push_back(std::move(line));
+  }
+}
+
+void StoreSync::Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& plan,
+                        const Inventory& sides) {
+  WelcomePhone(session_.record, session_.phone);
+  if (makeFolder_) {
+    if (const std::error_code error = phone_.Make()) {
+      throw StoreFailure("cannot make " + phone_.folder() + ": " + error.message());
+    }
+  }
+  // Before the stores' notes of this slow sync count: until it is through, the next is slow too.
+  if (plan.mode == DS_SYNCTYPE_SLOW) session_.record.ClearSlowDone(session_.phone.id, kind_.name);
+  planning.Commit();
+  ConflictFiles conflicts(session_.profile);
+  ProgressMeter progress(session_.progress, kind_.name, plan.steps.size());
+  Runner runner({pc, phone_, session_.record, conflicts, session_.phone.id, sides}, report_,
+                progress);
+  if (!runner.Run(plan)) {
+    report_.result = SyncResult::Stopped;
+    return;
+  }
+  Finish();
+}
+
+void StoreSync::Finish() {
+  state_.slowDone = state_.slowDone || report_.mode == DS_SYNCTYPE_SLOW;
+  state_.lastSync = PresentText();
+  state_.itemCount = session_.record.Count(session_.phone.id, kind_.name);
+  state_.endedNs = FileClockNs();
+  session_.record.SaveState(session_.phone.id, kind_.name, state_);
+}
+
+void SyncStores(Profile& profile, const std::string& phoneFolder,
+                const std::vector<const StoreKind*>& kinds, const SyncOptions& options,
+                const ProgressSink& progress, SyncReport& report) {
+  EngineRecord record(EngineRecord::PathFor(profile.EngineDatabase(), options.dryRun));
+  PhoneIdentity phone = MeetPhone(record, phoneFolder, options.newPhone);
+  if (!phone.refusal.empty()) {
+    report.result = SyncResult::Refused;
+    report.message = phone.refusal;
+    return;
+  }
+  PcSide side(profile);
+  side.SetTargetKey(phone.id);
+  for (const StoreKind* kind : kinds) {
+    const Session session{profile, record, side, phone, options, progress};
+    report.stores.push_back(StoreSync(session, *kind).Run());
+    report.result = std::max(report.result, report.stores.back().result);
+    if (report.stores.back().result == SyncResult::Stopped) break;
+  }
+}
+
+}  // namespace
+
+SyncReport RunSync(Profile& profile, const std::string& phoneFolder,
+                   const std::vector<std::string>& stores, const SyncOptions& options,
+                   const ProgressSink& progress) {
+  const std::vector<const StoreKind*> kinds = ChosenKinds(profile, stores);
+  const Profile::Lock lock = profile.LockForSync();
+  if (IsSyncStopped()) profile.SetStop(false);
+  SyncReport report;
+  try {
+    SyncStores(profile, phoneFolder, kinds, options, progress, report);
+  } catch (const UsageError&) {
+    throw;
+  } catch (const std::exception& error) {
+    report.result = SyncResult::Failed;
+    report.message = error.what();
+  }
+  return report;
+}
+
+}  // namespace qv

@@ -1,0 +1,5 @@
+#include "host/cli/commands.h"
+
+int main(int argc, char** argv) {
+  return qv::RunProgram(argc, argv);
+}

@@ -1,0 +1,137 @@
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "framework/class_table.h"
+#include "host/profile.h"
+#include "host/profile_services.h"
+#include "platform/com/class_factory.h"
+#include "platform/database/accessor.h"
+#include "platform/database/sqlite_accessor.h"
+#include "platform/system/files.h"
+#include "support/text.h"
+#include "support/user_flags.h"
+
+namespace qv {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What an interrupted call may have left; anything else in the folder is someone else's. The
+// databases have companions while they are open ("sync.db-wal").
+constexpr std::string_view kOwnNames[] = {"pc",           "conflicts", "lock",
+                                          "registry.ini", "sync.db",   "engine.db"};
+
+bool IsOwn(const std::string& name) {
+  return std::ranges::any_of(kOwnNames,
+                             [&](std::string_view own) {
+                               // A temporary file has a dot before and ".tmp" behind the name.
+                               return name == own || name.starts_with(std::string(own) + "-") ||
+                                      name.starts_with(std::string(own) + ".") ||
+                                      name.starts_with("." + std::string(own));
+                             }) ||
+         name.starts_with(".qvsync.conf.");
+}
+
+void RefuseForeign(const std::string& folder) {
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    if (name == "qvsync.conf") {
+      throw UsageError("there is a profile in " + folder + " already; it was not touched");
+    }
+    if (!IsOwn(name)) {
+      throw UsageError("the folder " + folder + " holds other files (" + name +
+                       "); a profile needs a folder of its own");
+    }
+  }
+  if (error) throw UsageError("cannot read the folder " + folder + ": " + error.message());
+}
+
+// The folder is its owner's alone, where the file system knows owners.
+void MakePrivateFolder(const std::string& folder) {
+  if (const std::error_code error = Service<Files>::Get().MakeFolder(folder)) {
+    throw UsageError("cannot make the folder " + folder + ": " + error.message());
+  }
+  std::error_code ignored;
+  fs::permissions(folder, fs::perms::owner_all, ignored);
+}
+
+void MakeRegistry(const std::string& folder) {
+  Registry& registry = Service<Registry>::Get();
+  if (!registry.CreateKey(kSyncKey) || !registry.WriteNumber(kSyncKey, "SyncStop", 0)) {
+    throw UsageError("cannot write " + folder + "/registry.ini");
+  }
+}
+
+void MakeSyncDatabase(const std::string& folder) {
+  const auto accessor = CreateInstance<IDBAccessor>(CLSID_DBAccessor);
+  if (Failed(accessor->Open(Bstr(u""))) || Failed(accessor->Connect())) {
+    throw UsageError("cannot make " + folder + "/sync.db: " + LastDatabaseError());
+  }
+}
+
+std::string KindSection(const StoreKind& kind, OutlookManager& outlook) {
+  const std::string name(kind.configName);
+  const std::string entryId = ToUtf8(outlook.DefaultFolder(kind.pcKind));
+  if (entryId.empty()) {
+    throw UsageError("the PC side has no folder for " + std::string(kind.name) + ": " +
+                     outlook.lastError());
+  }
+  const std::string uri(kind.name);
+  return "\n# " + uri + ": takes part in a sync when this and .Sync are both exactly \"true\".\n" +
+         name + " = true\n" + name + ".Sync = true\n" + "# The class that does the work.\n" +  //
+         name + ".CLSID = " + ToUtf8(FormatGuid(ClassId(kind.className))) + "\n" +
+         "# The name of the source; what was synced is remembered under it.\n" +           //
+         name + ".SourceURI = " + uri + "\n" +                                             //
+         name + ".TargetURI = " + uri + "\n" + "# The type and version of the texts.\n" +  //
+         name + ".MimeType = " + ToUtf8(kind.mimeType) + "\n" + name +
+         ".Version = " + std::string(kind.version) + "\n" + "# The folder on the PC side.\n" +  //
+         name + ".EntryId = " + entryId + "\n";
+}
+
+std::string Configuration(OutlookManager& outlook) {
+  std::string text =
+      "# The configuration of a qvsync profile: `key = value`, one a line. Lines that begin with\n"
+      "# \"#\" are remarks; \"#\" within a value belongs to the value.\n"
+      "\n"
+      "# The personal-data profile on the PC side; empty is the usual one, \"Outlook\".\n"
+      "Outlook.CurProfileName =\n"
+      "# The code page of texts that name none and are no UTF-8 (a name that iconv knows).\n"
+      "Platform.AnsiCodePage = windows-1252\n";
+  for (const StoreKind& kind : StoreKinds()) text += KindSection(kind, outlook);
+  return text;
+}
+
+// Written last: a folder without it is no profile yet.
+void WriteConfiguration(const std::string& folder, const std::string& text) {
+  Files& files = Service<Files>::Get();
+  std::error_code error = files.WriteAtomic(folder + "/qvsync.conf", text);
+  if (!error) error = files.SyncFolder(folder);
+  if (error) throw UsageError("cannot write " + folder + "/qvsync.conf: " + error.message());
+}
+
+}  // namespace
+
+void Profile::Create(const std::string& given) {
+  std::string folder = given;
+  while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
+  std::error_code error;
+  if (fs::exists(folder, error)) RefuseForeign(folder);
+  MakePrivateFolder(folder);
+  const Lock lock = LockFolder(folder);
+  RefuseForeign(folder);  // another `init` may have ended meanwhile
+  const ProfileServices services(folder);
+  MakeRegistry(folder);
+  MakePrivateFolder(folder + "/conflicts");
+  MakePrivateFolder(folder + "/pc");
+  OutlookManager outlook;
+  if (outlook.initialize(u"") == 0) {
+    throw UsageError("cannot make the PC side in " + folder + "/pc: " + outlook.lastError());
+  }
+  MakeSyncDatabase(folder);
+  WriteConfiguration(folder, Configuration(outlook));
+}
+
+}  // namespace qv

@@ -1,0 +1,189 @@
+#include <gmock/gmock.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include "host/cli/sync_report.h"
+#include "host/run_program.h"
+
+namespace qv {
+namespace {
+
+using test::Card;
+using test::Lines;
+using test::Outcome;
+using test::ProgramFolder;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+TEST(SyncReportTest, JsonHasThePinnedFormAndSaysMoreOnlyWhenThereIsMore) {
+  SyncReport report;
+  report.stores.emplace_back();
+  StoreReport& store = report.stores.front();
+  store.store = "contacts";
+  store.mode = DS_SYNCTYPE_SLOW;
+  EXPECT_EQ(SyncReportJson(report, false).dump(),
+            R"({"result":"ok","stores":[{"store":"contacts","mode":"slow",)"
+            R"("pc":{"added":0,"replaced":0,"deleted":0},)"
+            R"("phone":{"added":0,"replaced":0,"deleted":0},"matched":0,)"
+            R"("conflicts":{"pc_won":0,"phone_won":0,"same":0},"failed":[]}]})");
+
+  store.pc = {1, 2, 3};
+  store.phone = {4, 5, 6};
+  store.matched = 7;
+  store.pcWon = 8;
+  store.phoneWon = 9;
+  store.same = 10;
+  store.failed.push_back({"phone", "x.vcf", "unreadable"});
+  store.conflicts.push_back({"y.vcf", "pc", "conflicts/y"});
+  store.steps.push_back("phone: delete z.vcf");
+  store.result = report.result = SyncResult::Partial;
+  EXPECT_EQ(SyncReportJson(report, true).dump(),
+            R"({"result":"partial","stores":[{"store":"contacts","mode":"slow",)"
+            R"("pc":{"added":1,"replaced":2,"deleted":3},)"
+            R"("phone":{"added":4,"replaced":5,"deleted":6},"matched":7,)"
+            R"("conflicts":{"pc_won":8,"phone_won":9,"same":10},)"
+            R"("failed":[{"side":"phone","item":"x.vcf","reason":"unreadable"}],)"
+            R"("result":"partial","kept":[{"item":"y.vcf","winner":"pc","file":"conflicts/y"}],)"
+            R"("steps":["phone: delete z.vcf"]}],"dry_run":true})");
+}
+
+TEST(SyncReportTest, ResultsHaveTheirExitCodesAndWords) {
+  const std::tuple<SyncResult, int, const char*> kResults[] = {
+      {SyncResult::Ok, 0, "ok"},           {SyncResult::Partial, 1, "partial"},
+      {SyncResult::Refused, 3, "refused"}, {SyncResult::Stopped, 4, "stopped"},
+      {SyncResult::Failed, 5, "failed"},
+  };
+  for (const auto& [result, code, word] : kResults) {
+    EXPECT_EQ(static_cast<int>(ExitOf(result)), code) << word;
+    EXPECT_STREQ(ExitWord(ExitOf(result)), word);
+  }
+}
+
+class CliSyncTest : public testing::Test {
+ protected:
+  CliSyncTest() {
+    EXPECT_EQ(box.Run({"init"}).code, 0);
+    fs::create_directories(box.files().File("phone/contacts"));
+  }
+  Outcome Sync(std::vector<std::string> more = {}) {
+    more.insert(more.begin(), {"sync", "-d", box.files().File("phone"), "--json"});
+    return box.Run(more);
+  }
+  size_t PhoneCount() {
+    size_t count = 0;
+    for (const auto& entry : fs::directory_iterator(box.files().File("phone/contacts"))) {
+      count += entry.path().extension() == ".vcf" ? 1 : 0;
+    }
+    return count;
+  }
+  size_t PcCount() { return box.Run({"list", "contacts", "--json"}).Json().size(); }
+
+  ProgramFolder box;
+};
+
+TEST_F(CliSyncTest, BringsBothSidesTogetherAndTellsIt) {
+  box.files().Put("phone/contacts/eva.vcf", Card("Meier;Eva", "UID:eva\r\n"));
+  const std::string anna = Lines(box.Run({"add", "contacts", "-"}, Card("Bauer;Anna")).out).front();
+
+  const Outcome dry = Sync({"--dry-run"});
+  EXPECT_EQ(dry.code, 0) << dry.err;
+  EXPECT_EQ(dry.Json()["stores"][0]["steps"].size(), 2u);
+  EXPECT_EQ(PhoneCount() + PcCount(), 2u);
+
+  const Outcome first = Sync();
+  EXPECT_EQ(first.code, 0) << first.err;
+  EXPECT_EQ(first.err, "");
+  const auto store = first.Json()["stores"][0];
+  EXPECT_EQ(store["mode"], "slow");
+  EXPECT_EQ(store["pc"]["added"], 1);
+  EXPECT_EQ(store["phone"]["added"], 1);
+  EXPECT_EQ(PhoneCount() + PcCount(), 4u);
+
+  // A change made with this program is one that the next sync finds.
+  ASSERT_EQ(box.Run({"replace", "contacts", anna, "-"}, Card("Bauer;Anne")).code, 0);
+  const auto pending = box.Run({"status", "--json"}).Json()["stores"][0];
+  ASSERT_EQ(pending["phones"].size(), 1u);
+  EXPECT_EQ(pending["phones"][0]["pc"]["replaced"], 1);
+  EXPECT_EQ(pending["phones"][0]["folder"], box.files().File("phone"));
+  EXPECT_EQ(pending["phones"][0]["reachable"], true);
+  const auto second = Sync().Json()["stores"][0];
+  EXPECT_EQ(second["mode"], "two-way");
+  EXPECT_EQ(second["phone"]["replaced"], 1);
+  // Once more in the form for people: nothing left to do.
+  const Outcome third = box.Run({"sync", "-d", box.files().File("phone")});
+  EXPECT_EQ(third.code, 0);
+  EXPECT_THAT(third.out, HasSubstr("contacts: two-way, ok\n  on the PC     added 0, replaced 0"));
+}
+
+TEST_F(CliSyncTest, NamesWhatFailedAndGoesOn) {
+  box.files().Put("phone/contacts/good.vcf", Card("Meier;Eva"));
+  box.files().Put("phone/contacts/bad\x1B[2J\xFF.vcf", "rubbish");
+  const Outcome json = Sync();
+  EXPECT_EQ(json.code, 1) << json.err;
+  EXPECT_EQ(json.Json()["result"], "partial");
+  EXPECT_EQ(json.Json()["stores"][0]["failed"][0]["side"], "phone");
+  EXPECT_EQ(PcCount(), 1u);
+  const Outcome text = box.Run({"sync", "-d", box.files().File("phone")});
+  EXPECT_THAT(text.out, HasSubstr("bad?[2J?.vcf"));
+}
+
+TEST_F(CliSyncTest, SafetyStopsEndWithThree) {
+  box.files().Put("phone/contacts/eva.vcf", Card("Meier;Eva"));
+  ASSERT_EQ(Sync().code, 0);
+  fs::remove_all(box.files().File("phone"));
+  const Outcome gone = Sync();
+  EXPECT_EQ(gone.code, 3) << gone.err;
+  EXPECT_EQ(gone.Json()["result"], "refused");
+  EXPECT_NE(gone.err, "");
+  EXPECT_EQ(PcCount(), 1u);
+}
+
+TEST_F(CliSyncTest, ASecondSyncOfTheProfileIsRefused) {
+  const int fd = open((box.profile + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  ASSERT_EQ(flock(fd, LOCK_EX), 0);
+  ASSERT_EQ(box.Run({"stop"}).code, 0);
+  const Outcome outcome = Sync();
+  EXPECT_EQ(outcome.code, 2);
+  EXPECT_THAT(outcome.err, HasSubstr("another sync"));
+  // It did not take back the stop that was meant for the running one.
+  EXPECT_THAT(box.files().Get("profile/registry.ini").value(), HasSubstr("SyncStop=1"));
+  close(fd);
+  EXPECT_EQ(Sync().code, 0);
+  EXPECT_THAT(box.files().Get("profile/registry.ini").value(), HasSubstr("SyncStop=0"));
+}
+
+TEST_F(CliSyncTest, StopAndSignalsEndARunningSyncWhichCanBeTakenUpAgain) {
+  constexpr size_t kCards = 3000;
+  for (size_t i = 0; i < kCards; ++i) {
+    const std::string name = "Name" + std::to_string(i);
+    box.files().Put("phone/contacts/" + name + ".vcf", Card(name));
+  }
+  const auto startAndStop = [&](auto stop) {
+    const pid_t child =
+        box.Start({"-p", box.profile, "sync", "-d", box.files().File("phone"), "--json"},
+                  box.files().Put("stdin", ""), box.files().File("stdout"));
+    stop(child);
+    return box.Finish(child);
+  };
+  const auto isStopped = [](const Outcome& outcome) {
+    return outcome.code == 4 && outcome.Json()["result"] == "stopped";
+  };
+  // The machine may be faster than the stop: then the run must have gone through whole.
+  const Outcome signalled = startAndStop([&](pid_t child) {
+    while (!box.files().Get("profile/engine.db")) usleep(1000);
+    kill(child, SIGTERM);
+  });
+  EXPECT_TRUE(isStopped(signalled) || signalled.code == 0) << signalled.code << signalled.err;
+  const Outcome stopped = startAndStop([&](pid_t) {
+    usleep(20000);
+    ProgramFolder other;
+    EXPECT_EQ(other.RunBare({"-p", box.profile, "stop"}).code, 0);
+  });
+  EXPECT_TRUE(isStopped(stopped) || stopped.code == 0) << stopped.code << stopped.err;
+  EXPECT_EQ(Sync().code, 0);
+  EXPECT_EQ(PcCount(), kCards);
+  EXPECT_EQ(PhoneCount(), kCards);
+}
+
+}  // namespace
+}  // namespace qv
