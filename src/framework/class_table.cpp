@@ -60,6 +60,10 @@ std::u16string VersionIndependentProgId(const ClassRow& row) {
   return std::u16string(kPrefix).append(row.name);
 }
 
+std::u16string ClassDescription(const ClassRow& row) {
+  return std::u16string(row.name).append(u" Class");
+}
+
 std::optional<CLSID> CLSIDFromProgID(std::u16string_view name) {
   for (const ClassRow& row : kClasses) {
     if (name == VersionedProgId(row) || name == VersionIndependentProgId(row)) return row.clsid;

@@ -24,6 +24,8 @@ const CLSID& ClassId(std::u16string_view name);
 // name without a version, which is never cut.
 std::u16string VersionedProgId(const ClassRow& row);
 std::u16string VersionIndependentProgId(const ClassRow& row);
+// "DataStoreContact Class".
+std::u16string ClassDescription(const ClassRow& row);
 // By either name, exactly as spelled; nothing for any other text.
 std::optional<CLSID> CLSIDFromProgID(std::u16string_view name);
 

@@ -27,8 +27,8 @@ constexpr std::u16string_view kEnabled = u"true";
 }  // namespace
 
 HRESULT DataStoreManager::Initialize(IUnknown* pIConfig) noexcept {
-  OutputDebugStringW(u"[QVSyncEngine] CDataStoreManager::Initialize() Start");
   const HRESULT result = Guarded([&]() -> HRESULT {
+    OutputDebugStringW(u"[QVSyncEngine] CDataStoreManager::Initialize() Start");
     if (pIConfig == nullptr) return E_POINTER;
     if (initialized_) TearDown();
     bag_ = ComPtr<IEngineConfig>(AsEngineConfig(pIConfig));
@@ -40,8 +40,10 @@ HRESULT DataStoreManager::Initialize(IUnknown* pIConfig) noexcept {
     initialized_ = true;
     return S_OK;
   });
-  OutputDebugStringW(u"[QVSyncEngine] CDataStoreManager::Initialize() End");
-  return result;
+  return Guarded([&] {
+    OutputDebugStringW(u"[QVSyncEngine] CDataStoreManager::Initialize() End");
+    return result;
+  });
 }
 
 std::vector<DataStoreManager::EnabledStore> DataStoreManager::ReadEnabledStores() {

@@ -45,8 +45,7 @@ HRESULT StoreBase::Initialize(IUnknown* pIConfig) noexcept {
 }
 
 HRESULT StoreBase::SetDBAccessor(IUnknown* pIDBAccessor) noexcept {
-  const SlotAnswer& answer = Answer(StoreSlot::SetDBAccessor);
-  if (!answer.isReal) return answer.stub;
+  if (!identity_.usesDatabase) return S_OK;
   return Slot(Requires(pIDBAccessor), Outs(), [&] {
     session_.accessor = Query<IDBAccessor>(pIDBAccessor);
     session_.session = 0;
@@ -54,6 +53,10 @@ HRESULT StoreBase::SetDBAccessor(IUnknown* pIDBAccessor) noexcept {
     Check(session_.accessor->GetSessionId(&session_.session));
     return session_.session == 0 ? E_FAIL : S_OK;
   });
+}
+
+void StoreBase::FinalRelease() {
+  if (initialized_) OnFinalRelease();
 }
 
 HRESULT StoreBase::SetUserKey(BSTR) noexcept {

@@ -6,7 +6,7 @@
 // directly and do not call their base.
 //
 // Call order that stores rely on: SetDBAccessor, SetOutlookMgr, Initialize, SetTargetKey, then the
-// operations. A store that is used earlier answers E_FAIL.
+// operations. Before a successful Initialize whatever needs the PC side answers E_FAIL.
 #pragma once
 
 #include <optional>
@@ -34,6 +34,7 @@ struct StoreIdentity {
   StoreFamily family;
   std::u16string_view className;   // in the log: "CDataStoreContact"
   std::u16string_view configName;  // in the bag: "DataStore.Contact"
+  bool usesDatabase = true;        // otherwise SetDBAccessor answers S_OK and keeps nothing
 };
 
 // A text on its way in. The views are valid during the call.
@@ -119,10 +120,16 @@ class StoreBase : public ComObject<IDataStore, IStatusDB> {
   // used in a destructor.
   OutlookManager* outlook() const { return outlook_; }
   bool skipsFolderRows() const { return skipFolderRows_; }
+  // Whether Initialize went through.
+  bool isInitialized() const { return initialized_; }
   // One property of the store's configuration as text; throws StatusError.
   std::u16string ConfigText(HRESULT (IDataStoreConfig::*read)(BSTR*) noexcept);
 
  private:
+  void FinalRelease() final;
+  // The last reference of a store that was initialised has gone; the store is still whole. For
+  // stores that write a file when they die.
+  virtual void OnFinalRelease() {}
   // The rest of `Initialize`, once the configuration is loaded and the source URI is set.
   virtual HRESULT OnInitialize() = 0;
   // The item of a text; null for a text or type that gives none.

@@ -15,7 +15,6 @@ enum class StoreFamily : size_t { Pim, Favorites, Chrome, AddressBook, ImportExp
 inline constexpr size_t kFamilies = 6;
 
 enum class StoreSlot : size_t {
-  SetDBAccessor,
   Replace,
   Delete,
   GetAllUid,
@@ -30,7 +29,7 @@ enum class StoreSlot : size_t {
   SetOutlookMgr,
   ProcessConflictSubRecur,
 };
-inline constexpr size_t kStoreSlots = 14;
+inline constexpr size_t kStoreSlots = 13;
 
 struct SlotAnswer {
   bool isReal;             // the store's own hook runs
@@ -43,26 +42,25 @@ inline constexpr SlotAnswer kStubOk{false, S_OK};
 inline constexpr SlotAnswer kStubFail{false, E_FAIL};
 inline constexpr SlotAnswer kStubUntested{false, S_OK, false};
 
-// Columns in the order of StoreSlot. The backup family's SetDBAccessor is real in the contact
-// members alone: the others override the hook to keep nothing.
+// Columns in the order of StoreSlot.
 inline constexpr std::array<std::array<SlotAnswer, kStoreSlots>, kFamilies> kStubTable = {{
     // Pim: contacts and notes have no recurrence, their hook answers as the stub does
-    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kStubOk, kStubOk,
-     kReal, kReal},
+    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kStubOk, kStubOk, kReal,
+     kReal},
     // Favorites
-    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal,
-     kStubUntested, kStubOk},
+    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubUntested,
+     kStubOk},
     // Chrome
-    {kReal, kReal, kReal, kReal, kStubFail, kReal, kReal, kReal, kReal, kStubOk, kStubUntested,
-     kStubOk, kStubUntested, kStubOk},
+    {kReal, kReal, kReal, kStubFail, kReal, kReal, kReal, kReal, kStubOk, kStubUntested, kStubOk,
+     kStubUntested, kStubOk},
     // AddressBook
-    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kStubOk, kStubOk,
+    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kStubOk, kStubOk,
      kStubUntested, kStubOk},
     // ImportExport
-    {kReal, kStubFail, kStubFail, kStubFail, kStubOk, kStubFail, kStubFail, kStubFail, kStubOk,
-     kStubOk, kStubOk, kStubOk, kStubUntested, kStubOk},
+    {kStubFail, kStubFail, kStubFail, kStubOk, kStubFail, kStubFail, kStubFail, kStubOk, kStubOk,
+     kStubOk, kStubOk, kStubUntested, kStubOk},
     // Backup
-    {kReal, kStubFail, kStubFail, kReal, kStubOk, kStubFail, kStubFail, kStubFail, kStubOk, kStubOk,
+    {kStubFail, kStubFail, kReal, kStubOk, kStubFail, kStubFail, kStubFail, kStubOk, kStubOk,
      kStubOk, kStubOk, kStubUntested, kStubOk},
 }};
 

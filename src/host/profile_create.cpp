@@ -22,15 +22,15 @@ namespace fs = std::filesystem;
 constexpr std::string_view kOwnNames[] = {"pc",           "conflicts", "lock",
                                           "registry.ini", "sync.db",   "engine.db"};
 
-bool IsOwn(const std::string& name) {
-  return std::ranges::any_of(kOwnNames,
-                             [&](std::string_view own) {
-                               // A temporary file has a dot before and ".tmp" behind the name.
-                               return name == own || name.starts_with(std::string(own) + "-") ||
-                                      name.starts_with(std::string(own) + ".") ||
-                                      name.starts_with("." + std::string(own));
-                             }) ||
-         name.starts_with(".qvsync.conf.");
+bool IsOwn(std::string_view name) {
+  if (name.starts_with(".qvsync.conf.")) return true;
+  // A temporary file has a dot before and ".tmp" behind the name.
+  if (name.starts_with('.')) name.remove_prefix(1);
+  return std::ranges::any_of(kOwnNames, [&](std::string_view own) {
+    if (!name.starts_with(own)) return false;
+    const std::string_view rest = name.substr(own.size());
+    return rest.empty() || rest[0] == '-' || rest[0] == '.';
+  });
 }
 
 void RefuseForeign(const std::string& folder) {
@@ -65,10 +65,10 @@ void MakeRegistry(const std::string& folder) {
   }
 }
 
-void MakeSyncDatabase(const std::string& folder) {
+void MakeSyncDatabase() {
   const auto accessor = CreateInstance<IDBAccessor>(CLSID_DBAccessor);
   if (Failed(accessor->Open(Bstr(u""))) || Failed(accessor->Connect())) {
-    throw UsageError("cannot make " + folder + "/sync.db: " + LastDatabaseError());
+    throw UsageError("cannot make the sync database: " + LastDatabaseError());
   }
 }
 
@@ -128,9 +128,9 @@ void Profile::Create(const std::string& given) {
   MakePrivateFolder(folder + "/pc");
   OutlookManager outlook;
   if (outlook.initialize(u"") == 0) {
-    throw UsageError("cannot make the PC side in " + folder + "/pc: " + outlook.lastError());
+    throw UsageError("cannot make the PC side: " + outlook.lastError());
   }
-  MakeSyncDatabase(folder);
+  MakeSyncDatabase();
   WriteConfiguration(folder, Configuration(outlook));
 }
 

@@ -27,5 +27,7 @@ constexpr bool IsKind(EventKind kind) {
 // A list of a contact holds at most this many entries from a text; what is beyond stays in the
 // text's own form as extras.
 inline constexpr size_t kMaxListEntries = 1000;
+// A text with more extras is no card: each costs memory many times its shortest form.
+inline constexpr size_t kMaxExtras = 100'000;
 
 }  // namespace qv

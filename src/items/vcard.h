@@ -9,15 +9,17 @@
 
 namespace qv {
 
-// The first card of the text; nothing when there is none (no BEGIN:VCARD, no END:VCARD behind
-// it). Linear in the text's size; never throws on its account.
+// The first whole card of the text; nothing when there is none (no BEGIN:VCARD, no END:VCARD
+// behind it), or when it holds more properties than any card has. A UTF-16 text needs its mark.
+// Linear in the text's size; never throws on its account.
 std::optional<Contact> ParseVCard(std::string_view text);
 
 // CR LF line ends, UTF-8. Extras and hidden labels are written back.
 std::string WriteVCard(const Contact& contact);
 
 // The cards of a text, one view each from BEGIN to the line end behind END, nested cards within
-// their outer one. Text between them is passed over; a card without an end is left out.
+// their outer one. Text between them is passed over; a card without an end is left out. A UTF-16
+// text is to be converted first, see support/vobject/marked_text.h.
 std::vector<std::string_view> SplitVCards(std::string_view text);
 
 // A uid as it is kept: a single quote, a NUL, and a percent sign before two hexadecimal digits are

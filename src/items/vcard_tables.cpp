@@ -23,7 +23,7 @@ constexpr VCardProperty kProperties[] = {
     {"BEGIN", Begin},
     {"END", End},
     {"VERSION", Version},
-    {"PRODID", Envelope},
+    {"PRODID", Producer},
     {"UID", Uid},
     {"REV", Revision},
     {"N", Name},

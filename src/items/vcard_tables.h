@@ -10,7 +10,8 @@
 namespace qv {
 
 enum class VCardField : uint8_t {
-  Envelope,  // says how the card is written; neither a field nor an extra
+  None,
+  Producer,  // who wrote the card: neither a field nor an extra
   Begin,
   End,
   Version,

@@ -45,7 +45,8 @@ struct OLSubMetaData {
   std::u16string md5;
 };
 
-// Where profiles lie and which state the program pretends to be in; set before `initialize`.
+// Where profiles lie, and whether the program is installed and of a usable version; set before
+// `initialize`.
 struct OutlookSettings {
   std::string folder;     // native path; made when missing
   bool installed = true;  // what isOutlookInstalled answers

@@ -11,6 +11,7 @@
 #include "platform/com/edge.h"
 #include "platform/com/lists.h"
 #include "platform/database/sqlite_accessor.h"
+#include "platform/system/code_page.h"
 #include "platform/system/debug_log.h"
 #include "platform/system/registry.h"
 #include "platform/system/service.h"
@@ -44,6 +45,21 @@ class ModuleSettings final : public ComObject<IModuleSettings> {
       Service<Registry>::Replace(next.get());
       registry = std::move(next);
       return S_OK;
+    });
+  }
+
+  HRESULT SetAnsiCodePage(BSTR name) noexcept override {
+    return Slot(Requires(name), Outs(), [&] {
+      return Service<CodePages>::Get().SetAnsiPage(ToUtf8(View(name))) ? S_OK : E_INVALIDARG;
+    });
+  }
+
+  HRESULT GetDefaultFolder(BSTR profile, int32_t kind, BSTR* entryId) noexcept override {
+    return Slot(Requires(), Outs(entryId), [&] {
+      OutlookManager manager;
+      if (!manager.initialize(std::u16string(View(profile)))) return E_FAIL;
+      const std::u16string folder = manager.DefaultFolder(static_cast<OlObjectClass>(kind));
+      return folder.empty() ? E_FAIL : HandOut(entryId, folder);
     });
   }
 

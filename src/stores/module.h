@@ -18,6 +18,11 @@ struct IModuleSettings : IDispatch {
   virtual HRESULT SetSyncDatabasePath(BSTR path) noexcept = 0;
   virtual HRESULT SetOutlookFolder(BSTR path) noexcept = 0;
   virtual HRESULT SetRegistryFile(BSTR path) noexcept = 0;
+  // A name that iconv knows; E_INVALIDARG, and no change, for any other.
+  virtual HRESULT SetAnsiCodePage(BSTR name) noexcept = 0;
+  // The folder of a kind (an OlObjectClass) that the PC side's profile comes with: what a store's
+  // ".EntryId" names. Makes the profile when it is not there yet. E_FAIL when it has none.
+  virtual HRESULT GetDefaultFolder(BSTR profile, int32_t kind, BSTR* entryId) noexcept = 0;
   // False drops the debug log, true sends it to standard error.
   virtual HRESULT SetDebugLog(BOOL on) noexcept = 0;
 

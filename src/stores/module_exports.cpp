@@ -1,5 +1,6 @@
 // The four exports of a component server.
 #include "platform/com/class_factory.h"
+#include "platform/com/status_error.h"
 #include "stores/module.h"
 
 #define QV_EXPORT extern "C" __attribute__((visibility("default")))
@@ -10,11 +11,13 @@ QV_EXPORT qv::HRESULT DllCanUnloadNow() {
 }
 
 QV_EXPORT qv::HRESULT DllGetClassObject(const qv::CLSID& clsid, const qv::IID& iid, void** out) {
-  static const bool registered = [] {
-    qv::RegisterModuleClasses();
-    return true;
-  }();
-  return registered ? qv::GetClassFactory(clsid, iid, out) : qv::E_FAIL;
+  return qv::Guarded([&] {
+    static const bool registered = [] {
+      qv::RegisterModuleClasses();
+      return true;
+    }();
+    return registered ? qv::GetClassFactory(clsid, iid, out) : qv::E_FAIL;
+  });
 }
 
 // There is no registry to write: the class table is part of the module.

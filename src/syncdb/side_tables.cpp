@@ -1,5 +1,6 @@
 #include "syncdb/side_tables.h"
 
+#include "items/kinds.h"
 #include "platform/com/status_error.h"
 #include "support/text.h"
 #include "syncdb/sql_text.h"
@@ -49,13 +50,12 @@ bool KeepMail(HiddenWalk& walk, HiddenLabel& label) {
 }
 
 bool KeepAddress(HiddenWalk& walk, HiddenLabel& label) {
-  constexpr int32_t kMostPositions = 1000;
   const int32_t position = ToInt(label.value);
-  if (position < 0 || position >= kMostPositions) return false;
+  if (position < 0) return false;
   auto& addresses = walk.contact.addresses;
   const auto index = static_cast<size_t>(position);
   if (index < addresses.size() && addresses[index]) return true;
-  if (!label.isCustom) return false;
+  if (!label.isCustom || index >= kMaxListEntries) return false;
   if (index >= addresses.size()) addresses.resize(index + 1);
   addresses[index].emplace();
   return true;

@@ -15,17 +15,26 @@ struct Node {
 };
 using ChildrenByParent = std::map<std::u16string, std::vector<Node>>;
 
-// Takes each parent's children out of the map, so that a ring of folders ends.
-void AttachChildren(ChildrenByParent& all, const std::u16string& parent, IStatusDBItemTree& node,
-                    bool skipFolders) {
-  auto range = all.extract(parent);
-  if (range.empty()) return;
-  const auto list = CreateInstance<IUnkList>(CLSID_UnkList);
-  Check(node.put_SubItemTree(list.get()));
-  for (const Node& child : range.mapped()) {
-    if (child.isFolder && skipFolders) continue;
-    if (child.isFolder) AttachChildren(all, child.id, *child.tree, skipFolders);
-    Check(list->Add(child.tree.get()));
+// Takes each parent's children out of the map, so that a ring of folders ends, and works through a
+// list, so that a long chain of folders does not fill the stack.
+void AttachChildren(ChildrenByParent& all, IStatusDBItemTree& root, bool skipFolders) {
+  struct Open {
+    std::u16string id;
+    IStatusDBItemTree* node;
+  };
+  std::vector<Open> open = {{u"/", &root}};
+  while (!open.empty()) {
+    const Open parent = std::move(open.back());
+    open.pop_back();
+    auto range = all.extract(parent.id);
+    if (range.empty()) continue;
+    const auto list = CreateInstance<IUnkList>(CLSID_UnkList);
+    Check(parent.node->put_SubItemTree(list.get()));
+    for (const Node& child : range.mapped()) {
+      if (child.isFolder && skipFolders) continue;
+      if (child.isFolder) open.push_back({child.id, child.tree.get()});
+      Check(list->Add(child.tree.get()));
+    }
   }
 }
 
@@ -67,7 +76,7 @@ HRESULT StatusTable::ReadTree(bool skipFolders, ComPtr<IStatusDBItemTree>& root)
     rows.Close();
 
     auto tree = MakeStatusRoot();
-    AttachChildren(children, u"/", *tree, skipFolders);
+    AttachChildren(children, *tree, skipFolders);
     root = std::move(tree);
     return S_OK;
   });

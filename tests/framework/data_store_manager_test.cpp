@@ -113,6 +113,28 @@ TEST_F(Manager, WiresEachStoreBeforeItInitializes) {
   EXPECT_EQ(Listed(), 1u);
 }
 
+TEST_F(Manager, MakesTheStoresInTheOrderOfItsTable) {
+  const char16_t* const names[] = {
+      u"DataStore.Contact",        u"DataStore.Schedule",     u"DataStore.Task",
+      u"DataStore.Note",           u"DataStore.Bookmark",     u"DataStore.WindowsContact",
+      u"DataStore.OutlookExpress", u"DataStore.IEContactGrp", u"DataStore.IECSVContact",
+      u"DataStore.IECSVSchedule",  u"DataStore.IECSVNote",    u"DataStore.IEVCard",
+      u"DataStore.IEVCal",         u"DataStore.BRContactGrp", u"DataStore.BRContact",
+      u"DataStore.BRSchedule",     u"DataStore.BRBookmark",   u"DataStore.BRNote"};
+  for (const char16_t* name : names) Enable(name, name);
+  ASSERT_EQ(manager->Initialize(bag.get()), S_OK);
+  std::vector<std::u16string> order;
+  for (const std::u16string& key : bag->reads) {
+    if (key.ends_with(u".CLSID")) order.push_back(key.substr(0, key.size() - 6));
+  }
+  EXPECT_EQ(order, std::vector<std::u16string>(std::begin(names), std::end(names)));
+  ComPtr<IUnknown> list;
+  ASSERT_EQ(manager->GetDataStoreAll(list.Out()), S_OK);
+  const auto all = Members<IDataStore>(*Query<IUnkList>(list));
+  ASSERT_EQ(all.size(), std::size(names));
+  for (size_t i = 0; i < all.size(); ++i) EXPECT_EQ(all[i].get(), Store(names[i]).get());
+}
+
 TEST_F(Manager, KeepsItsFailuresApartAndTheStoresMadeBefore) {
   struct Case {
     const char16_t* clsid;

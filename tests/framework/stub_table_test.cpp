@@ -23,10 +23,15 @@ constexpr HRESULT kReached = -0x1234;
 
 class BareStore final : public StoreBase {
  public:
-  explicit BareStore(StoreFamily family) : StoreBase(kIdentities[static_cast<size_t>(family)]) {}
+  explicit BareStore(StoreFamily family) : BareStore(kIdentities[static_cast<size_t>(family)]) {}
+  explicit BareStore(const StoreIdentity& identity) : StoreBase(identity) {}
   HRESULT initializeResult = S_OK;
+  int* finals = nullptr;
 
  private:
+  void OnFinalRelease() override {
+    if (finals != nullptr) ++*finals;
+  }
   HRESULT OnInitialize() override { return initializeResult; }
   ComPtr<IItemCommon> OnParse(const IncomingText&) override { return nullptr; }
   HRESULT OnAdd(const IncomingText&, std::u16string&) override { return kReached; }
@@ -71,7 +76,7 @@ class StubTable : public testing::TestWithParam<StoreFamily> {
   ComPtr<IUnknown> data = MakeObject<UnkList>();
 };
 
-TEST_P(StubTable, EachOperationIsRealOrAnswersAsTold) {
+TEST_P(StubTable, EachOperationIsRealOrAnswersFromItsRow) {
   Bstr text;
   ComPtr<IUnknown> object;
   BOOL flag = 7;
@@ -146,6 +151,24 @@ TEST_P(StubTable, InitializeLogsLoadsOnceAndKeepsTheBagOnlyWithIt) {
       u"::Initialize() ";
   EXPECT_EQ(log.Count(head + u"Start"), 4u);
   EXPECT_EQ(log.Count(head + u"End"), 1u);
+}
+
+TEST_P(StubTable, OnlyAnInitializedStoreHasAFinalWord) {
+  int finals = 0;
+  for (const bool initialize : {false, true}) {
+    store = MakeObject<BareStore>(GetParam());
+    store->finals = &finals;
+    if (initialize) store->Initialize(MakeObject<test::MemoryBag>().get());
+    store.Reset();
+    EXPECT_EQ(finals, initialize ? 1 : 0);
+  }
+}
+
+TEST(StoreWithoutDatabase, TakesAnyAccessorAndKeepsNone) {
+  static constexpr StoreIdentity kIdentity = {StoreFamily::Backup, u"CBR", u"DataStore.BRNote",
+                                              false};
+  const auto store = MakeObject<BareStore>(kIdentity);
+  EXPECT_EQ(store->SetDBAccessor(nullptr), S_OK);
 }
 
 TEST_P(StubTable, ACacheWithoutAnItemIsNullAndNoFailure) {

@@ -28,6 +28,7 @@ TEST(CliUsageTest, WrongUseEndsWithTwoAndOneDocument) {
       {"sync", "-d", "phone", "nosuch"},
       {"status", "--nosuch"},
       {"init", "stop"},
+      {"-p", "", "status"},
   };
   for (const auto& arguments : kWrong) {
     auto withJson = arguments;
@@ -53,7 +54,8 @@ TEST(CliUsageTest, EachCommandTellsHowItIsUsed) {
     EXPECT_THAT(all.out, HasSubstr(std::string("\n  ") + command));
     const Outcome one = box.RunBare({command, "--help"});
     EXPECT_EQ(one.code, 0) << command;
-    EXPECT_THAT(one.out, HasSubstr(std::string("Example: qvsync ")));
+    EXPECT_THAT(one.out, HasSubstr(std::string("Usage: qvsync ") + command));
+    EXPECT_THAT(one.out, HasSubstr("Example: qvsync "));
     EXPECT_EQ(one.err, "");
   }
   EXPECT_THAT(box.RunBare({"add", "--help"}).out, HasSubstr("not kept"));

@@ -141,8 +141,7 @@ class Rig {
     std::filesystem::remove(phoneFolder() + "/contacts/" + name);
   }
   void PhoneRename(const std::string& from, const std::string& to) const {
-    std::filesystem::rename(phoneFolder() + "/contacts/" + from,
-                            phoneFolder() + "/contacts/" + to);
+    std::filesystem::rename(phoneFolder() + "/contacts/" + from, phoneFolder() + "/contacts/" + to);
   }
   // Texts by file name.
   std::map<std::string, std::string> PhoneFiles() const {
@@ -175,7 +174,24 @@ class Rig {
     return texts;
   }
 
+  // Everything on disk as it was at `Keep`.
+  void Keep() { CopyTree(folder.path(), kept.path()); }
+  void Restore() { CopyTree(kept.path(), folder.path()); }
+
+ private:
+  static void CopyTree(const std::string& from, const std::string& to) {
+    namespace fs = std::filesystem;
+    for (const auto& entry : fs::directory_iterator(to)) fs::remove_all(entry.path());
+    fs::copy(from, to, fs::copy_options::recursive);
+  }
+
+  // In memory where there is such a folder: a sync waits for the disk many times.
+  ScopedEnvironment inMemory_{
+      "TMPDIR", std::filesystem::exists("/dev/shm") ? "/dev/shm" : std::getenv("TMPDIR")};
+
+ public:
   TempFolder folder;
+  TempFolder kept;
   FakeClock clock{1'700'000'000};
   FixedZone zone;
   SilentLog log;

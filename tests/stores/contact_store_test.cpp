@@ -83,6 +83,18 @@ TEST_F(ContactStore, InitializeNeedsItsFolderAndOutlook) {
   }
 }
 
+TEST_F(ContactStore, AClassThatCannotBeMadeEndsTheCall) {
+  s.Add(Card(1, "u1", nullptr));
+  const ClassCreator item = RegisterClass(CLSID_ContactItem, nullptr);
+  EXPECT_EQ(s.store->PrepareSlowSync(), E_FAIL);
+  RegisterClass(CLSID_ContactItem, item);
+  const ClassCreator converter = RegisterClass(CLSID_VCardConverter, nullptr);
+  const auto store = CreateInstance<IDataStore>(ClassId(u"DataStoreContact"));
+  store->SetOutlookMgr(ToUnknownArgument(&s.outlook));
+  EXPECT_EQ(store->Initialize(s.bag.get()), REGDB_E_CLASSNOTREG);
+  RegisterClass(CLSID_VCardConverter, converter);
+}
+
 TEST_F(ContactStore, DuplicatesAreFoundByKeyTextWhenBothHaveAUid) {
   const std::u16string id = s.Add(Card(1, "pc-uid", "20240101T000000Z"));
   s.Add(Card(2, nullptr, nullptr));

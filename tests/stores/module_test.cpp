@@ -9,9 +9,11 @@
 #include "items/converters.h"
 #include "kit/engine_bag.h"
 #include "kit/platform_fakes.h"
+#include "kit/samples.h"
 #include "platform/com/class_factory.h"
 #include "platform/com/lists.h"
 #include "platform/com/status_error.h"
+#include "support/text.h"
 #include "syncdb/status_interfaces.h"
 
 namespace qv {
@@ -71,16 +73,36 @@ TEST_F(Module, ServesEverythingThroughItsFourExports) {
                    {u"DataStore.Contact.SourceURI", u"contacts"}};
     const auto manager = Make<IDataStoreMgr>(ClassId(u"DataStoreManager"));
     EXPECT_EQ(manager->Initialize(bag.get()), E_FAIL) << "no folder is named";
-    EXPECT_TRUE(Make<IStatusDB>(ClassId(u"DataStoreContact")));
+
+    Bstr contacts;
+    ASSERT_EQ(settings->GetDefaultFolder(nullptr, olContact, contacts.Out()), S_OK);
+    EXPECT_EQ(settings->GetDefaultFolder(nullptr, 7, Bstr().Out()), E_FAIL);
+    EXPECT_EQ(settings->SetAnsiCodePage(Bstr(u"no such page")), E_INVALIDARG);
+    bag->values[u"DataStore.Contact.EntryId"] = contacts.str();
+    bag->values[u"DataStore.Contact.MimeType"] = u"text/x-vCard";
+    ASSERT_EQ(manager->Initialize(bag.get()), S_OK);
+    ComPtr<IDataStore> store;
+    ASSERT_EQ(manager->GetDataStore(Bstr(u"contacts"), store.Out()), S_OK);
+    const auto content = Make<IContentData>(CLSID_ContentData);
+    const std::string card = test::Card(1, "u1", nullptr);
+    ASSERT_EQ(content->SetText(card.data(), static_cast<int32_t>(card.size())), S_OK);
+    Bstr id;
+    ASSERT_EQ(store->Add(content.get(), Bstr(u"text/x-vCard"), nullptr, id.Out()), S_OK);
+    Bstr type;
+    Bstr parent;
+    ComPtr<IUnknown> item;
+    ComPtr<IUnknown> back;
+    ASSERT_EQ(store->Get(id, kFalse, type.Out(), parent.Out(), item.Out(), back.Out()), S_OK);
+    EXPECT_NE(ContentBytes(back.get()).find("UID:u1"), std::string::npos);
     EXPECT_EQ(canUnload(), S_FALSE);
   }
   EXPECT_EQ(canUnload(), S_OK);
 }
 
-TEST_F(Module, MakesTheClassesOfItsTableAndTheClosedOnes) {
+TEST_F(Module, MakesTheClassesOfItsTableAndTheOthers) {
   for (const char16_t* name : {u"DataStoreManager", u"DataStoreConfig", u"StatusDBItem",
                                u"StatusDBItemTree", u"DataStoreContact"}) {
-    EXPECT_TRUE(Make<IUnknown>(ClassId(name))) << FormatGuid(ClassId(name)).size();
+    EXPECT_TRUE(Make<IUnknown>(ClassId(name))) << ToUtf8(name);
   }
   for (const CLSID& clsid : {CLSID_DBAccessor, CLSID_UnkList, CLSID_VarList, CLSID_ContentData,
                              CLSID_ContactItem, CLSID_VCardConverter}) {

@@ -4,7 +4,9 @@
 #include "kit/accessor_fakes.h"
 #include "kit/platform_fakes.h"
 #include "platform/com/lists.h"
+#include "platform/system/registry.h"
 #include "support/date_time.h"
+#include "support/user_flags.h"
 #include "syncdb/identifier_map.h"
 #include "syncdb/purge.h"
 #include "syncdb/side_tables.h"
@@ -38,6 +40,16 @@ class SyncStatements : public testing::Test {
     return texts;
   }
 
+  void Stop(bool stop = true) {
+    registry.CreateKey(kSyncKey);
+    registry.WriteNumber(kSyncKey, "SyncStop", stop ? 1 : 0);
+  }
+
+  test::TempFolder folder;
+  FileRegistry registry{folder.File("registry.ini")};
+  ScopedService<Registry> useRegistry{registry};
+  test::RecordingLog log;
+  ScopedService<DebugLog> useLog{log};
   ComPtr<test::RecordingAccessor> db = test::OpenRecorder();
   SyncSession session;
   IdentifierMap map{session};
@@ -90,7 +102,7 @@ TEST_F(SyncStatements, MapResultsAreThoseOfTheNamedStatement) {
   EXPECT_EQ(map.Insert(u"A1", u"u-1", time), -5);
 }
 
-TEST_F(SyncStatements, MapDeletesExistsAndReadsByTheirKeys) {
+TEST_F(SyncStatements, MapDeletesByTheRowAndByTheStore) {
   Ran();
   map.Delete(u"A1");
   map.DeleteAll();
@@ -142,6 +154,8 @@ TEST_F(SyncStatements, MapLoadTakesTheFirstOfTwoRowsAndStopsWhenAsked) {
   ASSERT_EQ(rows.size(), 2u);
   EXPECT_EQ(rows[u"A1"].objUid, u"first");
   EXPECT_EQ(rows[u"A2"].objModified, 0.0);
+  Stop();
+  EXPECT_EQ(map.Load(rows), E_FAIL);
 }
 
 TEST_F(SyncStatements, BatchInsertIsOneCallAndNothingForNothing) {
@@ -231,6 +245,11 @@ TEST_F(SyncStatements, PurgeDeletesInChunksOfFiveHundred) {
     map.DeleteAll();
   }
   map.InsertBatch({{u"A", {u"u", 0.0}}, {u"B", {u"u", 0.0}}});
+  Ran();
+  Stop();
+  EXPECT_EQ(PurgeTable(session, DatastoreType::Outlook, kDataStoreMap, {}), E_FAIL);
+  EXPECT_TRUE(db->Changes().empty());
+  Stop(false);
   Ran();
   PurgeTable(session, DatastoreType::Outlook, kDataStoreMap, {});
   EXPECT_EQ(Ran(), (Statements{u"SELECT datastore_id FROM DataStoreMap WHERE "

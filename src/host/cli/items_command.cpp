@@ -16,6 +16,8 @@ using nlohmann::ordered_json;
 
 struct ItemArguments {
   std::string store;
+  std::string id;
+  std::string file;
   std::vector<std::string> ids;
   std::vector<std::string> files;
 };
@@ -48,16 +50,16 @@ Exit ListItems(const CommonOptions& common, const ItemArguments& given) {
   return Exit::Ok;
 }
 
-std::string UnknownItem(const std::string& id, const StoreKind& kind) {
-  return "there is no item " + id + " in " + std::string(kind.name);
+std::string UnknownItem(const StoreKind& kind) {
+  return "there is no such item in " + std::string(kind.name);
 }
 
 Exit ShowItem(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
-  const std::string& id = given.ids.front();
+  const std::string& id = given.id;
   const OpenedProfile profile(common);
   const ComPtr<IItemCommon> item = PcFolder(profile, kind).Get(id);
-  if (!item) throw CommandError(Exit::Partial, UnknownItem(id, kind));
+  if (!item) throw CommandError(Exit::Partial, id + ": " + UnknownItem(kind));
   const std::string text = WriteItem(kind, item.get());
   if (common.json) {
     PrintJson({{"id", id}, {"text", text}});
@@ -152,15 +154,15 @@ ComPtr<IItemCommon> OnlyItemOf(const ItemFile& file, const StoreKind& kind) {
 Exit ReplaceItem(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const OpenedProfile profile(common);
-  const ItemFile file(given.files.front(), kind);
+  const ItemFile file(given.file, kind);
   const ComPtr<IItemCommon> item = OnlyItemOf(file, kind);
-  const std::string& id = given.ids.front();
+  const std::string& id = given.id;
   PcFolder pc(profile, kind);
   Changes changes(common, "replaced");
   if (pc.Replace(id, item)) {
     changes.Done(id);
   } else {
-    changes.Failed(id, UnknownItem(id, kind));
+    changes.Failed(id, UnknownItem(kind));
   }
   return changes.Finish();
 }
@@ -175,7 +177,7 @@ Exit DeleteItems(const CommonOptions& common, const ItemArguments& given) {
       if (pc.Delete(id)) {
         changes.Done(id);
       } else {
-        changes.Failed(id, UnknownItem(id, kind));
+        changes.Failed(id, UnknownItem(kind));
       }
     }
   } catch (const CommandError& error) {
@@ -201,7 +203,7 @@ constexpr ItemCommand kCommands[] = {
      "Example: qvsync show contacts 0B1E...9F > card.vcf", Takes::Id, ShowItem},
     {"add", "Add the items of files to the PC side; prints an identifier a line",
      "A file may hold many texts; \"-\" is standard input. The PC side keeps the content of an\n"
-     "item: properties that it has no place for, labels of its own making and the text's UID\n"
+     "item: properties that it has no place for, labels it does not know and the text's UID\n"
      "are not kept.\n"
      "Example: qvsync add contacts friends.vcf",
      Takes::Files, AddItems},
@@ -214,18 +216,15 @@ constexpr ItemCommand kCommands[] = {
 void AddArguments(CLI::App& command, Takes takes, ItemArguments& given) {
   command.add_option("STORE", given.store, "The store: " + StoreKindNames())->required();
   if (takes == Takes::Id || takes == Takes::IdAndFile) {
-    command.add_option("ID", given.ids, "The item's whole identifier, as `list` prints it")
-        ->required()
-        ->expected(1);
+    command.add_option("ID", given.id, "The item's whole identifier, as `list` prints it")
+        ->required();
   }
   if (takes == Takes::Ids) {
     command.add_option("ID", given.ids, "Whole identifiers, as `list` prints them")->required();
   }
   if (takes == Takes::IdAndFile) {
-    command
-        .add_option("FILE", given.files, "A file with exactly one text; \"-\" is standard input")
-        ->required()
-        ->expected(1);
+    command.add_option("FILE", given.file, "A file with exactly one text; \"-\" is standard input")
+        ->required();
   }
   if (takes == Takes::Files) {
     command.add_option("FILE", given.files, "Files; \"-\" is standard input")->required();

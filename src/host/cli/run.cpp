@@ -25,6 +25,9 @@ constexpr const char* kFooter =
     "Example: qvsync init && qvsync sync -d /media/phone\n"
     "`qvsync COMMAND --help` tells more of one command.";
 
+constexpr const char* kCommonFooter =
+    "Common to all commands: -p DIR, --json, -v; `qvsync --help` tells of them.";
+
 // A file that opens in the place of a closed standard stream would take what is printed. The
 // stand-ins are opened the wrong way round, so that using one fails.
 void HoldStandardStreams() {
@@ -57,6 +60,9 @@ void SetUp(CLI::App& app, CommonOptions& common, Action& chosen) {
   AddProfileCommands(app, chosen);
   AddSyncCommand(app, chosen);
   AddItemCommands(app, chosen);
+  for (CLI::App* command : app.get_subcommands({})) {
+    command->footer(command->get_footer() + "\n" + kCommonFooter);
+  }
 }
 
 Exit PrintInformation(const std::string& text, bool json) {
@@ -68,11 +74,10 @@ Exit PrintInformation(const std::string& text, bool json) {
   return Exit::Ok;
 }
 
-Exit RunAction(const Action& action, CommonOptions common) {
+Exit RunAction(const Action& action, const CommonOptions& common) {
   SilentLog silent;
   std::optional<ScopedService<DebugLog>> quiet;
   if (!common.verbose) quiet.emplace(silent);
-  if (common.folder.empty()) common.folder = Profile::DefaultFolder();
   return action(common);
 }
 
@@ -84,15 +89,18 @@ Exit ParseAndRun(int argc, char** argv, bool& json) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
-    // The help of the subcommand that was named, else the program's.
-    const auto named = app.get_subcommands();
-    return PrintInformation(named.empty() ? app.help() : named.front()->help(), json);
+    return PrintInformation(app.help(), json);
   } catch (const CLI::CallForVersion& version) {
     return PrintInformation(std::string(version.what()) + "\n", json);
   } catch (const CLI::ParseError& error) {
     throw UsageError(std::string(error.what()) + "\n`qvsync --help` tells how to call it");
   }
   json = common.json;
+  if (app.count("--profile") == 0) {
+    common.folder = Profile::DefaultFolder();
+  } else if (common.folder.empty()) {
+    throw UsageError("the folder of the profile (-p) is empty");
+  }
   return RunAction(chosen, common);
 }
 

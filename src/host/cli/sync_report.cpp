@@ -32,7 +32,6 @@ ordered_json StoreJson(const StoreReport& store, bool dryRun) {
       {"matched", store.matched},
       {"conflicts", {{"pc_won", store.pcWon}, {"phone_won", store.phoneWon}, {"same", store.same}}},
       {"failed", failed}};
-  if (store.result != SyncResult::Ok) document["result"] = ExitWord(ExitOf(store.result));
   if (!store.message.empty()) document["message"] = store.message;
   for (const ConflictNote& note : store.conflicts) {
     document["kept"].push_back({{"item", note.item}, {"winner", note.winner}, {"file", note.kept}});

@@ -244,6 +244,13 @@ void PcStore::Sent(SENTCMD_TYPE command, const std::u16string& id) {
   if (Failed(status)) throw ItemError(reason.Explain("it cannot be noted as sent", status));
 }
 
+void PcStore::RequireDatabase() {
+  const DatabaseReason reason;
+  // An item that nobody has: each table is asked, none is changed.
+  const HRESULT status = store_->OnProcesseSentCmdSuccess(SENTCMD_DEL, Bstr(u"-"), root_, kFalse);
+  if (Failed(status)) throw StoreFailure(reason.Explain("the sync database fails", status));
+}
+
 std::string PcStore::Write(IItemCommon* item) {
   ComPtr<IUnknown> content;
   Check(converter_->Serialize(item, content.Out()));

@@ -100,6 +100,10 @@ class PcStore {
   // The phone has taken over what was sent.
   void Sent(SENTCMD_TYPE command, const std::u16string& id);
 
+  // Throws StoreFailure when the trouble with an item is the sync database's: what would come next
+  // would be left half done.
+  void RequireDatabase();
+
   // The text of an item.
   std::string Write(IItemCommon* item);
 

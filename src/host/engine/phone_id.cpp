@@ -26,6 +26,11 @@ std::string AbsolutePath(const std::string& folder) {
   return text.empty() ? folder : text;
 }
 
+std::string IdPath(const std::string& folder) {
+  std::string path = folder;
+  return path.append(kIdFile);
+}
+
 struct IdFile {
   std::error_code error;
   std::string id;  // empty when the file holds none
@@ -34,11 +39,13 @@ struct IdFile {
 IdFile ReadIdFile(const std::string& folder) {
   IdFile file;
   std::string text;
-  file.error = Service<Files>::Get().Read(folder + std::string(kIdFile), text);
+  file.error = Service<Files>::Get().Read(IdPath(folder), text);
   if (file.error) return file;
   const size_t end = text.find_last_not_of(" \t\r\n");
   text.resize(end == text.npos ? 0 : end + 1);
-  if (const auto guid = ParseGuid(FromUtf8("{" + text + "}"))) {
+  std::u16string braced = u"{";
+  braced.append(FromUtf8(text)).append(u"}");
+  if (const auto guid = ParseGuid(braced)) {
     file.id = ToUtf8(FormatGuid(*guid)).substr(1, 36);
   }
   return file;
@@ -74,8 +81,7 @@ PhoneIdentity MeetPhone(EngineRecord& record, const std::string& folder, bool ne
   const IdFile file = ReadIdFile(phone.folder);
   const bool missing = file.error == std::errc::no_such_file_or_directory;
   if (file.error && !missing) {
-    return Refused("cannot read " + phone.folder + std::string(kIdFile) + ": " +
-                   file.error.message());
+    return Refused("cannot read " + IdPath(phone.folder) + ": " + file.error.message());
   }
   if (newPhone) {
     phone.id = ToUtf8(MakeGuidText());
@@ -93,8 +99,7 @@ PhoneIdentity MeetPhone(EngineRecord& record, const std::string& folder, bool ne
                    std::string(kNewPhoneHint));
   }
   if (!missing && file.id.empty()) {
-    return Refused(phone.folder + std::string(kIdFile) + " holds no identifier. " +
-                   std::string(kNewPhoneHint));
+    return Refused(IdPath(phone.folder) + " holds no identifier. " + std::string(kNewPhoneHint));
   }
   if (missing) {
     phone.id = ToUtf8(MakeGuidText());
@@ -118,7 +123,7 @@ void WelcomePhone(EngineRecord& record, PhoneIdentity& phone) {
   if (phone.known) return;
   if (phone.fileMissing) {
     Files& files = Service<Files>::Get();
-    const std::string path = phone.folder + std::string(kIdFile);
+    const std::string path = IdPath(phone.folder);
     std::error_code error = files.WriteAtomic(path, phone.id + "\n");
     if (!error) error = files.SyncFolder(phone.folder);
     if (error) throw std::runtime_error("cannot write " + path + ": " + error.message());

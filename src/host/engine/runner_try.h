@@ -17,6 +17,7 @@ bool Runner::Try(const char* side, const std::string& item, Body&& body) {
   } catch (const StatusError& error) {
     Fail(side, item, StatusWords(error.status()));
   }
+  run_.pc.RequireDatabase();
   return false;
 }
 

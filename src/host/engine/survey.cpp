@@ -62,6 +62,7 @@ bool Survey::Try(const char*& side, const std::string& item, Body&& body) {
     failed_.push_back({side, item, StatusWords(error.status())});
   }
   CheckStop();
+  pc_.RequireDatabase();
   return false;
 }
 
@@ -98,11 +99,12 @@ std::string Survey::LookAndMatch(int32_t index, PhoneItem& item, std::string_vie
     match.newer = NewerSide(duplicate.winner, item.modifiedNs, *onPc.item);
     match.content = Compare(pc_, *parsed, *onPc.item);
   } catch (const ItemError& error) {
-    CheckStop();
     reason = error.what();
   } catch (const StatusError& error) {
     reason = StatusWords(error.status());
   }
+  CheckStop();
+  if (!reason.empty()) pc_.RequireDatabase();
   // Also after a failure: what is known to be a pair must not be added to the other side.
   if (const auto found = pcById_.find(duplicate.sourceUid); found != pcById_.end()) {
     match.pc = found->second;
@@ -147,6 +149,7 @@ std::vector<LoneItem> Survey::PcPrints(const std::vector<int32_t>& links) {
       } catch (const StatusError&) {
       }
     }
+    if (!lone.print) pc_.RequireDatabase();
     items.push_back(std::move(lone));
   }
   return items;

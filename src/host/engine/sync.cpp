@@ -1,6 +1,7 @@
 #include "host/engine/sync.h"
 
 #include <algorithm>
+#include <set>
 
 #include "host/engine/engine_record.h"
 #include "host/engine/phone_id.h"
@@ -105,7 +106,8 @@ class StoreSync {
   bool List(PcStore& pc, const std::vector<RecordRow>& rows, std::vector<FolderEntry>& files);
   void Show(const SyncPlan& plan, const Inventory& sides);
   void Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& plan, const Inventory& sides);
-  void Finish();
+  bool AllPairsRecorded(const Inventory& sides);
+  void Finish(const Inventory& sides);
 
   void Fail(const std::string& message) {
     report_.result = SyncResult::Failed;
@@ -203,11 +205,25 @@ void StoreSync::Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& pl
     report_.result = SyncResult::Stopped;
     return;
   }
-  Finish();
+  Finish(sides);
 }
 
-void StoreSync::Finish() {
-  state_.slowDone = state_.slowDone || report_.mode == DS_SYNCTYPE_SLOW;
+// Whether each pair that was found is on record now. One that failed may be found by a slow sync
+// alone, by its key text.
+bool StoreSync::AllPairsRecorded(const Inventory& sides) {
+  if (report_.failed.empty()) return true;
+  std::set<std::string> recorded;
+  for (RecordRow& row : session_.record.Rows(session_.phone.id, kind_.name)) {
+    recorded.insert(std::move(row.name));
+  }
+  return std::ranges::none_of(sides.links, [&](const ItemLink& link) {
+    return link.record < 0 && link.pc >= 0 && link.phone >= 0 &&
+           !recorded.contains(At(sides.phone, link.phone).name);
+  });
+}
+
+void StoreSync::Finish(const Inventory& sides) {
+  if (report_.mode == DS_SYNCTYPE_SLOW) state_.slowDone = AllPairsRecorded(sides);
   state_.lastSync = PresentText();
   state_.itemCount = session_.record.Count(session_.phone.id, kind_.name);
   state_.endedNs = FileClockNs();

@@ -22,7 +22,11 @@ class ClassFactory final : public ComObject<IClassFactory> {
     return CoCreateInstance(clsid_, outer, CLSCTX_ALL, iid, out);
   }
   HRESULT LockServer(BOOL lock) noexcept override {
-    g_serverLocks += lock != kFalse ? 1 : -1;
+    if (lock != kFalse) {
+      ++g_serverLocks;
+    } else if (g_serverLocks > 0) {
+      --g_serverLocks;
+    }
     return S_OK;
   }
 

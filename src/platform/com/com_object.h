@@ -59,7 +59,7 @@ class ComRoot {
   int32_t count_ = 1;
 };
 
-// Forwards the seven slots of one interface to a root. `IDispatch` has no type information here.
+// The four `IDispatch` slots of one interface: there is no type information here.
 template <class Interface>
 struct DispatchSlots : Interface {
   HRESULT GetTypeInfoCount(uint32_t* count) noexcept override {

@@ -21,6 +21,12 @@ ItemFields& Fields(const ComPtr<IItemCommon>& item) {
   return *fields;
 }
 
+Contact& AsContact(IUnknown* item) {
+  Contact* contact = ContactOf(item);
+  if (contact == nullptr) throw StatusError(E_FAIL);
+  return *contact;
+}
+
 // Who is newer; nothing when a time is missing.
 std::optional<RESV_CONFLTLASTMODIFIED> NewerSide(DATE pc, DATE phone) {
   if (pc == 0.0 || phone == 0.0) return std::nullopt;
@@ -35,12 +41,13 @@ OutlookStore::OutlookStore(const OutlookTraits& traits)
     : StoreBase(traits.identity), traits_(traits) {}
 
 OutlookManager& OutlookStore::Outlook() const {
-  if (outlook() == nullptr) throw StatusError(E_FAIL);
+  if (outlook() == nullptr || !isInitialized()) throw StatusError(E_FAIL);
   return *outlook();
 }
 
 bool OutlookStore::OpenOutlook() {
-  OutlookManager& manager = Outlook();
+  if (outlook() == nullptr) return false;
+  OutlookManager& manager = *outlook();
   if (manager.isInitialized()) return true;  // another store was here first
   if (!OutlookManager::isOutlookInstalled() || !OutlookManager::isOutlookValid()) return false;
   return manager.initialize(ReadConfigText(bag(), u"Outlook.CurProfileName")) != 0;
@@ -52,7 +59,7 @@ HRESULT OutlookStore::OnInitialize() {
   if (!OpenOutlook()) return E_FAIL;
   folder_ = ConfigText(&IDataStoreConfig::get_EntryId);
   int exists = 0;
-  if (!folder_.empty()) Outlook().IsFolderExist(traits_.kind, folder_, &exists);
+  if (!folder_.empty()) outlook()->IsFolderExist(traits_.kind, folder_, &exists);
   if (!exists) {
     OutputDebugStringW(Concat({traits_.logTag, u" Folder Not Exist"}));
     return E_FAIL;
@@ -81,14 +88,14 @@ HRESULT OutlookStore::WriteSideRows(const std::u16string& sourceUid, IUnknown* i
     Check(sides_.WriteExtras(sourceUid, fields.extras, replace));
   }
   if (!traits_.hasHiddenLabels) return S_OK;
-  const Contact& contact = *ContactOf(item);
+  const Contact& contact = AsContact(item);
   if (!replace && contact.hidden.empty()) return S_OK;
   return sides_.WriteHidden(sourceUid, contact.hidden, replace);
 }
 
 HRESULT OutlookStore::ReadSideRows(const std::u16string& sourceUid, IUnknown* item) {
   Check(sides_.ReadExtras(sourceUid, FieldsOf(item)->extras));
-  return traits_.hasHiddenLabels ? sides_.ReadHidden(sourceUid, *ContactOf(item)) : S_OK;
+  return traits_.hasHiddenLabels ? sides_.ReadHidden(sourceUid, AsContact(item)) : S_OK;
 }
 
 HRESULT OutlookStore::OnAdd(const IncomingText& text, std::u16string& sourceUid) {
@@ -163,6 +170,16 @@ HRESULT OutlookStore::OnDeleteAll() {
   return traits_.hasHiddenLabels ? sides_.DeleteAllHidden() : extras;
 }
 
+// E_FAIL for whatever keeps the class from being made.
+ComPtr<IItemCommon> OutlookStore::NewItem() const {
+  ComPtr<IItemCommon> item;
+  if (Failed(CoCreateInstance(traits_.itemClass, nullptr, CLSCTX_ALL, IItemCommon::kIid,
+                              reinterpret_cast<void**>(item.Out())))) {
+    throw StatusError(E_FAIL);
+  }
+  return item;
+}
+
 HRESULT OutlookStore::OnPrepareSlowSync() {
   keyFields_.Clear();
   std::vector<OLMetaData> datas;
@@ -172,7 +189,7 @@ HRESULT OutlookStore::OnPrepareSlowSync() {
   std::vector<NewMapRow> unknown;
   for (OLMetaData& data : datas) {
     if (IsSyncStopped()) return E_FAIL;
-    const auto item = CreateInstance<IItemCommon>(traits_.itemClass);
+    const ComPtr<IItemCommon> item = NewItem();
     ItemFields& fields = Fields(item);
     fields.modified = LocalToUtc(data.modified, true).value;
     fields.md5 = std::move(data.md5);

@@ -1,6 +1,6 @@
 // The Outlook family: texts onto the items of one folder of the PC side.
 //
-// Each operation is the told sequence of steps; steps done before a failure stay done. A member of
+// Each operation is a fixed sequence of steps; steps done before a failure stay done. A member of
 // the family is a row of traits. There are no folders below the store's own: parents that are null
 // or empty mean "/".
 #pragma once
@@ -41,9 +41,10 @@ class OutlookStore : public StoreBase {
   HRESULT OnDeleteAllStatus() final;
   HRESULT OnUpdateStatus(STATUSDB_UPDATECMD command, const StatusRow& row) final;
 
-  // The manager, or StatusError(E_FAIL) when it was not set.
+  // The manager; StatusError(E_FAIL) when it was not set or the store is not initialised.
   OutlookManager& Outlook() const;
   bool OpenOutlook();
+  ComPtr<IItemCommon> NewItem() const;
   // The status row of an item as the PC side has it now.
   HRESULT WriteStatus(STATUSDB_UPDATECMD command, const std::u16string& sourceUid,
                       std::u16string_view parent, bool isFolder);

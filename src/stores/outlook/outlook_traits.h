@@ -37,7 +37,11 @@ inline constexpr OutlookTraits kContactTraits = {
     .hasHiddenLabels = true,
     .softDeleteRefused = false,
     .noOutputResult = S_OK,
-    .keyText = [](IUnknown* item) { return MakeContactKey(*ContactOf(item)); },
+    .keyText =
+        [](IUnknown* item) {
+          const Contact* contact = ContactOf(item);
+          return contact == nullptr ? std::u16string() : MakeContactKey(*contact);
+        },
 };
 
 }  // namespace qv

@@ -85,12 +85,12 @@ void AppendQuotedPrintable(std::u16string_view text, size_t column, std::string&
   for (size_t i = 0; i < text.size();) {
     const char32_t c = NextCodePoint(text, i);
     bool plain = c > 0x20 && c < 0x7F && c != '=';
-    if (c == ' ') plain = column > 0 && column + 2 < kColumns && i < text.size();
+    if (c == ' ') plain = column + 2 < kColumns && i < text.size();
     unsigned char bytes[4];
     const size_t count = EncodeUtf8(c, bytes);
     const size_t width = plain ? 1 : 3 * count;
     // The "=" of the break itself takes a column, unless this is the end of the value.
-    if (column + width + (i < text.size() ? 1 : 0) > kColumns && column > 0) {
+    if (column + width + (i < text.size() ? 1 : 0) > kColumns) {
       out += "=\r\n";
       column = 0;
     }

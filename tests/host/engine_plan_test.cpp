@@ -1,0 +1,242 @@
+#include <gtest/gtest.h>
+
+#include "host/engine/links.h"
+#include "host/engine/plan.h"
+#include "host/engine/safety.h"
+#include "host/engine/sync.h"
+#include "support/text.h"
+
+namespace qv {
+namespace {
+
+// One recorded pair; a gone side is not there at all.
+Inventory Pair(char pc, char phone, ContentMatch content, Winner newer) {
+  Inventory sides;
+  sides.records.push_back({"a.vcf", 0, 0, {}, {}, u"A"});
+  ItemLink link;
+  link.record = 0;
+  link.content = content;
+  link.newer = newer;
+  if (pc != 'g') {
+    link.pc = 0;
+    sides.pc.push_back({u"A", 0, pc == 's' ? PcChange::Same : PcChange::Changed});
+  }
+  if (phone != 'g') {
+    link.phone = 0;
+    PhoneItem item;
+    item.name = "a.vcf";
+    item.record = 0;
+    item.change = phone == 's'   ? PhoneChange::Same
+                  : phone == 'c' ? PhoneChange::Changed
+                                 : PhoneChange::Unreadable;
+    sides.phone.push_back(item);
+  }
+  sides.links.push_back(link);
+  return sides;
+}
+
+std::string Word(const SyncPlan& plan) {
+  constexpr const char* kWords[] = {"pc+",      "pc~", "phone+", "phone~", "pair",
+                                    "remember", "pc-", "phone-", "forget"};
+  if (plan.steps.empty()) return ".";
+  std::string word = kWords[static_cast<size_t>(plan.steps[0].act)];
+  constexpr const char* kConflicts[] = {"", " pc won", " phone won", " same"};
+  return word + kConflicts[static_cast<size_t>(plan.steps[0].conflict)];
+}
+
+TEST(EnginePlanTest, ARecordedPairIsDecidedByModeAndByWhatChanged) {
+  struct Row {
+    const char* state;  // the PC's, then the phone's: same, changed, gone, unreadable
+    const char* words[5];
+  };
+  const DS_SYNCTYPE kModes[] = {DS_SYNCTYPE_TWO_NORMAL, DS_SYNCTYPE_ONEFROM_CLIENT,
+                                DS_SYNCTYPE_ONEFROM_SERVER, DS_SYNCTYPE_REFRESH_CLIENT,
+                                DS_SYNCTYPE_REFRESH_SERVER};
+  // two-way, from-phone, from-pc, refresh-from-phone, refresh-from-pc; contents differ, and the
+  // phone's is the newer one.
+  const Row kRows[] = {
+      {"ss", {".", ".", ".", ".", "."}},
+      {"sc", {"pc~", "pc~", ".", "pc~", "phone~"}},
+      {"sg", {"pc-", "pc-", ".", "pc-", "phone+"}},
+      {"cs", {"phone~", ".", "phone~", "pc~", "phone~"}},
+      {"cc", {"pc~ phone won", "pc~ phone won", "phone~ pc won", "pc~ phone won", "phone~ pc won"}},
+      {"cg", {"phone+", ".", "phone+", "pc-", "phone+"}},
+      {"gs", {"phone-", ".", "phone-", "pc+", "phone-"}},
+      {"gc", {"pc+", "pc+", ".", "pc+", "phone-"}},
+      {"gg", {"forget", "forget", "forget", "forget", "forget"}},
+      {"su", {".", ".", ".", ".", "."}},
+      {"cu", {".", ".", ".", ".", "."}},
+      {"gu", {".", ".", ".", ".", "."}},
+  };
+  for (const Row& row : kRows) {
+    const Inventory sides =
+        Pair(row.state[0], row.state[1], ContentMatch::Different, Winner::Phone);
+    for (size_t i = 0; i < std::size(kModes); ++i) {
+      EXPECT_EQ(Word(BuildPlan(kModes[i], sides)), row.words[i])
+          << row.state << " " << ModeName(kModes[i]);
+    }
+  }
+}
+
+TEST(EnginePlanTest, ContentsDecideWhereBothChanged) {
+  struct Row {
+    ContentMatch content;
+    Winner newer;
+    const char* twoWay;
+    const char* slow;         // of a pair on record
+    const char* slowOneSide;  // the PC alone has changed
+  };
+  const Row kRows[] = {
+      {ContentMatch::Identical, Winner::None, "pair same", "pair same", "pair"},
+      {ContentMatch::PhoneHasMore, Winner::Pc, "pc~", "pc~", "phone~"},
+      {ContentMatch::PcHasMore, Winner::Phone, "phone~", "phone~", "phone~"},
+      {ContentMatch::Different, Winner::Pc, "phone~ pc won", "phone~ pc won", "phone~"},
+      {ContentMatch::Different, Winner::Phone, "pc~ phone won", "pc~ phone won", "phone~"},
+  };
+  for (const Row& row : kRows) {
+    const Inventory both = Pair('c', 'c', row.content, row.newer);
+    EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_TWO_NORMAL, both)), row.twoWay);
+    EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, both)), row.slow);
+    const Inventory one = Pair('c', 's', row.content, row.newer);
+    EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, one)), row.slowOneSide);
+  }
+  // What a killed slow sync noted too early shows in the contents.
+  EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, Pair('s', 's', ContentMatch::Different, Winner::Pc))),
+            "phone~ pc won");
+  EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, Pair('s', 's', ContentMatch::Identical, Winner::Pc))),
+            ".");
+}
+
+TEST(EnginePlanTest, TheSafetyStopKnowsWorkFromALostSide) {
+  struct Row {
+    size_t records;
+    int64_t pc;
+    size_t phone;
+    int64_t pcDeletes;
+    int64_t phoneDeletes;
+    bool stops;
+  };
+  const Row kRows[] = {
+      {0, 0, 0, 0, 0, false},      {0, 100, 0, 0, 0, false},  {1, 1, 0, 1, 0, true},
+      {5, 0, 5, 0, 5, true},       {10, 10, 1, 10, 0, false}, {20, 20, 9, 11, 0, true},
+      {22, 22, 11, 11, 0, false},  {20, 9, 20, 0, 11, true},  {100, 50, 100, 0, 50, false},
+      {100, 49, 100, 0, 51, true},
+  };
+  for (const Row& row : kRows) {
+    Inventory sides;
+    sides.records.resize(row.records);
+    sides.phone.resize(row.phone);
+    sides.pcCount = row.pc;
+    SyncPlan plan;
+    plan.pcDeletes = row.pcDeletes;
+    plan.phoneDeletes = row.phoneDeletes;
+    const std::string stop = SafetyStop(plan, sides, "contacts");
+    EXPECT_EQ(!stop.empty(), row.stops) << row.records << " " << row.pc << " " << row.phone;
+    if (!row.stops) continue;
+    EXPECT_NE(stop.find("the PC holds " + std::to_string(row.pc) + " contacts"), stop.npos) << stop;
+    EXPECT_NE(stop.find("--allow-mass-delete"), stop.npos) << stop;
+  }
+}
+
+// Sides with so many phone items and PC items, with uids or record numbers where given.
+Inventory Sides(std::vector<std::u16string> phoneUids, size_t pc) {
+  Inventory sides;
+  for (std::u16string& uid : phoneUids) {
+    PhoneItem item;
+    item.name = "f" + std::to_string(sides.phone.size()) + ".vcf";
+    item.uid = std::move(uid);
+    sides.phone.push_back(std::move(item));
+  }
+  for (size_t i = 0; i < pc; ++i) sides.pc.push_back({Decimal(static_cast<int64_t>(i)), 0, {}});
+  return sides;
+}
+
+// "phone>pc" for each pair, in order.
+std::string Pairs(const Inventory& sides) {
+  std::string text;
+  for (const ItemLink& link : sides.links) {
+    if (link.phone < 0 || link.pc < 0) continue;
+    text += std::to_string(link.phone) + ">" + std::to_string(link.pc) + " ";
+  }
+  return text;
+}
+
+TEST(EngineLinksTest, UidsThenTheRecordThenContentsGoBeforeEqualKeyTexts) {
+  constexpr auto kSame = ContentMatch::Identical;
+  constexpr auto kOther = ContentMatch::Different;
+  struct Row {
+    const char* what;
+    std::vector<std::u16string> phoneUids;
+    std::vector<int32_t> recordedPc;  // by phone item, -1 for none
+    std::vector<SlowMatch> matches;
+    const char* paired;
+    size_t left;  // matches for LinkRemaining
+  };
+  const Row kRows[] = {
+      {"each met the other's partner",
+       {u"u0", u"u1"},
+       {-1, -1},
+       {{0, 1, u"u1", kOther}, {1, 0, u"u0", kOther}},
+       "0>0 1>1 ",
+       0},
+      {"the record knows better",
+       {u"x", u"y"},
+       {0, 1},
+       {{0, 1, u"p", kOther}, {1, 0, u"q", kOther}},
+       "0>0 1>1 ",
+       0},
+      {"equal content is as good as a uid",
+       {u"x", u""},
+       {-1, -1},
+       {{0, 1, u"p", kSame}},
+       "0>1 ",
+       0},
+      {"what differs waits", {u"x", u"y"}, {-1, -1}, {{0, 1, u"p", kOther}}, "", 1},
+      {"a pair on record that the store cannot see", {u"", u""}, {1, -1}, {}, "0>1 ", 0},
+  };
+  for (const Row& row : kRows) {
+    Inventory sides = Sides(row.phoneUids, 2);
+    for (size_t i = 0; i < row.recordedPc.size(); ++i) {
+      if (row.recordedPc[i] < 0) continue;
+      sides.phone[i].record = IndexOf(sides.records);
+      sides.records.push_back({sides.phone[i].name, 0, 0, {}, {}, Decimal(row.recordedPc[i])});
+    }
+    std::vector<SlowMatch> matches = row.matches;
+    LinkSlow(sides, matches);
+    EXPECT_EQ(Pairs(sides), row.paired) << row.what;
+    EXPECT_EQ(matches.size(), row.left) << row.what;
+    const size_t before = sides.links.size();
+    LinkRemaining(sides, matches);
+    EXPECT_EQ(sides.links.size(), before - row.left) << row.what;
+  }
+}
+
+TEST(EngineLinksTest, LoneItemsMeetOneToOneUidFirst) {
+  const auto print = [](uint8_t exact, uint8_t core) {
+    ContentPrint made;
+    made.exact[0] = exact;
+    made.core[0] = core;
+    return made;
+  };
+  Inventory sides = Sides({u"u", u"u", u"", u"", u"z"}, 5);
+  LinkByRecord(sides);  // all alone: phone items are links 0 to 4, PC items 5 to 9
+  const std::vector<LoneItem> phone = {{0, u"u", print(1, 1)},
+                                       {1, u"u", print(2, 2)},
+                                       {2, u"", print(3, 3)},
+                                       {3, u"", print(4, 9)},
+                                       {4, u"z", std::nullopt}};
+  const std::vector<LoneItem> pc = {{5, u"u", print(2, 2)},   // of two equal uids the same content
+                                    {6, u"u", print(7, 7)},   // the other, though it differs
+                                    {7, u"v", print(3, 3)},   // content, whatever the uid
+                                    {8, u"w", print(9, 9)},   // all but the side data
+                                    {9, u"q", print(5, 5)}};  // nobody's
+  LinkLone(sides, phone, pc);
+  EXPECT_EQ(Pairs(sides), "0>1 1>0 2>2 3>3 ");
+  const std::vector<ContentMatch> contents = {ContentMatch::Different, ContentMatch::Identical,
+                                              ContentMatch::Identical, ContentMatch::PhoneHasMore};
+  for (size_t i = 0; i < contents.size(); ++i) EXPECT_EQ(sides.links[i].content, contents[i]) << i;
+  EXPECT_EQ(sides.links.size(), 6u);
+}
+
+}  // namespace
+}  // namespace qv
