@@ -11,6 +11,7 @@
 namespace qv {
 namespace {
 
+constexpr size_t kBatchBytes = 4u << 20;
 constexpr const char* kChanged =
     "it changed on the phone during the sync; it is taken up next time";
 
@@ -118,33 +119,44 @@ void Runner::Confirm(std::vector<Outgoing>& batch) {
   group.Commit();
 }
 
-bool Runner::WritePhone(Steps steps) {
-  std::vector<Outgoing> batch;
-  batch.reserve(steps.size());
+// Takes steps off the front, up to a stop or as many texts as may lie in memory.
+bool Runner::GatherBatch(Steps& steps, std::vector<Outgoing>& batch) {
+  // The identifiers that the texts carry must be known before a file with them can be found.
+  PcTransaction transaction(run_.pc.side());
   bool stopped = false;
-  {
-    // The identifiers that the texts carry must be known before a file with them can be found.
-    PcTransaction transaction(run_.pc.side());
-    for (const PlanStep& step : steps) {
-      stopped = IsSyncStopped();
-      if (stopped) break;
-      Outgoing out;
-      const std::string name = NameOf(At(run_.sides.links, step.link));
-      if (Try("pc", name, [&] { Gather(step, out); })) batch.push_back(std::move(out));
-      progress_.Done();
+  for (size_t bytes = 0; !steps.empty() && bytes < kBatchBytes; steps = steps.subspan(1)) {
+    stopped = IsSyncStopped();
+    if (stopped) break;
+    const PlanStep& step = steps.front();
+    Outgoing out;
+    const std::string name = NameOf(At(run_.sides.links, step.link));
+    if (Try("pc", name, [&] { Gather(step, out); })) {
+      bytes += out.text.size();
+      batch.push_back(std::move(out));
     }
-    transaction.Commit();
+    progress_.Done();
   }
-  if (batch.empty()) return !stopped;
-  WriteFiles(batch);
-  SyncPhone();
-  Confirm(batch);
-  for (const Outgoing& out : batch) {
-    if (out.failed) continue;
-    ++(out.step->act == Act::PhoneAdd ? report_.phone.added : report_.phone.replaced);
-    report_.pcWon += out.step->conflict == Conflict::PcWon;
-  }
+  transaction.Commit();
   return !stopped;
+}
+
+bool Runner::WritePhone(Steps steps) {
+  while (!steps.empty()) {
+    std::vector<Outgoing> batch;
+    const bool goOn = GatherBatch(steps, batch);
+    if (!batch.empty()) {
+      WriteFiles(batch);
+      SyncPhone();
+      Confirm(batch);
+    }
+    for (const Outgoing& out : batch) {
+      if (out.failed) continue;
+      ++(out.step->act == Act::PhoneAdd ? report_.phone.added : report_.phone.replaced);
+      report_.pcWon += out.step->conflict == Conflict::PcWon;
+    }
+    if (!goOn) return false;
+  }
+  return true;
 }
 
 bool Runner::DeletePhone(Steps steps) {

@@ -13,7 +13,8 @@ namespace qv {
 namespace {
 
 // So many items share a sync to disk and a commit.
-constexpr size_t kBatch = 64;
+constexpr size_t kBatch = 256;
+constexpr int64_t kProgressItems = 64;
 constexpr auto kProgressPause = std::chrono::milliseconds(50);
 
 }  // namespace
@@ -27,7 +28,7 @@ void ProgressMeter::Tell() {
 void ProgressMeter::Done() {
   ++done_;
   if (!sink_) return;
-  const bool enough = done_ - told_ >= static_cast<int64_t>(kBatch) || done_ == total_;
+  const bool enough = done_ - told_ >= kProgressItems || done_ == total_;
   if (enough || std::chrono::steady_clock::now() - last_ >= kProgressPause) Tell();
 }
 

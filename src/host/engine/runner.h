@@ -17,7 +17,7 @@
 
 namespace qv {
 
-// Calls the sink now and then: each 64 items, or each 50 ms.
+// Calls the sink now and then: at 64 items more, or after 50 ms.
 class ProgressMeter {
  public:
   ProgressMeter(const ProgressSink& sink, std::string_view store, size_t total)
@@ -71,6 +71,7 @@ class Runner {
   void RequirePcUnchanged(const PcItem& item, const PcText* current) const;
   void RequirePhoneUnchanged(const PhoneItem& item, bool mayBeGone) const;
 
+  bool GatherBatch(Steps& steps, std::vector<Outgoing>& batch);
   void Gather(const PlanStep& step, Outgoing& out);
   void WriteFiles(std::vector<Outgoing>& batch);
   void SyncPhone();

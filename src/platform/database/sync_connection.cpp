@@ -109,7 +109,8 @@ void SyncConnection::OnChange(void* self, int operation, const char* /*database*
 }
 
 Rowset SyncConnection::Query(std::string_view statement) {
-  const Statement prepared = Prepare(statement, true, false);
+  std::optional<StatementShape> shape;
+  const Ready prepared = Prepare(statement, true, shape);
   const int columns = sqlite3_column_count(prepared.get());
   std::vector<std::u16string> names;
   for (int i = 0; i < columns; ++i) {
@@ -133,7 +134,8 @@ Rowset SyncConnection::Query(std::string_view statement) {
 }
 
 void SyncConnection::Execute(std::string_view statement) {
-  const Statement prepared = Prepare(statement, false, false);
+  std::optional<StatementShape> shape;
+  const Ready prepared = Prepare(statement, false, shape);
   while (Step(prepared.get(), statement)) {
   }
 }
@@ -142,7 +144,8 @@ void SyncConnection::ExecuteRows(std::string_view statement, IUnkList& rows) {
   int32_t count = 0;
   Check(rows.Count(&count));
   if (count == 0) return;
-  Statement prepared = Prepare(statement, false, true);
+  RequireLiveTransaction();
+  Statement prepared = PrepareText(statement, false, true);
   const bool own = !inTransaction_;
   if (own) RunOwn("BEGIN IMMEDIATE");
   std::exception_ptr failure;
@@ -220,9 +223,47 @@ void SyncConnection::Rollback() {
   std::fill(givenIds_.begin(), givenIds_.end(), 0);
 }
 
-SyncConnection::Statement SyncConnection::Prepare(std::string_view statement, bool query,
-                                                  bool markers) {
+SyncConnection::Ready::~Ready() {
+  if (own_ != nullptr) return;
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+}
+
+SyncConnection::Ready SyncConnection::Prepare(std::string_view statement, bool query,
+                                              std::optional<StatementShape>& shape) {
   RequireLiveTransaction();
+  // A NUL would be a value that no statement text can hold.
+  if (statement.find('\0') == statement.npos) shape = StatementShape::Of(statement);
+  sqlite3_stmt* kept = shape ? KeptFor(*shape, query) : nullptr;
+  if (kept == nullptr) return Ready(PrepareText(statement, query, false));
+  for (size_t i = 0; i < shape->literals(); ++i) {
+    const std::string_view value = shape->Literal(i);
+    const int code = sqlite3_bind_text64(kept, static_cast<int>(i + 1), value.data(), value.size(),
+                                         SQLITE_STATIC, SQLITE_UTF8);
+    if (code != SQLITE_OK) Fail(code, statement);
+  }
+  return Ready(kept);
+}
+
+// Null when the shape cannot be prepared: the statement itself then says why.
+sqlite3_stmt* SyncConnection::KeptFor(const StatementShape& shape, bool query) {
+  constexpr size_t kMostKept = 64;
+  const std::string key = (query ? "Q" : "X") + shape.text();
+  if (const auto found = kept_.find(key); found != kept_.end()) return found->second.get();
+  try {
+    Statement prepared = PrepareText(shape.text(), query, true);
+    if (sqlite3_bind_parameter_count(prepared.get()) != static_cast<int>(shape.literals())) {
+      return nullptr;
+    }
+    if (kept_.size() == kMostKept) kept_.clear();
+    return kept_.emplace(key, std::move(prepared)).first->second.get();
+  } catch (const SqliteError&) {
+    return nullptr;
+  }
+}
+
+SyncConnection::Statement SyncConnection::PrepareText(std::string_view statement, bool query,
+                                                      bool markers) {
   std::string why;
   const std::optional<StatementKind> kind = CheckStatement(statement, why);
   if (!kind) Refuse(statement, why);

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/com/lists.h"
@@ -16,6 +17,7 @@
 #include "platform/database/schema.h"
 #include "platform/database/sqlite.h"
 #include "platform/database/statement_check.h"
+#include "platform/database/statement_shape.h"
 
 struct sqlite3_stmt;
 
@@ -49,12 +51,31 @@ class SyncConnection {
   };
   using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
 
+  // A statement ready to step, its values bound: one of the kept ones, which goes back when this
+  // dies, or one of its own.
+  class Ready {
+   public:
+    explicit Ready(Statement own) : own_(std::move(own)), statement_(own_.get()) {}
+    explicit Ready(sqlite3_stmt* kept) : statement_(kept) {}
+    Ready(const Ready&) = delete;
+    Ready& operator=(const Ready&) = delete;
+    ~Ready();
+    sqlite3_stmt* get() const { return statement_; }
+
+   private:
+    Statement own_;
+    sqlite3_stmt* statement_;
+  };
+
   static int Authorize(void* self, int action, const char* first, const char* second,
                        const char* database, const char* trigger);
   static void OnChange(void* self, int operation, const char* database, const char* table,
                        int64_t row);
 
-  Statement Prepare(std::string_view statement, bool query, bool markers);
+  // `shape` gives the values their memory for as long as the statement runs.
+  Ready Prepare(std::string_view statement, bool query, std::optional<StatementShape>& shape);
+  sqlite3_stmt* KeptFor(const StatementShape& shape, bool query);
+  Statement PrepareText(std::string_view statement, bool query, bool markers);
   bool Step(sqlite3_stmt* prepared, std::string_view statement);
   void RunRow(sqlite3_stmt* prepared, std::string_view statement, IUnknown* row);
   void RunOwn(const char* statement);
@@ -68,6 +89,7 @@ class SyncConnection {
   bool inTransaction_ = false;
   // Parallel to SyncTables(); 0 before the first insert.
   std::vector<int64_t> givenIds_;
+  std::unordered_map<std::string, Statement> kept_;  // by the text of their shape
 };
 
 }  // namespace qv

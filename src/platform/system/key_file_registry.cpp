@@ -86,7 +86,7 @@ int64_t NowNs() {
 KeyFile Load(const std::string& path) {
   KeyFile file(g_key_file_new());
   std::string bytes;
-  const std::error_code error = Service<Files>::Get().Read(path, bytes);
+  const std::error_code error = Files::Default().Read(path, bytes);
   if (error == std::errc::no_such_file_or_directory) return file;
   if (error) return nullptr;
   if (bytes.empty()) return file;
