@@ -1,4 +1,4 @@
-// The helpers that stand on every item's way.
+// The small functions that stand on every item's way.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>

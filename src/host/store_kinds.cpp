@@ -6,7 +6,7 @@
 #include "items/item_objects.h"
 #include "items/vcard.h"
 #include "platform/com/class_factory.h"
-#include "platform/com/closed_ids.h"
+#include "platform/com/component_ids.h"
 
 namespace qv {
 namespace {

@@ -2,7 +2,7 @@
 #include "items/content_data.h"
 #include "items/vcard_converter.h"
 #include "platform/com/class_factory.h"
-#include "platform/com/closed_ids.h"
+#include "platform/com/component_ids.h"
 
 namespace qv {
 

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "platform/com/bstr.h"
-#include "platform/com/closed_ids.h"
+#include "platform/com/component_ids.h"
 #include "platform/com/unknown.h"
 
 namespace qv {

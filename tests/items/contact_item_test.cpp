@@ -64,7 +64,7 @@ TEST_F(Items, TextPropertiesAreApart) {
     EXPECT_EQ((item_.get()->*get)(value.Out()), S_OK);
     EXPECT_EQ(value.view(), Decimal(i++));
   }
-  // The views made one entry each, of the kinds told.
+  // The views made one entry each, of its own kind.
   const Contact& contact = *ContactOf(item_.get());
   ASSERT_EQ(contact.organisations.size(), 1u);
   EXPECT_EQ(contact.organisations[0].kind, OrganisationKind::Work);
@@ -192,7 +192,7 @@ TEST_F(Items, ConverterThroughItsInterface) {
   EXPECT_EQ(converter->Serialize(card.get(), nullptr), E_POINTER);
 }
 
-TEST(ContactKey, IsMadeOfTheToldFieldsInOrder) {
+TEST(ContactKey, IsMadeOfItsFieldsInOrder) {
   const auto phone = [](int kind, const char16_t* number) {
     return Telephone{static_cast<PhoneKind>(kind), number};
   };

@@ -8,7 +8,7 @@ namespace qv {
 
 Exit ExitOf(SyncResult result);
 
-// The persisted form of `sync --json`; further keys stand behind the told ones, and only when
+// The persisted form of `sync --json`; further keys stand behind those, and only when
 // there is something to say.
 nlohmann::ordered_json SyncReportJson(const SyncReport& report, bool dryRun);
 std::string SyncReportText(const SyncReport& report, bool dryRun);

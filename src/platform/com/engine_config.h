@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/com/closed_ids.h"
+#include "platform/com/component_ids.h"
 #include "platform/com/variant.h"
 
 namespace qv {

@@ -6,8 +6,8 @@
 
 #include <vector>
 
-#include "platform/com/closed_ids.h"
 #include "platform/com/com_object.h"
+#include "platform/com/component_ids.h"
 #include "platform/com/edge.h"
 
 namespace qv {

@@ -4,7 +4,7 @@
 // result, so a statement may run while rows are being read.
 #pragma once
 
-#include "platform/com/closed_ids.h"
+#include "platform/com/component_ids.h"
 #include "platform/com/variant.h"
 
 namespace qv {
