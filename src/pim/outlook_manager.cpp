@@ -210,7 +210,10 @@ HRESULT OutlookManager::UpdateItem(OlObjectClass kind, const std::u16string& ent
                                    const ComPtr<IItemCommon>& item) {
   return state_->Run([&] {
     const PackedItem packed = state_->Pack(kind, item.get());
-    if (!state_->File().Update(kind, Stamped(entryId, packed), packed.content)) {
+    const std::optional<ItemRow> old = state_->File().Find(kind, entryId);
+    if (!old) state_->NoSuchItem(kind, entryId);
+    const ItemRow row = Stamped(entryId, packed);
+    if (row.md5 != old->md5 && !state_->File().Update(kind, row, packed.content)) {
       state_->NoSuchItem(kind, entryId);
     }
   });

@@ -72,6 +72,7 @@ class OutlookManager {
   int IsFolderExist(OlObjectClass kind, const std::u16string& folderId, int* exists);
   HRESULT CreateItem(OlObjectClass kind, const std::u16string& folderId,
                      const ComPtr<IItemCommon>& item, std::u16string& entryId);
+  // An item whose content is equal already is left as it is, its time too: nobody changed it.
   HRESULT UpdateItem(OlObjectClass kind, const std::u16string& entryId,
                      const ComPtr<IItemCommon>& item);
   HRESULT DeleteItem(OlObjectClass kind, const std::u16string& entryId);

@@ -437,7 +437,7 @@ TEST(EngineSyncTest, AFullPhoneFailsTheStoreAndAFreedOneGoesOn) {
   EXPECT_EQ(report.result, SyncResult::Failed);
   EXPECT_THAT(report.stores.at(0).message, HasSubstr("/phone/contacts: No space left"));
   EXPECT_EQ(report.stores[0].failed.size(), 3u);
-  EXPECT_EQ(Counts(rig.Sync()), "pc +0~0-0 phone +3~0-0 =0");
+  EXPECT_EQ(Counts(rig.Sync()), "pc +0~0-0 phone +3~0-0 =1");
 }
 
 TEST(EngineSyncTest, StatusTellsWhatIsPendingAndChangesNothing) {
@@ -466,6 +466,83 @@ TEST(EngineSyncTest, StatusTellsWhatIsPendingAndChangesNothing) {
   EXPECT_FALSE(away.phoneReachable);
   EXPECT_EQ(away.phone.deleted, 0);
   EXPECT_EQ(away.pc.replaced, 1);
+}
+
+TEST(EngineSyncTest, AnotherPhonesExtrasAreNoChangeOfThePc) {
+  Rig rig;
+  const std::string other = rig.folder.File("other");
+  const auto syncOther = [&] {
+    rig.clock.Advance(10);
+    Profile profile(rig.profileFolder());
+    return RunSync(profile, other, {}, {}).stores.front();
+  };
+  rig.PhonePut("a.vcf", CardText({.name = "Ann", .uid = "u1", .extra = "X-PET:cat"}));
+  rig.folder.Put("other/contacts/a.vcf",
+                 CardText({.name = "Ann", .uid = "u1", .extra = "X-PET:dog"}));
+  ASSERT_EQ(rig.Sync().result, SyncResult::Ok);
+  const std::string edited =
+      CardText({.name = "Ann", .uid = "u1", .note = "new", .extra = "X-PET:cat"});
+  rig.PhonePut("a.vcf", edited);
+  ASSERT_EQ(syncOther().result, SyncResult::Ok);
+  const StoreReport report = rig.Sync();
+  EXPECT_EQ(report.pcWon + report.phoneWon, 0);
+  EXPECT_EQ(report.pc.replaced, 1);
+  EXPECT_EQ(rig.PhoneFiles()["a.vcf"], edited);
+}
+
+TEST(EngineSyncTest, AnUnreadableStrangerHoldsBackWhatItMayBe) {
+  Rig rig;
+  rig.PhonePut("a.vcf", CardText({.name = "Ann", .uid = "u1"}));
+  rig.PhonePut("b.vcf", CardText({.name = "Bob", .uid = "u2"}));
+  ASSERT_EQ(rig.Sync().result, SyncResult::Ok);
+  rig.PhoneDelete("a.vcf");
+  rig.PhonePut("a-new.vcf", "BEGIN:VCARD\r\nN:An");
+  StoreReport report = rig.Sync();
+  EXPECT_EQ(report.result, SyncResult::Partial);
+  EXPECT_EQ(report.pc.deleted, 0);
+  EXPECT_EQ(report.failed.size(), 2u);
+  EXPECT_EQ(rig.PcItems().size(), 2u);
+  rig.PhonePut("a-new.vcf", CardText({.name = "Ann", .uid = "u1"}));
+  report = rig.Sync();
+  EXPECT_EQ(report.result, SyncResult::Ok);
+  EXPECT_EQ(rig.PcItems().size(), 2u);
+}
+
+TEST(EngineSyncTest, JunkDoesNotMakeAnEmptyPhoneLookFull) {
+  Rig rig;
+  rig.PhonePut("a.vcf", CardText({.name = "Ann", .uid = "u1"}));
+  ASSERT_EQ(rig.Sync().result, SyncResult::Ok);
+  rig.PhoneDelete("a.vcf");
+  rig.PhonePut("junk.vcf", "junk");
+  EXPECT_EQ(rig.Sync().result, SyncResult::Refused);
+}
+
+TEST(EngineSyncTest, ARefreshFromAnEmptySideIsRefused) {
+  Rig rig;
+  rig.PhonePut("a.vcf", CardText({.name = "Ann", .uid = "u1"}));
+  EXPECT_EQ(rig.Sync(DS_SYNCTYPE_REFRESH_SERVER).result, SyncResult::Refused);
+  EXPECT_EQ(rig.PhoneFiles().size(), 1u);
+}
+
+TEST(EngineSyncTest, AKnownPhoneAtAnothersPlaceKeepsItsRecord) {
+  Rig rig;
+  rig.PhonePut("a.vcf", CardText({.name = "Ann", .uid = "u1"}));
+  ASSERT_EQ(rig.Sync().result, SyncResult::Ok);
+  const auto swap = [&](const char* out, const char* in) {
+    std::filesystem::rename(rig.phoneFolder(), rig.folder.File(out));
+    std::filesystem::rename(rig.folder.File(in), rig.phoneFolder());
+  };
+  rig.folder.Put("second/contacts/b.vcf", CardText({.name = "Bob", .uid = "u2"}));
+  swap("first", "second");
+  ASSERT_EQ(rig.Sync().result, SyncResult::Refused);
+  ASSERT_EQ(rig.Sync(DS_SYNCTYPE_NONE, {.newPhone = true}).result, SyncResult::Ok);
+  rig.PcDelete(rig.PcIdOf(CardText({.name = "Ann"})));
+  swap("second", "first");
+  const StoreReport report = rig.Sync(DS_SYNCTYPE_NONE, {
+                                                            .newPhone = true,
+                                                        });
+  EXPECT_EQ(report.mode, DS_SYNCTYPE_TWO_NORMAL);
+  EXPECT_EQ(report.pc.added, 0) << "what was deleted on the PC does not come back";
 }
 
 }  // namespace

@@ -208,13 +208,16 @@ TEST_F(OutlookManagerTest, AnItemComesBackWholeAfterReopening) {
   EXPECT_TRUE(read.hidden.empty());
 }
 
-TEST_F(OutlookManagerTest, EveryWriteStampsTheLocalTimeOfItsMoment) {
+TEST_F(OutlookManagerTest, AChangeStampsTheLocalTimeOfItsMoment) {
   const std::u16string id = Create(Named(u"a"));
   EXPECT_EQ(Meta(id).modified, DateFromUnixSeconds(kMorning + 3600));
   const int64_t summer = 1'690'000'000;
   clock.Set(summer);
   ASSERT_EQ(outlook.UpdateItem(olContact, id, MakeContactItem(Named(u"a"))), S_OK);
-  EXPECT_EQ(Meta(id).modified, DateFromUnixSeconds(summer + 7200)) << "equal content is stamped";
+  EXPECT_EQ(Meta(id).modified, DateFromUnixSeconds(kMorning + 3600))
+      << "equal content is no change";
+  ASSERT_EQ(outlook.UpdateItem(olContact, id, MakeContactItem(Named(u"b"))), S_OK);
+  EXPECT_EQ(Meta(id).modified, DateFromUnixSeconds(summer + 7200));
   zone.Set(FixedZone("JST-9").GetTimeZoneInformation());
   EXPECT_EQ(Meta(id).modified, DateFromUnixSeconds(summer + 7200)) << "a move changes nothing";
 }

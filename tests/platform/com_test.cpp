@@ -147,7 +147,7 @@ TEST(Edge, TestsPointersThenClearsThenTurnsExceptionsIntoStatuses) {
   EXPECT_EQ(Slot(Requires(&value), Outs(&text), []() -> HRESULT { throw StatusError(-7); }), -7);
   EXPECT_EQ(text, nullptr);
   EXPECT_EQ(Slot(Requires(), Outs(), []() -> HRESULT { throw std::bad_alloc(); }), E_FAIL);
-  EXPECT_EQ(Slot(Requires(), Outs(), []() -> HRESULT { throw new int(1); }), E_FAIL);
+  EXPECT_EQ(Slot(Requires(), Outs(), []() -> HRESULT { throw 1; }), E_FAIL);
 }
 
 TEST(Lists, KeepOrderAndRefuseIndexesOutOfRange) {

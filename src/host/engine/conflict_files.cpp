@@ -48,4 +48,9 @@ std::string ConflictFiles::Keep(const StoreKind& kind, const std::string& phoneF
   return "conflicts/" + name;
 }
 
+void ConflictFiles::Drop(const std::string& kept) {
+  // One that stays is a copy too many, nothing worse.
+  static_cast<void>(Service<Files>::Get().Remove(folder_ + kept.substr(kept.find('/'))));
+}
+
 }  // namespace qv

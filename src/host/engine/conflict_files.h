@@ -17,6 +17,8 @@ class ConflictFiles {
   // whose text it is. Never over another file. Throws ItemError.
   std::string Keep(const StoreKind& kind, const std::string& phoneFile, const char* side,
                    std::string_view text);
+  // Takes back what `Keep` returned: the text still stands in its own place.
+  void Drop(const std::string& kept);
 
  private:
   std::string folder_;

@@ -11,14 +11,14 @@ namespace {
 // Persisted contract.
 constexpr const char* kSchema =
     "CREATE TABLE IF NOT EXISTS phones(id TEXT PRIMARY KEY, path TEXT NOT NULL);"
-    "CREATE TABLE IF NOT EXISTS stores(phone TEXT NOT NULL, store TEXT NOT NULL,"
-    " slow_done INTEGER NOT NULL, last_sync TEXT NOT NULL, item_count INTEGER NOT NULL,"
-    " ended_ns INTEGER NOT NULL, PRIMARY KEY(phone, store));"
-    "CREATE TABLE IF NOT EXISTS items(phone TEXT NOT NULL, store TEXT NOT NULL,"
-    " name TEXT NOT NULL, size INTEGER NOT NULL, mtime_ns INTEGER NOT NULL, hash BLOB NOT NULL,"
-    " uid TEXT NOT NULL, source_uid TEXT NOT NULL, PRIMARY KEY(phone, store, name))"
-    " WITHOUT ROWID;"
-    "CREATE INDEX IF NOT EXISTS items_by_source ON items(phone, store, source_uid);";
+    "CREATE TABLE IF NOT EXISTS stores(id INTEGER PRIMARY KEY, phone TEXT NOT NULL,"
+    " store TEXT NOT NULL, slow_done INTEGER NOT NULL DEFAULT 0,"
+    " last_sync TEXT NOT NULL DEFAULT '', item_count INTEGER NOT NULL DEFAULT 0,"
+    " ended_ns INTEGER NOT NULL DEFAULT 0, UNIQUE(phone, store));"
+    "CREATE TABLE IF NOT EXISTS items(store_id INTEGER NOT NULL, name TEXT NOT NULL,"
+    " size INTEGER NOT NULL, mtime_ns INTEGER NOT NULL, hash BLOB NOT NULL,"
+    " uid TEXT NOT NULL, source_uid TEXT NOT NULL, PRIMARY KEY(store_id, name)) WITHOUT ROWID;"
+    "CREATE INDEX IF NOT EXISTS items_by_source ON items(store_id, source_uid);";
 
 std::string_view Bytes(const Md5Digest& hash) {
   return {reinterpret_cast<const char*>(hash.data()), hash.size()};
@@ -39,10 +39,9 @@ EngineRecord::Schema::Schema(SqliteDatabase& db) {
 EngineRecord::EngineRecord(const std::string& path)
     : db_(path, SqliteDatabase::Durability::Normal),
       schema_(db_),
-      put_(db_.Prepare("INSERT OR REPLACE INTO items VALUES(?,?,?,?,?,?,?,?)")),
-      release_(
-          db_.Prepare("DELETE FROM items WHERE phone=? AND store=? AND source_uid=? AND name<>?")),
-      remove_(db_.Prepare("DELETE FROM items WHERE phone=? AND store=? AND name=?")) {}
+      put_(db_.Prepare("INSERT OR REPLACE INTO items VALUES(?,?,?,?,?,?,?)")),
+      release_(db_.Prepare("DELETE FROM items WHERE store_id=? AND source_uid=? AND name<>?")),
+      remove_(db_.Prepare("DELETE FROM items WHERE store_id=? AND name=?")) {}
 
 std::string EngineRecord::PathFor(const std::string& path, bool lookOnly) {
   FileInfo info;
@@ -75,14 +74,31 @@ StoreState EngineRecord::State(const std::string& phone, std::string_view store)
 
 void EngineRecord::SaveState(const std::string& phone, std::string_view store,
                              const StoreState& state) {
-  db_.Prepare("INSERT OR REPLACE INTO stores VALUES(?,?,?,?,?,?)")
-      .Bind(1, phone)
-      .Bind(2, store)
-      .Bind(3, int64_t{state.slowDone})
-      .Bind(4, state.lastSync)
-      .Bind(5, state.itemCount)
-      .Bind(6, state.endedNs)
+  db_.Prepare("UPDATE stores SET slow_done=?,last_sync=?,item_count=?,ended_ns=? WHERE id=?")
+      .Bind(1, int64_t{state.slowDone})
+      .Bind(2, state.lastSync)
+      .Bind(3, state.itemCount)
+      .Bind(4, state.endedNs)
+      .Bind(5, StoreId(phone, store, true))
       .Run();
+}
+
+// 0 for one that is not there and not to be made.
+int64_t EngineRecord::StoreId(const std::string& phone, std::string_view store, bool make) {
+  if (lastId_ != 0 && phone == lastPhone_ && store == lastStore_) return lastId_;
+  int64_t id = 0;
+  {
+    SqliteStatement row = db_.Prepare("SELECT id FROM stores WHERE phone=? AND store=?");
+    row.Bind(1, phone).Bind(2, store);
+    if (row.Step()) id = row.Int(0);
+  }
+  if (id == 0 && make) {
+    db_.Prepare("INSERT INTO stores(phone,store) VALUES(?,?)").Bind(1, phone).Bind(2, store).Run();
+    return db_.LastRowId();  // not kept: the group that it belongs to may be undone
+  }
+  lastPhone_ = phone;
+  lastStore_ = store;
+  return lastId_ = id;
 }
 
 void EngineRecord::ClearSlowDone(const std::string& phone, std::string_view store) {
@@ -97,9 +113,9 @@ std::vector<RecordRow> EngineRecord::Rows(const std::string& phone, std::string_
   std::vector<RecordRow> rows;
   rows.reserve(static_cast<size_t>(Count(phone, store)));
   SqliteStatement read = db_.Prepare(
-      "SELECT name,size,mtime_ns,hash,uid,source_uid FROM items WHERE phone=? AND store=?"
+      "SELECT name,size,mtime_ns,hash,uid,source_uid FROM items WHERE store_id=?"
       " ORDER BY name");
-  read.Bind(1, phone).Bind(2, store);
+  read.Bind(1, StoreId(phone, store, false));
   while (read.Step()) {
     RecordRow row;
     row.name = read.Text(0);
@@ -115,26 +131,26 @@ std::vector<RecordRow> EngineRecord::Rows(const std::string& phone, std::string_
 }
 
 void EngineRecord::Put(const std::string& phone, std::string_view store, const RecordRow& row) {
-  release_.Bind(1, phone).Bind(2, store).Bind(3, row.sourceUid).Bind(4, row.name).Run();
-  put_.Bind(1, phone)
-      .Bind(2, store)
-      .Bind(3, row.name)
-      .Bind(4, static_cast<int64_t>(row.size))
-      .Bind(5, row.modifiedNs)
-      .BindBlob(6, Bytes(row.hash))
-      .Bind(7, row.uid)
-      .Bind(8, row.sourceUid)
+  const int64_t id = StoreId(phone, store, true);
+  release_.Bind(1, id).Bind(2, row.sourceUid).Bind(3, row.name).Run();
+  put_.Bind(1, id)
+      .Bind(2, row.name)
+      .Bind(3, static_cast<int64_t>(row.size))
+      .Bind(4, row.modifiedNs)
+      .BindBlob(5, Bytes(row.hash))
+      .Bind(6, row.uid)
+      .Bind(7, row.sourceUid)
       .Run();
 }
 
 void EngineRecord::Remove(const std::string& phone, std::string_view store,
                           const std::string& name) {
-  remove_.Bind(1, phone).Bind(2, store).Bind(3, name).Run();
+  remove_.Bind(1, StoreId(phone, store, false)).Bind(2, name).Run();
 }
 
 int64_t EngineRecord::Count(const std::string& phone, std::string_view store) {
-  SqliteStatement count = db_.Prepare("SELECT count(*) FROM items WHERE phone=? AND store=?");
-  count.Bind(1, phone).Bind(2, store);
+  SqliteStatement count = db_.Prepare("SELECT count(*) FROM items WHERE store_id=?");
+  count.Bind(1, StoreId(phone, store, false));
   return count.Step() ? count.Int(0) : 0;
 }
 

@@ -52,6 +52,8 @@ class EngineRecord {
   SqliteTransaction Group() { return SqliteTransaction(db_); }
 
  private:
+  int64_t StoreId(const std::string& phone, std::string_view store, bool make);
+
   struct Schema {
     explicit Schema(SqliteDatabase& db);
   };
@@ -60,6 +62,10 @@ class EngineRecord {
   SqliteStatement put_;
   SqliteStatement release_;
   SqliteStatement remove_;
+  // The store that was asked for last.
+  std::string lastPhone_;
+  std::string lastStore_;
+  int64_t lastId_ = 0;
 };
 
 }  // namespace qv

@@ -31,6 +31,7 @@ struct PhoneItem {
   std::string text;  // kept from planning to running when small; else empty
   int32_t record = -1;
   PhoneChange change = PhoneChange::New;
+  bool unread = false;  // not even its bytes could be had
 };
 
 // Against what the two sides last agreed on. `New` means that they never did.

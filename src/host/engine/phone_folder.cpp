@@ -47,7 +47,8 @@ std::error_code PhoneFolder::List(std::vector<FolderEntry>& items) {
   for (FolderEntry& entry : entries) {
     taken_.insert(Lower(entry.name));
     const bool isItem = !entry.info.isFolder && !entry.name.starts_with('.') &&
-                        entry.name.size() > extension_.size() && entry.name.ends_with(extension_);
+                        entry.name.size() > extension_.size() &&
+                        Lower(entry.name).ends_with(extension_);
     if (isItem) items.push_back(std::move(entry));
   }
   std::ranges::sort(items, {}, &FolderEntry::name);

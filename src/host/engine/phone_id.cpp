@@ -69,9 +69,22 @@ std::string PlainFolderTrouble(const std::string& folder) {
 
 }  // namespace
 
+bool IsWithin(const std::string& folder, const std::string& outer) {
+  const std::string inner = AbsolutePath(folder) + "/";
+  return inner.starts_with(AbsolutePath(outer) + "/");
+}
+
 bool IsPhoneAt(const std::string& folder, const std::string& id) {
   const IdFile file = ReadIdFile(folder);
   return !file.error && file.id == id;
+}
+
+// Whether the identifier is that of a known phone whose own place does not carry it any longer.
+bool IsElsewhereNoMore(const std::vector<KnownPhone>& phones, const std::string& id,
+                       const std::string& folder) {
+  const auto seen = std::ranges::find(phones, id, &KnownPhone::id);
+  if (id.empty() || seen == phones.end() || seen->path == folder) return false;
+  return seen->path.empty() || !IsPhoneAt(seen->path, id);
 }
 
 PhoneIdentity MeetPhone(EngineRecord& record, const std::string& folder, bool newPhone) {
@@ -83,12 +96,16 @@ PhoneIdentity MeetPhone(EngineRecord& record, const std::string& folder, bool ne
   if (file.error && !missing) {
     return Refused("cannot read " + IdPath(phone.folder) + ": " + file.error.message());
   }
+  const std::vector<KnownPhone> phones = record.Phones();
+  if (newPhone && IsElsewhereNoMore(phones, file.id, phone.folder)) {
+    phone.id = file.id;  // a phone that is known, at the place of another
+    return phone;
+  }
   if (newPhone) {
     phone.id = ToUtf8(MakeGuidText());
     phone.fileMissing = true;
     return phone;
   }
-  const std::vector<KnownPhone> phones = record.Phones();
   const auto here = std::ranges::find(phones, phone.folder, &KnownPhone::path);
   if (here != phones.end() && file.id != here->id) {
     const char* what = missing           ? "its identifier file is gone"

@@ -37,6 +37,7 @@ struct Runner::Outgoing {
   const PlanStep* step = nullptr;
   RecordRow row;  // as it will stand in the record
   std::string text;
+  std::optional<ConflictNote> note;
   bool failed = false;
 };
 
@@ -65,7 +66,9 @@ void Runner::Gather(const PlanStep& step, Outgoing& out) {
   }
   const PhoneItem& item = At(run_.sides.phone, link.phone);
   out.row.name = item.name;
-  if (step.conflict == Conflict::PcWon) KeepLoser(step, item, TextOf(run_.phone, item));
+  if (step.conflict == Conflict::PcWon) {
+    out.note = KeepLoser(step, item, TextOf(run_.phone, item));
+  }
 }
 
 void Runner::WriteFiles(std::vector<Outgoing>& batch) {
@@ -82,6 +85,11 @@ void Runner::WriteFiles(std::vector<Outgoing>& batch) {
     });
     out.failed = !done;
     written += done;
+    // What should have been overwritten stands: its copy would be one more at each try.
+    if (!done && out.note) {
+      run_.conflicts.Drop(out.note->kept);
+      out.note.reset();
+    }
   }
   if (written == 0 && IsWholePhone(last)) {
     throw StoreFailure("nothing can be written to " + run_.phone.folder() + ": " + last.message());
@@ -150,6 +158,7 @@ bool Runner::WritePhone(Steps steps) {
       Confirm(batch);
     }
     for (const Outgoing& out : batch) {
+      if (out.note) report_.conflicts.push_back(*out.note);
       if (out.failed) continue;
       ++(out.step->act == Act::PhoneAdd ? report_.phone.added : report_.phone.replaced);
       report_.pcWon += out.step->conflict == Conflict::PcWon;

@@ -166,9 +166,33 @@ bool PlanLink(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link, Pl
   return false;
 }
 
-// A pair that this run has found, rather than the record.
-bool IsMatched(const Inventory& sides, const ItemLink& link) {
-  return link.phone >= 0 && !IsGonePc(sides, link) && (link.record < 0 || link.statusWritten);
+// A pair that this run has found or, in a slow sync, found again.
+bool IsMatched(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link) {
+  return link.phone >= 0 && !IsGonePc(sides, link) && !IsUnreadable(sides, link) &&
+         (link.record < 0 || mode == DS_SYNCTYPE_SLOW);
+}
+
+// Files that the record does not know and that cannot be read: what they are nobody can say.
+struct Doubts {
+  bool deletions = false;  // one may be a renamed item
+  bool additions = false;  // one may be an item that both sides have
+  std::string file;
+};
+
+Doubts DoubtsOf(const Inventory& sides) {
+  Doubts doubts;
+  for (const PhoneItem& item : sides.phone) {
+    if (item.change != PhoneChange::Unreadable || item.record >= 0) continue;
+    doubts.deletions = true;
+    doubts.additions = doubts.additions || item.unread;
+    if (doubts.file.empty() || item.unread) doubts.file = item.name;
+  }
+  return doubts;
+}
+
+bool IsDoubtful(const Doubts& doubts, const PlanStep& step) {
+  return (doubts.deletions && step.act == Act::PcDelete) ||
+         (doubts.additions && step.act == Act::PhoneAdd);
 }
 
 constexpr std::string_view kActWords[] = {
@@ -210,11 +234,17 @@ bool NeedsContent(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link
 SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides) {
   SyncPlan plan;
   plan.mode = mode;
+  const Doubts doubts = DoubtsOf(sides);
+  plan.doubtful = doubts.file;
   for (int32_t i = 0; i < IndexOf(sides.links); ++i) {
     PlanStep step;
     step.link = i;
-    plan.matched += IsMatched(sides, At(sides.links, i));
+    plan.matched += IsMatched(mode, sides, At(sides.links, i));
     if (!PlanLink(mode, sides, At(sides.links, i), step)) continue;
+    if (IsDoubtful(doubts, step)) {
+      plan.held.push_back(step);
+      continue;
+    }
     plan.pcDeletes += step.act == Act::PcDelete;
     plan.phoneDeletes += step.act == Act::PhoneDelete;
     plan.steps.push_back(step);
@@ -223,17 +253,17 @@ SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides) {
   return plan;
 }
 
+std::string ItemOf(const PlanStep& step, const Inventory& sides) {
+  const ItemLink& link = At(sides.links, step.link);
+  if (link.phone >= 0) return At(sides.phone, link.phone).name;
+  if (link.record >= 0) return At(sides.records, link.record).name;
+  return ToUtf8(At(sides.pc, link.pc).id);
+}
+
 std::string DescribeStep(const PlanStep& step, const Inventory& sides) {
   std::string line(kActWords[static_cast<size_t>(step.act)]);
   if (line.empty()) return line;
-  const ItemLink& link = At(sides.links, step.link);
-  if (link.phone >= 0) {
-    line.append(" ").append(At(sides.phone, link.phone).name);
-  } else if (link.record >= 0) {
-    line.append(" ").append(At(sides.records, link.record).name);
-  } else {
-    line.append(" ").append(ToUtf8(At(sides.pc, link.pc).id));
-  }
+  line.append(" ").append(ItemOf(step, sides));
   if (step.conflict == Conflict::PcWon) line += " (conflict: the PC wins)";
   if (step.conflict == Conflict::PhoneWon) line += " (conflict: the phone wins)";
   return line;

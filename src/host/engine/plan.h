@@ -35,7 +35,11 @@ struct PlanStep {
 struct SyncPlan {
   DS_SYNCTYPE mode = DS_SYNCTYPE_NONE;
   std::vector<PlanStep> steps;
-  int64_t matched = 0;  // pairs that were found rather than known
+  // Not done this time: a file of the phone that is on no record and cannot be read may be the very
+  // item that would be deleted from the PC, or added to the phone a second time.
+  std::vector<PlanStep> held;
+  std::string doubtful;  // the name of such a file
+  int64_t matched = 0;   // pairs that were found rather than known
   int64_t pcDeletes = 0;
   int64_t phoneDeletes = 0;
 };
@@ -62,6 +66,8 @@ bool NeedsContent(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link
 SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides);
 
 // One line for a person, without a line end; empty for a step that shows nowhere.
+// The item of a step: the phone's file name, or the PC's identifier.
+std::string ItemOf(const PlanStep& step, const Inventory& sides);
 std::string DescribeStep(const PlanStep& step, const Inventory& sides);
 
 }  // namespace qv

@@ -84,11 +84,11 @@ void Runner::Drop(const ItemLink& link) {
   run_.record.Remove(run_.phoneId, run_.pc.kind().name, At(run_.sides.records, link.record).name);
 }
 
-void Runner::KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text) {
+ConflictNote Runner::KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text) {
   const bool pcWon = step.conflict == Conflict::PcWon;
   const char* loser = pcWon ? "phone" : "pc";
   const std::string kept = run_.conflicts.Keep(run_.pc.kind(), item.name, loser, text);
-  report_.conflicts.push_back({item.name, pcWon ? "pc" : "phone", kept});
+  return {item.name, pcWon ? "pc" : "phone", kept};
 }
 
 bool Runner::ChangePc(Steps steps) {
@@ -144,9 +144,11 @@ void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::strin
     if (step.conflict == Conflict::PhoneWon) throw;
   }
   RequirePcUnchanged(target, current ? &*current : nullptr);
-  if (step.conflict == Conflict::PhoneWon) KeepLoser(step, item, current->text);
+  std::optional<ConflictNote> note;
+  if (step.conflict == Conflict::PhoneWon) note = KeepLoser(step, item, current->text);
   run_.pc.Replace(target.id, text);
   transaction.Commit();
+  if (note) report_.conflicts.push_back(std::move(*note));
   Put(RowOf(item, target.id));
   ++report_.pc.replaced;
   report_.phoneWon += step.conflict == Conflict::PhoneWon;

@@ -77,7 +77,8 @@ class Runner {
   void SyncPhone();
   void Confirm(std::vector<Outgoing>& batch);
   void NoteOne(const PlanStep& step);
-  void KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text);
+  // Puts the losing text aside; the note is for the report once the winner has been written.
+  ConflictNote KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text);
 
   void Put(RecordRow row) { run_.record.Put(run_.phoneId, run_.pc.kind().name, row); }
   void Drop(const ItemLink& link);

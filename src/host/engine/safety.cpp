@@ -1,5 +1,7 @@
 #include "host/engine/safety.h"
 
+#include <algorithm>
+
 namespace qv {
 namespace {
 
@@ -24,13 +26,31 @@ std::string WayOut(const SideView& a, const SideView& b, std::string_view store)
          ". Nothing was changed. If this is meant, run the sync again with --allow-mass-delete.";
 }
 
+// A file that holds no item counts only where it held one before.
+int64_t PhoneItems(const Inventory& sides) {
+  return std::ranges::count_if(sides.phone, [](const PhoneItem& item) {
+    return item.change != PhoneChange::Unreadable || item.record >= 0;
+  });
+}
+
+// Whose state a refresh makes the other side take; null for any other mode.
+const SideView* SourceOf(DS_SYNCTYPE mode, const SideView* views) {
+  if (mode == DS_SYNCTYPE_REFRESH_SERVER) return &views[0];
+  return mode == DS_SYNCTYPE_REFRESH_CLIENT ? &views[1] : nullptr;
+}
+
 }  // namespace
 
 std::string SafetyStop(const SyncPlan& plan, const Inventory& sides, std::string_view store) {
-  const SideView views[] = {
-      {"the PC", sides.pcCount, plan.pcDeletes},
-      {"the phone", static_cast<int64_t>(sides.phone.size()), plan.phoneDeletes}};
+  const SideView views[] = {{"the PC", sides.pcCount, plan.pcDeletes},
+                            {"the phone", PhoneItems(sides), plan.phoneDeletes}};
   const auto known = static_cast<int64_t>(sides.records.size());
+  const SideView* source = SourceOf(plan.mode, views);
+  const SideView& target = source == &views[0] ? views[1] : views[0];
+  if (source != nullptr && source->items == 0 && target.items > 0) {
+    return std::string(source->name) + " is empty, and " + target.name + " would be too" +
+           WayOut(views[0], views[1], store);
+  }
   for (const SideView& side : views) {
     if (known > 0 && side.items == 0) {
       return std::string(side.name) + " is empty, but " + Count(known, store) +

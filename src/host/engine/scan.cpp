@@ -131,7 +131,10 @@ void Scan::LookAt(int32_t index) {
     }
   }
   std::string text;
-  if (std::string reason = Load(item, text); !reason.empty()) return Fail(item, reason);
+  if (std::string reason = Load(item, text); !reason.empty()) {
+    item.unread = true;
+    return Fail(item, reason);
+  }
   Judge(item);
   if (!rules_.readAll && item.change == PhoneChange::Same) return;
   if (std::string reason = look_(index, item, text); !reason.empty()) return Fail(item, reason);

@@ -168,6 +168,13 @@ void StoreSync::Sync(PcStore& pc) {
     if (!stop.empty()) return Refuse(stop);
   }
   report_.matched = plan.matched;
+  for (const PlanStep& step : plan.held) {
+    const bool deletes = step.act == Act::PcDelete;
+    report_.failed.push_back(
+        {deletes ? "pc" : "phone", ItemOf(step, sides),
+         std::string(deletes ? "it is gone from the phone" : "it is not on the phone") + ", but " +
+             plan.doubtful + " there cannot be read and may be it; repair or remove that file"});
+  }
   if (session_.options.dryRun) {
     Show(plan, sides);
   } else {
@@ -256,6 +263,10 @@ SyncReport RunSync(Profile& profile, const std::string& phoneFolder,
                    const std::vector<std::string>& stores, const SyncOptions& options,
                    const ProgressSink& progress) {
   const std::vector<const StoreKind*> kinds = ChosenKinds(profile, stores);
+  if (IsWithin(phoneFolder, profile.folder())) {
+    throw UsageError("the folder " + phoneFolder +
+                     " belongs to the profile itself; a phone needs a folder of its own");
+  }
   const Profile::Lock lock = profile.LockForSync();
   if (IsSyncStopped()) profile.SetStop(false);
   SyncReport report;
