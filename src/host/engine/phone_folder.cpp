@@ -41,16 +41,13 @@ PhoneFolder::PhoneFolder(std::string folder, std::string_view extension)
 
 std::error_code PhoneFolder::List(std::vector<FolderEntry>& items) {
   items.clear();
-  taken_.clear();
-  std::vector<FolderEntry> entries;
-  if (const std::error_code error = TheFiles().List(folder_, entries)) return error;
-  for (FolderEntry& entry : entries) {
-    taken_.insert(Lower(entry.name));
-    const bool isItem = !entry.info.isFolder && !entry.name.starts_with('.') &&
-                        entry.name.size() > extension_.size() &&
-                        Lower(entry.name).ends_with(extension_);
-    if (isItem) items.push_back(std::move(entry));
-  }
+  if (const std::error_code error = TheFiles().List(folder_, items)) return error;
+  std::erase_if(items, [this](const FolderEntry& entry) {
+    const std::string_view name = entry.name;
+    return entry.info.isFolder || name.starts_with('.') || name.size() <= extension_.size() ||
+           !EqualsIgnoreCase(name.substr(name.size() - extension_.size()),
+                             std::string_view(extension_));
+  });
   std::ranges::sort(items, {}, &FolderEntry::name);
   return {};
 }
@@ -82,8 +79,15 @@ std::error_code PhoneFolder::Make() const {
 std::string PhoneFolder::FreeName(std::u16string_view uid) {
   std::string stem = ToUtf8(IsFitForName(uid) ? std::u16string(uid) : ComputeMd5(uid));
   if (stem.empty()) stem = ToUtf8(MakeGuidText());  // the checksum service is broken
+  if (!taken_) {
+    taken_.emplace();
+    std::vector<FolderEntry> entries;
+    // A folder that cannot be listed cannot be written to either.
+    static_cast<void>(TheFiles().List(folder_, entries));
+    for (FolderEntry& entry : entries) taken_->insert(Lower(std::move(entry.name)));
+  }
   std::string name = stem + extension_;
-  for (int n = 2; !taken_.insert(Lower(name)).second; ++n) {
+  for (int n = 2; !taken_->insert(Lower(name)).second; ++n) {
     name = stem + "(" + std::to_string(n) + ")" + extension_;
   }
   return name;

@@ -4,6 +4,7 @@
 // codes; a name is always one that `List` gave or `FreeName` made.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -31,7 +32,7 @@ class PhoneFolder {
   std::error_code Make() const;
 
   // A name for a new item, taken from the identifier inside its text where that is fit for one. No
-  // file that `List` saw has it, in whatever letter case, nor has any name given out before.
+  // file of the folder has it, in whatever letter case, nor has any name given out before.
   std::string FreeName(std::u16string_view uid);
 
  private:
@@ -39,7 +40,8 @@ class PhoneFolder {
 
   std::string folder_;
   std::string extension_;
-  std::unordered_set<std::string> taken_;  // in lower case
+  // Names in use, in lower case; filled when the first name is asked for.
+  std::optional<std::unordered_set<std::string>> taken_;
 };
 
 }  // namespace qv

@@ -77,7 +77,12 @@ void Runner::WriteFiles(std::vector<Outgoing>& batch) {
   for (Outgoing& out : batch) {
     const ItemLink& link = At(run_.sides.links, out.step->link);
     const bool done = Try("phone", out.row.name, [&] {
-      if (link.phone >= 0) RequirePhoneUnchanged(At(run_.sides.phone, link.phone), false);
+      FileInfo info;
+      if (link.phone >= 0) {
+        RequirePhoneUnchanged(At(run_.sides.phone, link.phone), false);
+      } else if (!run_.phone.Stat(out.row.name, info)) {
+        throw ItemError(kChanged);
+      }
       const std::error_code error = run_.phone.Write(out.row.name, out.text);
       if (!error) return;
       last = error;
