@@ -304,7 +304,8 @@ TEST(SqliteAccessorFileTest, AFullDiskNeverLeavesHalfATransaction) {
   db->Run(u"INSERT INTO ExtraDB(value) VALUES('before')");
   {
     FileSizeLimit limit(1 << 20);
-    const std::u16string big(8 << 20, u'x');
+    // More than the page cache holds, so that it must go to disk at once.
+    const std::u16string big(32 << 20, u'x');
     EXPECT_THROW(db->Run(u"INSERT INTO ExtraDB(value) VALUES('" + big + u"')"), StatusError);
     EXPECT_NE(LastDatabaseError().find(folder.path()), std::string::npos) << LastDatabaseError();
   }

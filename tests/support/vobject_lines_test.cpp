@@ -38,7 +38,7 @@ struct LineCase {
 
 class VObjectLines : public testing::TestWithParam<LineCase> {};
 
-TEST_P(VObjectLines, AreFoundAsTold) {
+TEST_P(VObjectLines, AreFoundInTheirText) {
   EXPECT_EQ(Dump(GetParam().text), GetParam().dump) << Shown(GetParam().text);
 }
 
