@@ -1,32 +1,17 @@
 // `ContactItem`: a contact behind its component interfaces.
 #pragma once
 
-#include "items/item_objects.h"
+#include "items/contact.h"
+#include "items/item_object.h"
 
 namespace qv {
 
-class ContactItem final : public ComObject<IItemCommon, IContactItem, IContactAccess> {
+class ContactItem final : public ItemObject<Contact, IContactItem, IContactAccess> {
  public:
-  ContactItem() = default;
-  explicit ContactItem(Contact contact) : contact_(std::move(contact)) {}
+  using ItemObject::ItemObject;
 
-  Contact& contact() noexcept override { return contact_; }
+  Contact& contact() noexcept override { return value_; }
 
-  // IItemCommon
-  HRESULT get_SourceUid(BSTR* value) noexcept override;
-  HRESULT put_SourceUid(BSTR value) noexcept override;
-  HRESULT get_ParentUid(BSTR* value) noexcept override;
-  HRESULT put_ParentUid(BSTR value) noexcept override;
-  HRESULT get_Modified(DATE* value) noexcept override;
-  HRESULT put_Modified(DATE value) noexcept override;
-  HRESULT get_ObjUid(BSTR* value) noexcept override;
-  HRESULT put_ObjUid(BSTR value) noexcept override;
-  HRESULT get_ObjModified(DATE* value) noexcept override;
-  HRESULT put_ObjModified(DATE value) noexcept override;
-  HRESULT get_KeyFields(BSTR* value) noexcept override;
-  HRESULT put_KeyFields(BSTR value) noexcept override;
-  HRESULT get_Md5(BSTR* value) noexcept override;
-  HRESULT put_Md5(BSTR value) noexcept override;
   HRESULT DropSideData() noexcept override;
 
   // IContactItem
@@ -101,9 +86,6 @@ class ContactItem final : public ComObject<IItemCommon, IContactItem, IContactAc
   HRESULT GetHidden(int32_t index, BSTR* property, BSTR* value, BSTR* extended,
                     BOOL* iscustom) noexcept override;
   HRESULT AddHidden(BSTR property, BSTR value, BSTR extended, BOOL iscustom) noexcept override;
-
- private:
-  Contact contact_;
 };
 
 }  // namespace qv

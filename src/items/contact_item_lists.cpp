@@ -32,98 +32,98 @@ constexpr int32_t kLastPosition = static_cast<int32_t>(kMaxListEntries) - 1;
 }  // namespace
 
 HRESULT ContactItem::TelephoneCount(int32_t* count) noexcept {
-  return CountOf(contact_.telephones, count);
+  return CountOf(value_.telephones, count);
 }
 
 HRESULT ContactItem::GetTelephone(int32_t index, int32_t* kind, BSTR* number) noexcept {
-  return GetKinded(contact_.telephones, index, kind, number);
+  return GetKinded(value_.telephones, index, kind, number);
 }
 
 HRESULT ContactItem::AddTelephone(int32_t kind, BSTR number) noexcept {
-  return AddKinded(contact_.telephones, kind, number);
+  return AddKinded(value_.telephones, kind, number);
 }
 
 HRESULT ContactItem::MailCount(int32_t* count) noexcept {
-  return CountOf(contact_.mails, count);
+  return CountOf(value_.mails, count);
 }
 
 HRESULT ContactItem::GetMail(int32_t index, int32_t* kind, BSTR* address) noexcept {
-  return GetKinded(contact_.mails, index, kind, address);
+  return GetKinded(value_.mails, index, kind, address);
 }
 
 HRESULT ContactItem::AddMail(int32_t kind, BSTR address) noexcept {
-  return AddKinded(contact_.mails, kind, address);
+  return AddKinded(value_.mails, kind, address);
 }
 
 HRESULT ContactItem::WebAddressCount(int32_t* count) noexcept {
-  return CountOf(contact_.webAddresses, count);
+  return CountOf(value_.webAddresses, count);
 }
 
 HRESULT ContactItem::GetWebAddress(int32_t index, int32_t* kind, BSTR* address) noexcept {
-  return GetKinded(contact_.webAddresses, index, kind, address);
+  return GetKinded(value_.webAddresses, index, kind, address);
 }
 
 HRESULT ContactItem::AddWebAddress(int32_t kind, BSTR address) noexcept {
-  return AddKinded(contact_.webAddresses, kind, address);
+  return AddKinded(value_.webAddresses, kind, address);
 }
 
 HRESULT ContactItem::MessengerCount(int32_t* count) noexcept {
-  return CountOf(contact_.messengers, count);
+  return CountOf(value_.messengers, count);
 }
 
 HRESULT ContactItem::GetMessenger(int32_t index, int32_t* kind, BSTR* address) noexcept {
-  return GetKinded(contact_.messengers, index, kind, address);
+  return GetKinded(value_.messengers, index, kind, address);
 }
 
 HRESULT ContactItem::AddMessenger(int32_t kind, BSTR address) noexcept {
-  return AddKinded(contact_.messengers, kind, address);
+  return AddKinded(value_.messengers, kind, address);
 }
 
 HRESULT ContactItem::JobTitleCount(int32_t* count) noexcept {
-  return CountOf(contact_.jobTitles, count);
+  return CountOf(value_.jobTitles, count);
 }
 
 HRESULT ContactItem::GetJobTitle(int32_t index, BSTR* title) noexcept {
-  return GetEntry(contact_.jobTitles, index, title);
+  return GetEntry(value_.jobTitles, index, title);
 }
 
 HRESULT ContactItem::AddJobTitle(BSTR title) noexcept {
-  return AddEntry(contact_.jobTitles, title);
+  return AddEntry(value_.jobTitles, title);
 }
 
 HRESULT ContactItem::GroupUidCount(int32_t* count) noexcept {
-  return CountOf(contact_.groupUids, count);
+  return CountOf(value_.groupUids, count);
 }
 
 HRESULT ContactItem::GetGroupUid(int32_t index, BSTR* uid) noexcept {
-  return GetEntry(contact_.groupUids, index, uid);
+  return GetEntry(value_.groupUids, index, uid);
 }
 
 HRESULT ContactItem::AddGroupUid(BSTR uid) noexcept {
-  return AddEntry(contact_.groupUids, uid);
+  return AddEntry(value_.groupUids, uid);
 }
 
 HRESULT ContactItem::GroupNameCount(int32_t* count) noexcept {
-  return CountOf(contact_.groupNames, count);
+  return CountOf(value_.groupNames, count);
 }
 
 HRESULT ContactItem::GetGroupName(int32_t index, BSTR* name) noexcept {
-  return GetEntry(contact_.groupNames, index, name);
+  return GetEntry(value_.groupNames, index, name);
 }
 
 HRESULT ContactItem::AddGroupName(BSTR name) noexcept {
-  return AddEntry(contact_.groupNames, name);
+  return AddEntry(value_.groupNames, name);
 }
 
 HRESULT ContactItem::OrganisationCount(int32_t* count) noexcept {
-  return CountOf(contact_.organisations, count);
+  return CountOf(value_.organisations, count);
 }
 
 HRESULT ContactItem::GetOrganisation(int32_t index, int32_t* kind, BSTR* name,
                                      BSTR* department) noexcept {
   return Slot(Requires(), Outs(kind, name, department), [&] {
-    if (!HasIndex(contact_.organisations, index)) return E_INVALIDARG;
-    const Organisation& entry = contact_.organisations[static_cast<size_t>(index)];
+    if (!HasIndex(value_.organisations, index)) return E_INVALIDARG;
+    const Organisation& entry = value_.organisations[static_cast<size_t>(index)];
     HandOutAll({{name, entry.name}, {department, entry.department}});
     return HandOut(kind, static_cast<int32_t>(entry.kind));
   });
@@ -133,20 +133,20 @@ HRESULT ContactItem::AddOrganisation(int32_t kind, BSTR name, BSTR department) n
   return Guarded([&] {
     const auto organisationKind = static_cast<OrganisationKind>(kind);
     if (!IsKind(organisationKind)) return E_INVALIDARG;
-    contact_.organisations.push_back(
+    value_.organisations.push_back(
         {organisationKind, std::u16string(View(name)), std::u16string(View(department))});
     return S_OK;
   });
 }
 
 HRESULT ContactItem::EventCount(int32_t* count) noexcept {
-  return CountOf(contact_.events, count);
+  return CountOf(value_.events, count);
 }
 
 HRESULT ContactItem::GetEvent(int32_t index, int32_t* kind, DATE* date) noexcept {
   return Slot(Requires(), Outs(kind, date), [&] {
-    if (!HasIndex(contact_.events, index)) return E_INVALIDARG;
-    const DatedEvent& entry = contact_.events[static_cast<size_t>(index)];
+    if (!HasIndex(value_.events, index)) return E_INVALIDARG;
+    const DatedEvent& entry = value_.events[static_cast<size_t>(index)];
     HandOut(date, entry.date);
     return HandOut(kind, static_cast<int32_t>(entry.kind));
   });
@@ -158,18 +158,18 @@ HRESULT ContactItem::AddEvent(int32_t kind, DATE date) noexcept {
     const auto eventKind = static_cast<EventKind>(kind);
     const bool isDate = std::isfinite(date) && DateTimeValue(date).GetYear() > 0;
     if (!IsKind(eventKind) || !isDate) return E_INVALIDARG;
-    contact_.events.push_back({eventKind, std::trunc(date)});
+    value_.events.push_back({eventKind, std::trunc(date)});
     return S_OK;
   });
 }
 
 HRESULT ContactItem::AddressCount(int32_t* count) noexcept {
-  return CountOf(contact_.addresses, count);
+  return CountOf(value_.addresses, count);
 }
 
 HRESULT ContactItem::HasAddress(int32_t position, BOOL* present) noexcept {
   return Slot(Requires(), Outs(present), [&] {
-    const auto& list = contact_.addresses;
+    const auto& list = value_.addresses;
     return HandOut(present, ToBool(HasIndex(list, position) &&
                                    list[static_cast<size_t>(position)].has_value()));
   });
@@ -180,7 +180,7 @@ HRESULT ContactItem::GetAddress(int32_t position, int32_t* kind, BSTR* postOffic
                                 BSTR* country) noexcept {
   return Slot(Requires(),
               Outs(kind, postOffice, extended, street, locality, region, postalCode, country), [&] {
-                const auto& list = contact_.addresses;
+                const auto& list = value_.addresses;
                 if (!HasIndex(list, position) || !list[static_cast<size_t>(position)])
                   return E_INVALIDARG;
                 const PostalAddress& entry = *list[static_cast<size_t>(position)];
@@ -201,7 +201,7 @@ HRESULT ContactItem::AddAddress(int32_t kind, BSTR postOffice, BSTR extended, BS
   return Guarded([&] {
     const auto placeKind = static_cast<PlaceKind>(kind);
     if (!IsKind(placeKind)) return E_INVALIDARG;
-    contact_.addresses.push_back(PostalAddress{
+    value_.addresses.push_back(PostalAddress{
         placeKind, PartsOf({postOffice, extended, street, locality, region, postalCode, country})});
     return S_OK;
   });
@@ -214,7 +214,7 @@ HRESULT ContactItem::SetAddress(int32_t position, BSTR postOffice, BSTR extended
     if (position < 0 || position > kLastPosition) return E_INVALIDARG;
     AddressParts parts =
         PartsOf({postOffice, extended, street, locality, region, postalCode, country});
-    auto& list = contact_.addresses;
+    auto& list = value_.addresses;
     const size_t index = static_cast<size_t>(position);
     if (index >= list.size()) list.resize(index + 1);
     if (!list[index]) list[index].emplace();
@@ -225,7 +225,7 @@ HRESULT ContactItem::SetAddress(int32_t position, BSTR postOffice, BSTR extended
 
 HRESULT ContactItem::GetPhoto(uint8_t* buffer, int32_t size, int32_t* length) noexcept {
   return Slot(Requires(), Outs(length), [&] {
-    const std::string& photo = contact_.photo;
+    const std::string& photo = value_.photo;
     const auto photoSize = static_cast<int32_t>(photo.size());
     if (buffer != nullptr) {
       if (size < photoSize) return E_INVALIDARG;
@@ -246,44 +246,37 @@ HRESULT ContactItem::PutPhoto(const uint8_t* bytes, int32_t size, BSTR type) noe
     } else if (name.empty()) {
       name = u"JPEG";
     }
-    contact_.photo.assign(bytes, bytes + size);
-    contact_.photoType = std::move(name);
+    value_.photo.assign(bytes, bytes + size);
+    value_.photoType = std::move(name);
     return S_OK;
   });
 }
 
 HRESULT ContactItem::get_PhotoType(BSTR* value) noexcept {
-  return GetText(contact_.photoType, value);
+  return GetText(value_.photoType, value);
 }
 
 HRESULT ContactItem::ExtraCount(int32_t* count) noexcept {
-  return CountOf(contact_.fields.extras, count);
+  return CountOf(value_.fields.extras, count);
 }
 
 HRESULT ContactItem::GetExtra(int32_t index, BSTR* property, BSTR* value) noexcept {
-  return Slot(Requires(), Outs(property, value), [&] {
-    if (!HasIndex(contact_.fields.extras, index)) return E_INVALIDARG;
-    const ExtraProperty& extra = contact_.fields.extras[static_cast<size_t>(index)];
-    return HandOutAll({{property, extra.property}, {value, extra.value}});
-  });
+  return GetExtraEntry(value_.fields.extras, index, property, value);
 }
 
 HRESULT ContactItem::AddExtra(BSTR property, BSTR value) noexcept {
-  return Guarded([&] {
-    contact_.fields.extras.push_back({std::u16string(View(property)), std::u16string(View(value))});
-    return S_OK;
-  });
+  return AddExtraEntry(value_.fields.extras, property, value);
 }
 
 HRESULT ContactItem::HiddenCount(int32_t* count) noexcept {
-  return CountOf(contact_.hidden, count);
+  return CountOf(value_.hidden, count);
 }
 
 HRESULT ContactItem::GetHidden(int32_t index, BSTR* property, BSTR* value, BSTR* extended,
                                BOOL* iscustom) noexcept {
   return Slot(Requires(), Outs(property, value, extended, iscustom), [&] {
-    if (!HasIndex(contact_.hidden, index)) return E_INVALIDARG;
-    const HiddenLabel& label = contact_.hidden[static_cast<size_t>(index)];
+    if (!HasIndex(value_.hidden, index)) return E_INVALIDARG;
+    const HiddenLabel& label = value_.hidden[static_cast<size_t>(index)];
     HandOutAll({{property, label.property}, {value, label.value}, {extended, label.extended}});
     return HandOut(iscustom, ToBool(label.isCustom));
   });
@@ -291,8 +284,8 @@ HRESULT ContactItem::GetHidden(int32_t index, BSTR* property, BSTR* value, BSTR*
 
 HRESULT ContactItem::AddHidden(BSTR property, BSTR value, BSTR extended, BOOL iscustom) noexcept {
   return Guarded([&] {
-    contact_.hidden.push_back({std::u16string(View(property)), std::u16string(View(value)),
-                               std::u16string(View(extended)), iscustom != kFalse});
+    value_.hidden.push_back({std::u16string(View(property)), std::u16string(View(value)),
+                             std::u16string(View(extended)), iscustom != kFalse});
     return S_OK;
   });
 }

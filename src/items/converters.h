@@ -30,4 +30,20 @@ struct IVCardConverter : IConverter {
   ~IVCardConverter() = default;
 };
 
+struct IVCalendarConverter : IConverter {
+  static constexpr IID kIid = IID_IVCalendarConverter;
+  using Parent = IConverter;
+
+ protected:
+  ~IVCalendarConverter() = default;
+};
+
+struct IVNoteConverter : IConverter {
+  static constexpr IID kIid = IID_IVNoteConverter;
+  using Parent = IConverter;
+
+ protected:
+  ~IVNoteConverter() = default;
+};
+
 }  // namespace qv

@@ -124,15 +124,124 @@ struct IContactItem : IDispatch {
   ~IContactItem() = default;
 };
 
-// The module's own way from an item object to its values: no text is copied. The result lives as
+// Appointments and tasks. Numbers: items/calendar.h.
+struct ICalendarItem : IDispatch {
+  static constexpr IID kIid = IID_ICalendarItem;
+  virtual HRESULT get_Subject(BSTR* value) noexcept = 0;
+  virtual HRESULT put_Subject(BSTR value) noexcept = 0;
+  virtual HRESULT get_Body(BSTR* value) noexcept = 0;
+  virtual HRESULT put_Body(BSTR value) noexcept = 0;
+  virtual HRESULT get_Location(BSTR* value) noexcept = 0;
+  virtual HRESULT put_Location(BSTR value) noexcept = 0;
+  // UTC; 0.0 for none. Of a task the end is when it is due.
+  virtual HRESULT get_Start(DATE* value) noexcept = 0;
+  virtual HRESULT put_Start(DATE value) noexcept = 0;
+  virtual HRESULT get_End(DATE* value) noexcept = 0;
+  virtual HRESULT put_End(DATE value) noexcept = 0;
+  virtual HRESULT get_AllDay(BOOL* value) noexcept = 0;
+  virtual HRESULT put_AllDay(BOOL value) noexcept = 0;
+  virtual HRESULT get_IsTask(BOOL* value) noexcept = 0;
+  virtual HRESULT put_IsTask(BOOL value) noexcept = 0;
+  // The lead time in minutes counts while the reminder is on.
+  virtual HRESULT get_ReminderSet(BOOL* value) noexcept = 0;
+  virtual HRESULT put_ReminderSet(BOOL value) noexcept = 0;
+  virtual HRESULT get_ReminderMinutes(int32_t* value) noexcept = 0;
+  virtual HRESULT put_ReminderMinutes(int32_t value) noexcept = 0;
+  virtual HRESULT get_Priority(int32_t* value) noexcept = 0;
+  virtual HRESULT put_Priority(int32_t value) noexcept = 0;
+  virtual HRESULT get_Sensitivity(int32_t* value) noexcept = 0;
+  virtual HRESULT put_Sensitivity(int32_t value) noexcept = 0;
+  virtual HRESULT get_Status(int32_t* value) noexcept = 0;  // of a task: 2 is completed
+  virtual HRESULT put_Status(int32_t value) noexcept = 0;
+  virtual HRESULT get_Completed(DATE* value) noexcept = 0;
+  virtual HRESULT put_Completed(DATE value) noexcept = 0;
+  virtual HRESULT get_IsRecurring(BOOL* value) noexcept = 0;
+  virtual HRESULT put_IsRecurring(BOOL value) noexcept = 0;
+  // E_INVALIDARG for a type that there is not.
+  virtual HRESULT get_RecurrenceType(int32_t* value) noexcept = 0;
+  virtual HRESULT put_RecurrenceType(int32_t value) noexcept = 0;
+  virtual HRESULT get_RecurrenceInterval(int32_t* value) noexcept = 0;
+  virtual HRESULT put_RecurrenceInterval(int32_t value) noexcept = 0;
+  virtual HRESULT get_RecurrenceDaysOfWeek(int32_t* value) noexcept = 0;
+  virtual HRESULT put_RecurrenceDaysOfWeek(int32_t value) noexcept = 0;
+  virtual HRESULT get_RecurrenceInstance(int32_t* value) noexcept = 0;
+  virtual HRESULT put_RecurrenceInstance(int32_t value) noexcept = 0;
+  virtual HRESULT get_RecurrenceDayOfMonth(int32_t* value) noexcept = 0;
+  virtual HRESULT put_RecurrenceDayOfMonth(int32_t value) noexcept = 0;
+  virtual HRESULT get_RecurrenceMonthOfYear(int32_t* value) noexcept = 0;
+  virtual HRESULT put_RecurrenceMonthOfYear(int32_t value) noexcept = 0;
+  virtual HRESULT get_RecurrenceOccurrences(int32_t* value) noexcept = 0;
+  virtual HRESULT put_RecurrenceOccurrences(int32_t value) noexcept = 0;
+  virtual HRESULT get_RecurrenceUntil(DATE* value) noexcept = 0;
+  virtual HRESULT put_RecurrenceUntil(DATE value) noexcept = 0;
+  // The uid of the series of an exception; empty for any other item.
+  virtual HRESULT get_ParentRecurUid(BSTR* value) noexcept = 0;
+  virtual HRESULT put_ParentRecurUid(BSTR value) noexcept = 0;
+  // The dated entries of the recurrence, UTC. A kind below 1 gives E_INVALIDARG.
+  virtual HRESULT ExceptionCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetException(int32_t index, int32_t* kind, DATE* date) noexcept = 0;
+  virtual HRESULT AddException(int32_t kind, DATE date) noexcept = 0;
+  // What the item cannot hold.
+  virtual HRESULT ExtraPropertyCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetExtraProperty(int32_t index, BSTR* name, BSTR* value) noexcept = 0;
+  virtual HRESULT AddExtraProperty(BSTR name, BSTR value) noexcept = 0;
+
+ protected:
+  ~ICalendarItem() = default;
+};
+
+struct INoteItem : IDispatch {
+  static constexpr IID kIid = IID_INoteItem;
+  virtual HRESULT get_Body(BSTR* value) noexcept = 0;
+  virtual HRESULT put_Body(BSTR value) noexcept = 0;
+  // What the item cannot hold.
+  virtual HRESULT ExtraPropertyCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetExtraProperty(int32_t index, BSTR* name, BSTR* value) noexcept = 0;
+  virtual HRESULT AddExtraProperty(BSTR name, BSTR value) noexcept = 0;
+
+ protected:
+  ~INoteItem() = default;
+};
+
+// The module's own way from an item object to its values: no text is copied. The results live as
 // long as the object.
+struct ItemFields;
+struct IItemAccess : IUnknown {
+  static constexpr IID kIid = IID_IItemAccess;
+  virtual ItemFields& fields() noexcept = 0;
+
+ protected:
+  ~IItemAccess() = default;
+};
+
 struct Contact;
-struct IContactAccess : IUnknown {
+struct IContactAccess : IItemAccess {
   static constexpr IID kIid = IID_IContactAccess;
+  using Parent = IItemAccess;
   virtual Contact& contact() noexcept = 0;
 
  protected:
   ~IContactAccess() = default;
+};
+
+struct Calendar;
+struct ICalendarAccess : IItemAccess {
+  static constexpr IID kIid = IID_ICalendarAccess;
+  using Parent = IItemAccess;
+  virtual Calendar& calendar() noexcept = 0;
+
+ protected:
+  ~ICalendarAccess() = default;
+};
+
+struct Note;
+struct INoteAccess : IItemAccess {
+  static constexpr IID kIid = IID_INoteAccess;
+  using Parent = IItemAccess;
+  virtual Note& note() noexcept = 0;
+
+ protected:
+  ~INoteAccess() = default;
 };
 
 // The `cdata` of the stores: a text as narrow bytes. The bytes are whatever the text's own charset

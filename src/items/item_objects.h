@@ -4,16 +4,22 @@
 #include <string>
 #include <string_view>
 
+#include "items/calendar.h"
 #include "items/contact.h"
 #include "items/item_interfaces.h"
+#include "items/note.h"
 #include "platform/com/com_object.h"
 
 namespace qv {
 
-// A new `ContactItem` with the given values.
+// A new item object with the given values.
 ComPtr<IItemCommon> MakeContactItem(Contact contact);
-// The values of an item object, or null when it is no contact of this module.
+ComPtr<IItemCommon> MakeCalendarItem(Calendar calendar);
+ComPtr<IItemCommon> MakeNoteItem(Note note);
+// The values of an item object, or null when it is none of this kind and module.
 Contact* ContactOf(IUnknown* item);
+Calendar* CalendarOf(IUnknown* item);
+Note* NoteOf(IUnknown* item);
 // The common fields of any item object of this module; null for a foreign one.
 ItemFields* FieldsOf(IUnknown* item);
 
@@ -22,7 +28,7 @@ ComPtr<IContentData> MakeContentData(std::string_view bytes);
 // The bytes of any `cdata` object. Throws StatusError: E_FAIL for an object that is none.
 std::string ContentBytes(IUnknown* cdata);
 
-// Registers ContactItem, ContentData and the converters with the class factory.
+// Registers the items, ContentData and the converters with the class factory.
 void RegisterItemClasses();
 
 }  // namespace qv

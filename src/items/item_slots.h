@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "items/item.h"
 #include "items/kinds.h"
 #include "platform/com/edge.h"
 
@@ -25,8 +26,15 @@ inline HRESULT PutText(std::u16string& text, BSTR value) noexcept {
   });
 }
 
-inline HRESULT GetDate(DATE date, DATE* out) noexcept {
-  return Slot(Requires(), Outs(out), [&] { return HandOut(out, date); });
+template <class Value>
+HRESULT GetValue(Value value, Value* out) noexcept {
+  return Slot(Requires(), Outs(out), [&] { return HandOut(out, value); });
+}
+
+template <class Value>
+HRESULT PutValue(Value& member, Value value) noexcept {
+  member = value;
+  return S_OK;
 }
 
 // A view on the first entry of a list: empty without one, and made by the first text written.
@@ -86,6 +94,24 @@ inline HRESULT GetEntry(const std::vector<std::u16string>& list, int32_t index,
 inline HRESULT AddEntry(std::vector<std::u16string>& list, BSTR text) noexcept {
   return Guarded([&] {
     list.emplace_back(View(text));
+    return S_OK;
+  });
+}
+
+inline HRESULT GetExtraEntry(const std::vector<ExtraProperty>& extras, int32_t index,
+                             BSTR* property, BSTR* value) noexcept {
+  return Slot(Requires(), Outs(property, value), [&] {
+    if (!HasIndex(extras, index)) return E_INVALIDARG;
+    const ExtraProperty& extra = extras[static_cast<size_t>(index)];
+    HandOut(property, extra.property);
+    return HandOut(value, extra.value);
+  });
+}
+
+inline HRESULT AddExtraEntry(std::vector<ExtraProperty>& extras, BSTR property,
+                             BSTR value) noexcept {
+  return Guarded([&] {
+    extras.push_back({std::u16string(View(property)), std::u16string(View(value))});
     return S_OK;
   });
 }

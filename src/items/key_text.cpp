@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "support/date_time.h"
 #include "support/text.h"
 
 namespace qv {
@@ -26,6 +27,14 @@ std::array<std::u16string_view, 3> PhoneSlots(const std::vector<Telephone>& tele
   return slots;
 }
 
+std::u16string MomentKey(DATE moment) {
+  constexpr int kFirstYear = 1900;
+  constexpr int kLastYear = 3999;
+  const int year = DateTimeValue(moment).GetYear();
+  if (year < kFirstYear || year > kLastYear) return {};
+  return FormatDateTime(UtcToLocal(moment, true));
+}
+
 }  // namespace
 
 std::u16string MakeContactKey(const ContactContent& contact) {
@@ -38,6 +47,17 @@ std::u16string MakeContactKey(const ContactContent& contact) {
   for (const std::u16string_view number : PhoneSlots(contact.telephones)) key += number;
   for (size_t i = 0; i < contact.mails.size() && i < kMails; ++i) key += contact.mails[i].value;
   return ComputeMd5(key);
+}
+
+std::u16string MakeCalendarKey(const CalendarContent& calendar) {
+  std::u16string key = calendar.subject;
+  key += MomentKey(calendar.start);
+  key += MomentKey(calendar.end);
+  return ComputeMd5(key);
+}
+
+std::u16string MakeNoteKey(const Note& note) {
+  return ComputeMd5(note.body);
 }
 
 }  // namespace qv

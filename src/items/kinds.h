@@ -1,6 +1,7 @@
 // Which numbers are kinds: what comes in through an interface is tested here before it is one.
 #pragma once
 
+#include "items/calendar.h"
 #include "items/contact.h"
 
 namespace qv {
@@ -22,6 +23,9 @@ constexpr bool IsKind(MessengerKind kind) {
 }
 constexpr bool IsKind(EventKind kind) {
   return kind == EventKind::Birthday || kind == EventKind::Anniversary;
+}
+constexpr bool IsKind(RecurrenceType type) {
+  return type >= RecurrenceType::None && type <= RecurrenceType::YearlyByWeekday;
 }
 
 // A list of a contact holds at most this many entries from a text; what is beyond stays in the

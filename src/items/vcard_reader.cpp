@@ -1,12 +1,14 @@
 #include "items/kinds.h"
+#include "items/nesting.h"
 #include "items/vcard.h"
 #include "items/vcard_fields.h"
-#include "items/vcard_nesting.h"
 #include "support/vobject/marked_text.h"
 #include "support/vobject/raw_text.h"
 
 namespace qv {
 namespace {
+
+constexpr std::string_view kOwn = "VCARD";
 
 // Finds one card and walks its properties: fields go to the contact, the rest becomes extras.
 class CardReader {
@@ -21,7 +23,6 @@ class CardReader {
   bool FindBegin();
   void ReadProperty(const Line& line);
   void ReadEnvelope(const Line& line);
-  void ReadNested(const Line& begin, bool card);
   void ReadVersion(const Line& line);
   void KeepExtra(std::string_view header, std::string_view value);
 
@@ -39,7 +40,7 @@ bool CardReader::Read() {
 
 bool CardReader::FindBegin() {
   for (Line line; reader_.Next(line);) {
-    if (EnvelopeOf(line) == Envelope::BeginCard) return true;
+    if (EnvelopeOf(line, kOwn) == Envelope::BeginOwn) return true;
   }
   return false;
 }
@@ -63,39 +64,17 @@ void CardReader::ReadProperty(const Line& line) {
 }
 
 void CardReader::ReadEnvelope(const Line& line) {
-  switch (EnvelopeOf(line)) {
-    case Envelope::EndCard:
+  switch (EnvelopeOf(line, kOwn)) {
+    case Envelope::EndOwn:
       ended_ = true;
       return;
-    case Envelope::BeginCard:
-      return ReadNested(line, true);
+    case Envelope::BeginOwn:
     case Envelope::BeginOther:
-      return ReadNested(line, false);
+      // A component inside the card is one extra, from its BEGIN to the end of its END.
+      return KeepExtra(line.header, ReadNested(reader_, line, kOwn, ended_));
     default:
       return KeepExtra(line.header, line.value);
   }
-}
-
-// A component inside the card is one extra, from its BEGIN to the end of its END. One without an
-// end reaches to the end of the card.
-void CardReader::ReadNested(const Line& begin, bool card) {
-  const size_t valueBegin = static_cast<size_t>(begin.value.data() - reader_.text().data());
-  const std::string_view header = begin.header;
-  size_t valueEnd = begin.end;
-  Nesting<bool> nesting;
-  nesting.Push(card, true);
-  for (Line line; !nesting.empty() && !ended_ && reader_.Next(line);) {
-    const Envelope envelope = EnvelopeOf(line);
-    if (envelope == Envelope::BeginCard || envelope == Envelope::BeginOther) {
-      nesting.Push(envelope == Envelope::BeginCard, true);
-    } else if (envelope == Envelope::EndOther) {
-      nesting.Pop(false, false);
-    } else if (envelope == Envelope::EndCard) {
-      ended_ = !nesting.Pop(true, false);
-    }
-    if (!ended_) valueEnd = line.end;
-  }
-  KeepExtra(header, reader_.text().substr(valueBegin, valueEnd - valueBegin));
 }
 
 void CardReader::KeepExtra(std::string_view header, std::string_view value) {
@@ -125,6 +104,10 @@ std::optional<Contact> ParseVCard(std::string_view text) {
   // A card that is cut off may stand before a whole one.
   const std::vector<std::string_view> cards = SplitVCards(text);
   return cards.empty() ? std::nullopt : ReadFirstCard(cards.front());
+}
+
+std::vector<std::string_view> SplitVCards(std::string_view text) {
+  return SplitComponents(text, kOwn);
 }
 
 }  // namespace qv

@@ -1,8 +1,8 @@
 #include <array>
 
+#include "items/nesting.h"
 #include "items/vcard.h"
 #include "items/vcard_labels.h"
-#include "items/vcard_nesting.h"
 #include "items/vcard_tables.h"
 #include "items/vcard_values.h"
 #include "support/text.h"
@@ -49,41 +49,6 @@ size_t EstimateSize(const Contact& contact) {
     size += extra.property.size() + extra.value.size() + 3;
   }
   return size;
-}
-
-// Would the rendered extra, behind the others and before END:VCARD, be read as one property again?
-// Rows that came from elsewhere than the reader may hold anything.
-bool IsOneProperty(std::string_view rendered) {
-  LineReader reader(rendered);
-  qv::Line line;
-  if (!reader.Next(line) || line.begin != 0) return false;
-  Nesting<bool> nesting;
-  switch (EnvelopeOf(line)) {
-    case Envelope::EndCard:
-      return false;
-    case Envelope::BeginCard:
-    case Envelope::BeginOther:
-      nesting.Push(EnvelopeOf(line) == Envelope::BeginCard, true);
-      break;
-    default:
-      break;
-  }
-  const VCardProperty* property = FindVCardProperty(line.name);
-  if (property != nullptr && property->field == VCardField::Version) return false;
-  if (line.encoding == ValueEncoding::QuotedPrintable && line.value.ends_with('=')) return false;
-  while (reader.Next(line)) {
-    if (nesting.empty()) return false;
-    const Envelope envelope = EnvelopeOf(line);
-    if (envelope == Envelope::BeginCard || envelope == Envelope::BeginOther) {
-      nesting.Push(envelope == Envelope::BeginCard, true);
-    } else if (envelope == Envelope::EndOther) {
-      nesting.Pop(false, false);
-    } else if (envelope == Envelope::EndCard && !nesting.Pop(true, false)) {
-      return false;
-    }
-  }
-  // A component may lack its end, a card may not: the outer card's end would be taken for it.
-  return !nesting.Pop(true, false);
 }
 
 void CardWriter::Line(std::string_view header, std::string_view value) {
@@ -233,7 +198,7 @@ void CardWriter::WriteExtras() {
   for (const ExtraProperty& extra : contact_.fields.extras) {
     const size_t before = writer_.text().size();
     writer_.Raw(extra.property, extra.value);
-    if (!IsOneProperty(writer_.text().substr(before))) writer_.Cut(before);
+    if (!IsOneProperty(writer_.text().substr(before), "VCARD")) writer_.Cut(before);
   }
 }
 

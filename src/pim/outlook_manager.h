@@ -1,11 +1,17 @@
-// The PC side's personal data: folders of contacts (and, later, appointments, notes and tasks) in
-// one SQLite file per profile.
+// The PC side's personal data: folders of contacts, appointments, tasks and notes in one SQLite
+// file per profile.
 //
 // Results: an `int` is a truth value, 0 or 1; an HRESULT is negative on failure, E_FAIL for an
 // identifier that is not there. Out vectors are cleared and filled, in the order of creation.
 // Entry identifiers are 32 upper-case hexadecimal digits (so they never hold the letters "sub").
 // Each change is on disk when the call returns. An item keeps exactly the content fields of its
 // kind: no extras, no hidden labels, no identifier of the text.
+//
+// A changed occurrence of a series of appointments or tasks is a sub-item: an item of its own
+// within the series, with a content and a time of its own and an identifier that extends the
+// series'. It goes when its series goes; changes of either leave the other's time alone. Deleting a
+// sub-item deletes the occurrence: the series' content gets an entry of the kind
+// kDeletedOccurrence, and the sub-item's record stays, marked as deleted.
 #pragma once
 
 #include <memory>
@@ -37,11 +43,11 @@ struct OLMetaData {
 
 // The same of one recurrence exception.
 struct OLSubMetaData {
-  std::u16string id;        // "<series>sub<n>"
+  std::u16string id;        // "<series>sub<n>", n never used again
   std::u16string parentId;  // the series
-  DATE modified = 0.0;
-  DATE originalDate = 0.0;  // the occurrence it replaces
-  bool isDeleted = false;
+  DATE modified = 0.0;      // local wall-clock time, whole seconds
+  DATE originalDate = 0.0;  // the occurrence it replaces, local; 0.0 for one that says none
+  bool isDeleted = false;   // the occurrence is deleted: there is no item any more
   std::u16string md5;
 };
 
@@ -53,6 +59,14 @@ struct OutlookSettings {
   bool valid = true;      // what isOutlookValid answers
 };
 OutlookSettings& TheOutlookSettings();
+
+// Whether an identifier is that of a sub-item; no other test exists. And the series' part of it.
+inline bool IsSubItemId(std::u16string_view id) {
+  return id.find(u"sub") != id.npos;
+}
+inline std::u16string_view SeriesPartOf(std::u16string_view subItemId) {
+  return subItemId.substr(0, subItemId.find(u"sub"));
+}
 
 class OutlookManager {
  public:
@@ -86,6 +100,27 @@ class OutlookManager {
   HRESULT GetEntryIds(OlObjectClass kind, const std::u16string& folderId,
                       std::vector<std::u16string>& entryIds);
 
+  // Sub-items. The item's entry of the kind kReplacedOccurrence names its occurrence. E_FAIL for an
+  // occurrence of which the series has another sub-item. `data` is filled anew.
+  HRESULT CreateSubItem(OlObjectClass kind, const std::u16string& seriesId,
+                        const ComPtr<IItemCommon>& item, OLSubMetaData& data);
+  // `data.id` names the sub-item, the rest of `data` is filled. A sub-item that is deleted, or none
+  // of this series, is E_FAIL. As UpdateItem for a content that is equal already.
+  HRESULT UpdateSubItem(OlObjectClass kind, const std::u16string& seriesId,
+                        const ComPtr<IItemCommon>& item, OLSubMetaData& data);
+  // These two go by `data.id` alone.
+  HRESULT DeleteSubItem(OlObjectClass kind, const OLSubMetaData& data);
+  HRESULT GetSubItem(OlObjectClass kind, const OLSubMetaData& data, ComPtr<IItemCommon>& item);
+  // The sub-items of one series, and of many, those that are deleted included: in the order of the
+  // series and, within one, of creation. An unknown series has none.
+  HRESULT GetSubMetaData(OlObjectClass kind, const std::u16string& seriesId,
+                         std::vector<OLSubMetaData>& datas);
+  HRESULT GetSubMetaDatas(OlObjectClass kind, const std::vector<std::u16string>& seriesIds,
+                          std::vector<OLSubMetaData>& datas);
+  // Announces a run of sub-item calls below this folder.
+  void SetCacheParentItemsPtr(OlObjectClass kind, const std::u16string& folderId);
+  bool IsCachedParentItemsPtr(OlObjectClass kind) const;
+
   // For the PC side's own user (the command line): the folder of a kind that `initialize` made,
   // and display names beside identifiers. Empty when there is none.
   std::u16string DefaultFolder(OlObjectClass kind);
@@ -94,6 +129,7 @@ class OutlookManager {
     std::u16string name;
     DATE modified = 0.0;  // local wall-clock time
   };
+  // Sub-items stand behind their series.
   HRESULT ListItems(OlObjectClass kind, const std::u16string& folderId,
                     std::vector<ListedItem>& items);
   // Why the last call failed, for a person; UTF-8.

@@ -47,5 +47,8 @@ inline constexpr IID IID_IVCardGroupConverter = "{3AB45D9F-6A81-4490-BEA0-E29675
 inline constexpr IID IID_IContactAccess = "{3E64058F-78B6-4D3D-837A-52D6ED475D75}"_guid;
 inline constexpr IID IID_IModuleSettings = "{D6BC37D5-3C6A-4EBA-8191-40C0114554DC}"_guid;
 inline constexpr IID IID_IConverter = "{3089DE10-8D86-41ED-AF6E-9133D63EBFB6}"_guid;
+inline constexpr IID IID_IItemAccess = "{18B21FFB-D625-4AEC-AA66-961426DAF479}"_guid;
+inline constexpr IID IID_ICalendarAccess = "{A3318A2F-5A70-4286-851B-7DFF6F56333D}"_guid;
+inline constexpr IID IID_INoteAccess = "{83724D95-6745-4A48-86FD-72C8BB41C784}"_guid;
 
 }  // namespace qv
