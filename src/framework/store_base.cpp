@@ -137,6 +137,7 @@ HRESULT StoreBase::PrepareSlowSync() noexcept {
 HRESULT StoreBase::ProcessDuplication(BSTR sourceParentUid, IUnknown* cdata, BSTR contexttype,
                                       BSTR* matchSourceUid, RESV_CONFLTLASTMODIFIED* whichWin,
                                       BOOL* duplicated) noexcept {
+  if (!identity_.duplicationStart.empty()) OutputDebugStringW(identity_.duplicationStart);
   return Slot(Requires(cdata, contexttype), Outs(matchSourceUid, duplicated), [&] {
     const SlotAnswer& slot = Answer(StoreSlot::ProcessDuplication);
     if (!slot.isReal) return slot.stub;

@@ -35,6 +35,8 @@ struct StoreIdentity {
   std::u16string_view className;   // in the log: "CDataStoreContact"
   std::u16string_view configName;  // in the bag: "DataStore.Contact"
   bool usesDatabase = true;        // otherwise SetDBAccessor answers S_OK and keeps nothing
+  // Logged as the first act of ProcessDuplication, before its arguments are tested; empty for none.
+  std::u16string_view duplicationStart = {};
 };
 
 // A text on its way in. The views are valid during the call.

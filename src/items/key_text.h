@@ -22,4 +22,10 @@ std::u16string MakeCalendarKey(const CalendarContent& calendar);
 // The MD5 text over the body.
 std::u16string MakeNoteKey(const Note& note);
 
+// The key text of an item's values; empty for null.
+template <class Value, class Rule>
+std::u16string KeyTextOf(const Value* values, Rule rule) {
+  return values == nullptr ? std::u16string() : rule(*values);
+}
+
 }  // namespace qv

@@ -15,7 +15,10 @@
 #include "platform/system/debug_log.h"
 #include "platform/system/registry.h"
 #include "platform/system/service.h"
+#include "stores/outlook/data_store_calendar.h"
 #include "stores/outlook/data_store_contact.h"
+#include "stores/outlook/data_store_note.h"
+#include "stores/outlook/data_store_todo.h"
 #include "support/text.h"
 #include "syncdb/status_item.h"
 
@@ -80,6 +83,9 @@ constexpr ClassEntry kClasses[] = {
     {u"DataStoreManager", CreateClass<DataStoreManager>},
     {u"DataStoreConfig", CreateClass<DataStoreConfig>},
     {u"DataStoreContact", CreateClass<CDataStoreContact>},
+    {u"DataStoreCalendar", CreateClass<CDataStoreCalendar>},
+    {u"DataStoreTodo", CreateClass<CDataStoreTodo>},
+    {u"DataStoreNote", CreateClass<CDataStoreNote>},
 };
 
 }  // namespace

@@ -93,7 +93,8 @@ HRESULT IdentifierMap::Exists(std::u16string_view id, bool& exists) noexcept {
   });
 }
 
-HRESULT IdentifierMap::ReadOrCreate(std::u16string_view id, ItemFields& item) noexcept {
+HRESULT IdentifierMap::ReadRow(std::u16string_view id, ItemFields& item, bool& found) noexcept {
+  found = false;
   return Guarded([&] {
     // The source URI does not stand in this key.
     QueryRows rows;
@@ -102,14 +103,40 @@ HRESULT IdentifierMap::ReadOrCreate(std::u16string_view id, ItemFields& item) no
                           u" WHERE datastore_id='", id, u"' AND profile_id='", session_.targetKey,
                           u"' AND datastore_type=", TypeDigit(kType)}));
     if (Failed(status)) return status;
-    if (rows.Next()) {
-      if (rows.HasText(ObjUidColumn())) item.objUid = rows.Text(ObjUidColumn());
-      if (rows.HasText(ObjModifiedColumn())) {
-        item.objModified = GetDateColumn(rows, ObjModifiedColumn());
-      }
-      return S_OK;
+    found = rows.Next();
+    if (!found) return S_OK;
+    if (rows.HasText(ObjUidColumn())) item.objUid = rows.Text(ObjUidColumn());
+    if (rows.HasText(ObjModifiedColumn())) {
+      item.objModified = GetDateColumn(rows, ObjModifiedColumn());
     }
-    rows.Close();
+    return S_OK;
+  });
+}
+
+HRESULT IdentifierMap::Read(std::u16string_view id, ItemFields& item) noexcept {
+  bool found = false;
+  return ReadRow(id, item, found);
+}
+
+HRESULT IdentifierMap::FindByUid(std::u16string_view objUid, std::u16string& id) noexcept {
+  id.clear();
+  return Guarded([&] {
+    static const Bstr kId(u"datastore_id");
+    QueryRows rows;
+    const HRESULT status = rows.Query(
+        session_, Concat({u"SELECT datastore_id FROM ", kDataStoreMap, u" WHERE obj_uid='", objUid,
+                          u"' AND datastore_sourceuri='", session_.sourceUri, u"' AND profile_id='",
+                          session_.targetKey, u"' AND datastore_type=", TypeDigit(kType)}));
+    if (Succeeded(status) && rows.Next()) id = rows.Text(kId);
+    return status;
+  });
+}
+
+HRESULT IdentifierMap::ReadOrCreate(std::u16string_view id, ItemFields& item) noexcept {
+  return Guarded([&] {
+    bool found = false;
+    const HRESULT status = ReadRow(id, item, found);
+    if (Failed(status) || found) return status;
     item.objUid = MakeGuidText();
     item.objModified =
         item.modified > 0.0 ? item.modified : LocalToUtc(GetCurrentDateTime(), true).value;

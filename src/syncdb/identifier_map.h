@@ -44,6 +44,11 @@ class IdentifierMap {
   // its `modified` or else the present, and its row is made.
   HRESULT ReadOrCreate(std::u16string_view id, ItemFields& item) noexcept;
 
+  // The same without making a row: an item without one stays as it is.
+  HRESULT Read(std::u16string_view id, ItemFields& item) noexcept;
+  // The identifier of a row of the store with this uid; empty for none.
+  HRESULT FindByUid(std::u16string_view objUid, std::u16string& id) noexcept;
+
   // All rows of the store; of two rows for one identifier the first counts. E_FAIL when stopped.
   using Rows = std::unordered_map<std::u16string, MapRow>;
   HRESULT Load(Rows& rows) noexcept;
@@ -53,6 +58,7 @@ class IdentifierMap {
  private:
   HRESULT RunInsert(std::u16string_view id, std::u16string_view objUid, DATE objModified) noexcept;
   HRESULT RunUpdate(std::u16string_view id, std::u16string_view objUid, DATE objModified) noexcept;
+  HRESULT ReadRow(std::u16string_view id, ItemFields& item, bool& found) noexcept;
 
   const SyncSession& session_;
 };

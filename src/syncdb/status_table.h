@@ -22,6 +22,12 @@ struct StatusTableInfo {
 
 inline constexpr StatusTableInfo kContactStatus = {u"Contact_BackupStatusDB", u"contact_id",
                                                    u"contact_parentid", true, true};
+inline constexpr StatusTableInfo kCalendarStatus = {u"Calendar_BackupStatusDB", u"calendar_id",
+                                                    u"calendar_parentid", true, true};
+inline constexpr StatusTableInfo kTaskStatus = {u"Task_BackupStatusDB", u"task_id",
+                                                u"task_parentid", true, false};
+inline constexpr StatusTableInfo kNoteStatus = {u"Note_BackupStatusDB", u"note_id",
+                                                u"note_parentid", true, true};
 
 class StatusTable {
  public:

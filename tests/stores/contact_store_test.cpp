@@ -2,7 +2,6 @@
 
 #include "framework/class_table.h"
 #include "kit/samples.h"
-#include "stores/outlook/key_field_list.h"
 
 namespace qv {
 namespace {
@@ -112,48 +111,6 @@ TEST_F(ContactStore, DuplicatesAreFoundByKeyTextWhenBothHaveAUid) {
   EXPECT_EQ(match(Card(3, "phone-uid", nullptr)), u"");
   EXPECT_EQ(match(Card(1, "phone-uid", nullptr)), id);
   EXPECT_NE(match(Card(2, "phone-uid", nullptr)), u"") << "the map gave the second one a uid";
-}
-
-TEST(KeyFieldList, AnswersAsAWalkFromTheFront) {
-  RegisterItemClasses();
-  struct Entry {
-    std::u16string uid;
-    std::u16string key;
-  };
-  // Every pairing of three uids and three keys, empty ones among them, in a fixed shuffle.
-  const std::u16string values[] = {u"", u"a", u"b"};
-  std::vector<Entry> entries;
-  for (unsigned i = 0; i < 60; ++i) {
-    const unsigned mixed = i * 2654435761u >> 8;
-    entries.push_back({values[mixed % 3], values[mixed / 3 % 3]});
-  }
-  KeyFieldList list;
-  std::vector<bool> gone(entries.size());
-  for (const Entry& entry : entries) {
-    Contact contact;
-    contact.fields.objUid = entry.uid;
-    contact.fields.keyFields = entry.key;
-    list.Add(MakeContactItem(contact));
-  }
-  const auto walk = [&](const Entry& in) -> std::optional<size_t> {
-    for (size_t i = 0; i < entries.size(); ++i) {
-      if (gone[i] || entries[i].uid.empty() || in.uid.empty()) continue;
-      if (entries[i].uid == in.uid || (!in.key.empty() && entries[i].key == in.key)) return i;
-    }
-    return std::nullopt;
-  };
-  for (size_t round = 0; round < 200; ++round) {
-    const Entry& in = entries[round * 7 % entries.size()];
-    ItemFields incoming;
-    incoming.objUid = in.uid;
-    incoming.keyFields = in.key;
-    const auto expected = walk(in);
-    ASSERT_EQ(list.Find(incoming), expected) << round;
-    if (expected) {
-      list.Remove(*expected);
-      gone[*expected] = true;
-    }
-  }
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ TEST_P(StoreContract, AddWritesItemMapAndStatusAndTheSnapshotsAgree) {
 TEST_P(StoreContract, TextsOfOtherTypesAndFolderDocumentsCreateNothing) {
   Bstr id;
   for (const char16_t* type :
-       {u"application/vnd.omads-folder+xml", u"text/vcard", u"text/plain", u""}) {
+       {u"application/vnd.omads-folder+xml", u"text/vcard", u"text/calendar", u""}) {
     EXPECT_EQ(s.store->Add(s.Content(Text(1, "u1")).get(), Bstr(type), nullptr, id.Out()), E_FAIL);
     EXPECT_EQ(id.get(), nullptr);
   }
@@ -317,7 +317,9 @@ TEST_P(StoreContract, WithoutWhatItStandsOnAStoreFailsAndDoesNotCrash) {
   EXPECT_EQ(alone->Initialize(s.bag.get()), E_FAIL) << "no Outlook manager";
 }
 
-INSTANTIATE_TEST_SUITE_P(Stores, StoreContract, testing::Values(test::kContactSample),
+INSTANTIATE_TEST_SUITE_P(Stores, StoreContract,
+                         testing::Values(test::kContactSample, test::kCalendarSample,
+                                         test::kTaskSample, test::kNoteSample),
                          [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

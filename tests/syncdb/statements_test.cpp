@@ -7,6 +7,7 @@
 #include "platform/system/registry.h"
 #include "support/date_time.h"
 #include "support/user_flags.h"
+#include "syncdb/exception_table.h"
 #include "syncdb/identifier_map.h"
 #include "syncdb/purge.h"
 #include "syncdb/side_tables.h"
@@ -125,6 +126,61 @@ TEST_F(SyncStatements, ReadingAnUnknownItemMakesItsRow) {
   ItemFields timeless;
   EXPECT_EQ(map.ReadOrCreate(u"A2", timeless), S_OK);
   EXPECT_EQ(FormatDateTime(timeless.objModified), u"2023-11-14 22:13:20");
+}
+
+TEST_F(SyncStatements, APureReadMakesNoRowAndAUidFindsItsItem) {
+  ItemFields item;
+  EXPECT_EQ(map.Read(u"A1", item), S_OK);
+  EXPECT_EQ(item.objUid, u"");
+  EXPECT_EQ(Ran().size(), 1u);
+  std::u16string id;
+  EXPECT_EQ(map.FindByUid(u"u-1", id), S_OK);
+  EXPECT_EQ(id, u"");
+  EXPECT_EQ(Ran(), (Statements{u"SELECT datastore_id FROM DataStoreMap WHERE obj_uid='u-1' AND "
+                               u"datastore_sourceuri='contacts' AND profile_id='P1' AND "
+                               u"datastore_type=0"}));
+  map.Insert(u"A1", u"u-1", 0.0);
+  map.Insert(u"A2", u"u-1", 0.0);
+  EXPECT_EQ(map.FindByUid(u"u-1", id), S_OK);
+  EXPECT_EQ(id, u"A1") << "the first row";
+  EXPECT_EQ(map.Read(u"A2", item), S_OK);
+  EXPECT_EQ(item.objUid, u"u-1");
+}
+
+TEST_F(SyncStatements, ExceptionsAreFoundByThemselvesAndByTheirSeries) {
+  ExceptionTable exceptions{session};
+  const DATE changed = At(u"2024-05-06 07:08:09");
+  const DATE occurrence = At(u"2024-06-01 10:00:00");
+  EXPECT_EQ(exceptions.Insert({u"S1sub1", u"S1", changed, occurrence, false}), S_OK);
+  EXPECT_EQ(exceptions.Insert({u"S1sub2", u"S1", 0.0, 0.0, true}), S_OK);
+  std::optional<ExceptionRow> row;
+  EXPECT_EQ(exceptions.Find(u"S1sub2", row), S_OK);
+  ASSERT_TRUE(row);
+  EXPECT_EQ(row->seriesId, u"S1");
+  EXPECT_TRUE(row->isDeleted);
+  EXPECT_EQ(row->originalDate, 0.0);
+  std::vector<ExceptionRow> rows;
+  EXPECT_EQ(exceptions.OfSeries(u"S1", rows), S_OK);
+  ASSERT_EQ(rows.size(), 2u);
+  EXPECT_EQ(rows[0].id, u"S1sub1");
+  EXPECT_EQ(rows[0].modified, changed);
+  EXPECT_EQ(rows[0].originalDate, occurrence);
+  EXPECT_EQ(exceptions.DeleteAll(), S_OK);
+  EXPECT_EQ(exceptions.Find(u"S1sub1", row), S_OK);
+  EXPECT_FALSE(row);
+  const std::u16string insert =
+      u"INSERT INTO Calendar_SubRecurMap(profile_id,datastore_sourceuri,subrecur_id,"
+      u"parentrecur_id,modified,original_date,isDeleted) VALUES('P1','contacts','S1sub";
+  const std::u16string byId =
+      u"SELECT parentrecur_id,modified,original_date,isDeleted FROM Calendar_SubRecurMap WHERE "
+      u"subrecur_id='S1sub";
+  EXPECT_EQ(Ran(),
+            (Statements{insert + u"1','S1','2024-05-06 07:08:09','2024-06-01 10:00:00',0)",
+                        insert + u"2','S1','','',1)", byId + u"2' AND profile_id='P1'",
+                        u"SELECT subrecur_id,modified,original_date,isDeleted FROM "
+                        u"Calendar_SubRecurMap WHERE parentrecur_id='S1' AND profile_id='P1'",
+                        u"DELETE FROM Calendar_SubRecurMap WHERE datastore_sourceuri='contacts'",
+                        byId + u"1' AND profile_id='P1'"}));
 }
 
 TEST_F(SyncStatements, ReadingARowSetsOnlyColumnsWithText) {

@@ -12,7 +12,7 @@ namespace {
 
 // Persisted: the form of the file. A later form gets a higher number, and a step that brings an
 // older file up to it.
-constexpr int64_t kSchemaVersion = 1;
+constexpr int64_t kSchemaVersion = 2;
 
 // Persisted. Identifiers, times and texts are TEXT: a number in a text stays as it was written.
 constexpr SyncTable kTables[] = {
@@ -98,6 +98,7 @@ constexpr char kOfText[] = "1000000 1";
 // reads are not sorted has two indexes.
 constexpr SyncIndex kIndexes[] = {
     {"DataStoreMap_item", "DataStoreMap", "datastore_id, profile_id", kOfItem},
+    {"DataStoreMap_uid", "DataStoreMap", "obj_uid, profile_id", kOfItem},
     {"DataStoreMap_store", "DataStoreMap", "profile_id, datastore_sourceuri, datastore_type",
      kOfStore},
     {"ExtraDB_item", "ExtraDB", "datastore_id, profile_id", kOfItem},
@@ -119,8 +120,7 @@ constexpr SyncIndex kIndexes[] = {
     {"OutlookExp_profile", "OutlookExp_BackupStatusDB", "profile_id", kOfProfile},
     {"SubRecur_item", "Calendar_SubRecurMap", "subrecur_id, profile_id", kOfItem},
     {"SubRecur_parent", "Calendar_SubRecurMap", "parentrecur_id, profile_id", "1000000 10 5"},
-    {"SubRecur_store", "Calendar_SubRecurMap", "profile_id, datastore_sourceuri",
-     "1000000 50000 20000"},
+    {"SubRecur_source", "Calendar_SubRecurMap", "datastore_sourceuri", "1000000 50000"},
     {"BookmarkPath", "Bookmark_FFPathUidMap", "filefolderpath", kOfText, true},
     {"GroupName", "ContGrp_NameUidMap", "grpname", kOfText, true},
     {"GroupUid", "ContGrp_NameUidMap", "obj_uid", kOfText, true},
@@ -128,12 +128,18 @@ constexpr SyncIndex kIndexes[] = {
     {"WindowsContactFile", "WindowsContact_UidMap", "file_uid", kOfText, true},
 };
 
+// Indexes of earlier versions that serve no statement.
+constexpr const char* kFormerIndexes[] = {"SubRecur_store"};
+
 int64_t SchemaVersion(SqliteDatabase& db) {
   SqliteStatement read = db.Prepare("PRAGMA user_version");
   return read.Step() ? read.Int(0) : 0;
 }
 
 void CreateAll(SqliteDatabase& db) {
+  for (const char* name : kFormerIndexes) {
+    db.Execute(("DROP INDEX IF EXISTS " + std::string(name)).c_str());
+  }
   for (const SyncTable& table : kTables) {
     db.Execute(
         (std::string("CREATE TABLE IF NOT EXISTS \"") + table.name + "\"(" + table.columns + ")")

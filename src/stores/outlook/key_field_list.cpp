@@ -6,9 +6,9 @@ namespace qv {
 
 void KeyFieldList::Add(ComPtr<IItemCommon> item) {
   const ItemFields& fields = *FieldsOf(item.get());
-  if (!fields.objUid.empty()) {
-    byUid_[fields.objUid].all.push_back(entries_.size());
-    if (!fields.keyFields.empty()) byKey_[fields.keyFields].all.push_back(entries_.size());
+  if (!fields.objUid.empty()) byUid_[fields.objUid].all.push_back(entries_.size());
+  if (!fields.keyFields.empty() && MayMatchByKey(fields)) {
+    byKey_[fields.keyFields].all.push_back(entries_.size());
   }
   entries_.push_back(std::move(item));
   ++waiting_;
@@ -27,10 +27,22 @@ std::optional<size_t> KeyFieldList::FirstWaiting(const Index& index,
   return positions.all[positions.next];
 }
 
+bool KeyFieldList::MayMatchByKey(const ItemFields& fields) const {
+  switch (rule_) {
+    case MatchRule::UidThenKeyBothUids:
+      return !fields.objUid.empty();
+    case MatchRule::UidOrKey:
+      return true;
+    case MatchRule::UidOnly:
+      break;
+  }
+  return false;
+}
+
 std::optional<size_t> KeyFieldList::Find(const ItemFields& incoming) const {
-  if (incoming.objUid.empty()) return std::nullopt;
   const auto byUid = FirstWaiting(byUid_, incoming.objUid);
-  const auto byKey = FirstWaiting(byKey_, incoming.keyFields);
+  const auto byKey =
+      MayMatchByKey(incoming) ? FirstWaiting(byKey_, incoming.keyFields) : std::nullopt;
   if (byUid && byKey) return std::min(*byUid, *byKey);
   return byUid ? byUid : byKey;
 }

@@ -3,6 +3,7 @@
 #include "platform/com/class_factory.h"
 #include "platform/com/edge.h"
 #include "platform/system/debug_log.h"
+#include "stores/outlook/recurrence_index.h"
 #include "support/date_time.h"
 #include "support/text.h"
 #include "support/user_flags.h"
@@ -38,11 +39,28 @@ std::optional<RESV_CONFLTLASTMODIFIED> NewerSide(DATE pc, DATE phone) {
 }  // namespace
 
 OutlookStore::OutlookStore(const OutlookTraits& traits)
-    : StoreBase(traits.identity), traits_(traits) {}
+    : StoreBase(traits.identity), traits_(traits) {
+  if (traits.filter == nullptr) return;
+  const auto read = [this](const std::u16string& id, ComPtr<IItemCommon>& item) {
+    return Outlook().GetItem(traits_.kind, id, item);
+  };
+  filter_ =
+      std::make_unique<ItemFilter>(*static_cast<IDataStore*>(this), config(), traits.filter, read);
+}
+
+IUnknown* OutlookStore::FindInterface(const IID& iid) noexcept {
+  if (filter_ && iid == IDataStoreFilter::kIid) return filter_.get();
+  return StoreBase::FindInterface(iid);
+}
 
 OutlookManager& OutlookStore::Outlook() const {
   if (outlook() == nullptr || !isInitialized()) throw StatusError(E_FAIL);
   return *outlook();
+}
+
+FolderItems& OutlookStore::Items() const {
+  if (!items_) throw StatusError(E_FAIL);
+  return *items_;
 }
 
 bool OutlookStore::OpenOutlook() {
@@ -64,22 +82,47 @@ HRESULT OutlookStore::OnInitialize() {
     OutputDebugStringW(Concat({traits_.logTag, u" Folder Not Exist"}));
     return E_FAIL;
   }
+  items_ = MakeFolderItems();
   return S_OK;
 }
 
+std::unique_ptr<FolderItems> OutlookStore::MakeFolderItems() {
+  if (!traits_.recurs) return std::make_unique<FolderItems>(*outlook(), traits_.kind, folder_);
+  return std::make_unique<RecurrenceIndex>(*outlook(), traits_.kind, folder_, session(), map_);
+}
+
 ComPtr<IItemCommon> OutlookStore::OnParse(const IncomingText& text) {
-  if (!converter_ || !EqualsIgnoreCase(text.mimeType, traits_.mimeType)) return nullptr;
+  const TextType* type = FindIncoming(traits_.textTypes, text.mimeType);
+  if (!converter_ || type == nullptr) return nullptr;
+  if (type->read != nullptr) return type->read(text.cdata);
   ComPtr<IUnknown> item;
   Check(converter_->Parse(text.cdata, item.Out()));
   return Query<IItemCommon>(item);
 }
 
-HRESULT OutlookStore::WriteStatus(STATUSDB_UPDATECMD command, const std::u16string& sourceUid,
+HRESULT OutlookStore::WriteStatus(STATUSDB_UPDATECMD command, StoredItem stored,
                                   std::u16string_view parent, bool isFolder) {
-  OLMetaData data;
-  Check(Outlook().GetMetaData(traits_.kind, sourceUid, data));
-  return OnUpdateStatus(
-      command, {sourceUid, std::u16string(parent), data.modified, isFolder, std::move(data.md5)});
+  if (stored.modified == 0.0) Check(Items().ReadTimes(stored.id, stored));
+  return OnUpdateStatus(command, {std::move(stored.id), std::u16string(parent), stored.modified,
+                                  isFolder, std::move(stored.md5)});
+}
+
+HRESULT OutlookStore::RefreshSeries(const StoredItem& exception, std::u16string_view parent,
+                                    std::u16string_view md5) {
+  OLMetaData series;
+  Check(Outlook().GetMetaData(traits_.kind, exception.seriesId, series));
+  return OnUpdateStatus(STATDBUPDATE_REPL, {exception.seriesId, std::u16string(parent),
+                                            series.modified, false, std::u16string(md5)});
+}
+
+HRESULT OutlookStore::RefreshExceptions(const std::u16string& seriesId) {
+  std::vector<OLSubMetaData> datas;
+  Check(Items().ChangedExceptions(seriesId, datas));
+  for (OLSubMetaData& data : datas) {
+    Check(OnUpdateStatus(STATDBUPDATE_REPL, {std::move(data.id), std::u16string(kRootParent),
+                                             data.modified, false, std::move(data.md5)}));
+  }
+  return S_OK;
 }
 
 HRESULT OutlookStore::WriteSideRows(const std::u16string& sourceUid, IUnknown* item, bool replace) {
@@ -103,9 +146,14 @@ HRESULT OutlookStore::OnAdd(const IncomingText& text, std::u16string& sourceUid)
   const ComPtr<IItemCommon> item = cachedItem() ? cachedItem() : OnParse(text);
   if (!item) return E_FAIL;
   const ItemFields& fields = Fields(item);
-  Check(Outlook().CreateItem(traits_.kind, folder_, item, sourceUid));
+  StoredItem stored;
+  Check(Items().Create(item, stored));
+  sourceUid = stored.id;
   if (!fields.objUid.empty()) Check(map_.Insert(sourceUid, fields.objUid, fields.objModified));
-  Check(WriteStatus(STATDBUPDATE_ADD, sourceUid, NormaliseParent(text.parent), false));
+  const std::u16string_view parent = NormaliseParent(text.parent);
+  Check(WriteStatus(STATDBUPDATE_ADD, stored, parent, false));
+  // The hash is the exception's, deliberately: it is not looked at where the times agree.
+  if (!stored.seriesId.empty()) Check(RefreshSeries(stored, parent, stored.md5));
   return WriteSideRows(sourceUid, item.get(), false);
 }
 
@@ -114,30 +162,35 @@ HRESULT OutlookStore::OnReplace(const std::u16string& sourceUid, const IncomingT
   const ComPtr<IItemCommon> item = OnParse(text);
   if (!item) return E_FAIL;
   const ItemFields& fields = Fields(item);
-  Check(Outlook().UpdateItem(traits_.kind, sourceUid, item));
+  StoredItem stored;
+  Check(Items().Update(sourceUid, item, stored));
   if (!fields.objUid.empty()) Check(map_.Update(sourceUid, fields.objUid, fields.objModified));
-  Check(WriteStatus(STATDBUPDATE_REPL, sourceUid, NormaliseParent(text.parent), false));
+  const std::u16string_view parent = NormaliseParent(text.parent);
+  Check(WriteStatus(STATDBUPDATE_REPL, stored, parent, false));
+  Check(stored.seriesId.empty() ? RefreshExceptions(sourceUid)
+                                : RefreshSeries(stored, parent, u""));
   return WriteSideRows(sourceUid, item.get(), true);
 }
 
 HRESULT OutlookStore::OnDelete(const std::u16string& sourceUid, bool softDelete) {
   if (softDelete && traits_.softDeleteRefused) return E_FAIL;
-  int exists = 0;
-  Check(Outlook().IsExistItem(traits_.kind, sourceUid, &exists));
-  if (exists) Check(Outlook().DeleteItem(traits_.kind, sourceUid));
-  // Each row goes on its own: only the last result counts.
-  map_.Delete(sourceUid);
+  bool existed = false;
+  Check(Items().Delete(sourceUid, existed));
+  const auto row = [this](HRESULT status) {
+    return traits_.rowFailureEndsDelete ? Check(status) : status;
+  };
+  row(map_.Delete(sourceUid));
   StatusRow gone;
   gone.sourceUid = sourceUid;
-  OnUpdateStatus(STATDBUPDATE_DEL, gone);
-  HRESULT result = sides_.DeleteExtras(sourceUid);
-  if (traits_.hasHiddenLabels) result = sides_.DeleteHidden(sourceUid);
-  return exists ? result : DS_S_ALREADY_GONE;
+  row(OnUpdateStatus(STATDBUPDATE_DEL, gone));
+  HRESULT result = row(sides_.DeleteExtras(sourceUid));
+  if (traits_.hasHiddenLabels) result = row(sides_.DeleteHidden(sourceUid));
+  return existed ? result : DS_S_ALREADY_GONE;
 }
 
 HRESULT OutlookStore::OnGet(const std::u16string& sourceUid, bool updateField, OutgoingItem& out) {
   ComPtr<IItemCommon> item;
-  HRESULT status = Outlook().GetItem(traits_.kind, sourceUid, item);
+  HRESULT status = Items().Read(sourceUid, item);
   if (!item) return Failed(status) ? status : E_FAIL;
   ItemFields& fields = Fields(item);
   status = map_.ReadOrCreate(sourceUid, fields);
@@ -148,17 +201,21 @@ HRESULT OutlookStore::OnGet(const std::u16string& sourceUid, bool updateField, O
   out.parent = NormaliseParent(fields.parentUid);
   if (Failed(status)) return status;
   Check(ReadSideRows(sourceUid, item.get()));
-  if (ConfigText(&IDataStoreConfig::get_MimeType) != traits_.mimeType) {
-    return traits_.noOutputResult;
+  const std::u16string configured = ConfigText(&IDataStoreConfig::get_MimeType);
+  const TextType* type = FindOutgoing(traits_.textTypes, configured);
+  if (type == nullptr) return traits_.noOutputResult;
+  if (type->write != nullptr) {
+    out.cdata = type->write(item.get());
+  } else {
+    Check(converter_->Serialize(item.get(), out.cdata.Out()));
   }
-  Check(converter_->Serialize(item.get(), out.cdata.Out()));
-  out.mimeType = traits_.mimeType;
+  out.mimeType = configured;
   out.item = item;
   return S_OK;
 }
 
 HRESULT OutlookStore::OnGetAllUid(std::vector<std::u16string>& uids) {
-  return Outlook().GetEntryIds(traits_.kind, folder_, uids);
+  return Items().ListIds(uids);
 }
 
 HRESULT OutlookStore::OnDeleteAll() {
@@ -183,7 +240,8 @@ ComPtr<IItemCommon> OutlookStore::NewItem() const {
 HRESULT OutlookStore::OnPrepareSlowSync() {
   keyFields_.Clear();
   std::vector<OLMetaData> datas;
-  Check(Outlook().GetMetaDatas(traits_.kind, folder_, datas, 1));
+  Check(Items().List(datas, 1));
+  if (datas.empty() && traits_.emptyFolderEndsSlowSync) return S_OK;
   IdentifierMap::Rows known;
   Check(map_.Load(known));
   std::vector<NewMapRow> unknown;
@@ -212,12 +270,19 @@ HRESULT OutlookStore::OnPrepareSlowSync() {
 
 HRESULT OutlookStore::OnProcessDuplication(const IncomingText& text, DuplicateAnswer& answer) {
   if (keyFields_.IsEmpty()) return S_OK;
-  if (text.IsFolderDocument()) return E_FAIL;
+  const bool walks = !text.IsFolderDocument();
+  if (walks && IsSyncStopped()) return E_FAIL;
+  const HRESULT result = walks ? FindDuplicate(text, answer) : E_FAIL;
+  if (!traits_.duplicationEnd.empty()) OutputDebugStringW(traits_.duplicationEnd);
+  return result;
+}
+
+// Throws what keeps the walk from its end.
+HRESULT OutlookStore::FindDuplicate(const IncomingText& text, DuplicateAnswer& answer) {
   const ComPtr<IItemCommon> item = cachedItem() ? cachedItem() : OnParse(text);
   if (!item) return E_FAIL;
   ItemFields& incoming = Fields(item);
-  incoming.keyFields = traits_.keyText(item.get());
-  if (IsSyncStopped()) return E_FAIL;
+  if (traits_.keyText != nullptr) incoming.keyFields = traits_.keyText(item.get());
   const auto position = keyFields_.Find(incoming);
   if (!position) return S_OK;
   const ItemFields& match = keyFields_.At(*position);
@@ -249,14 +314,23 @@ HRESULT OutlookStore::DeleteSideRows(const std::u16string& sourceUid) {
   return traits_.hasHiddenLabels ? sides_.DeleteHidden(sourceUid) : extras;
 }
 
+HRESULT OutlookStore::OnProcessOccurrence(const std::u16string& seriesId,
+                                          OccurrenceAnswer& answer) {
+  if (!traits_.recurs) return S_OK;
+  if (!cachedItem()) return E_FAIL;
+  const HRESULT status = Items().FindSameOccurrence(seriesId, cachedItem().get(), answer.sourceUid);
+  answer.conflicted = answer.sourceUid.has_value();
+  return status;
+}
+
 HRESULT OutlookStore::OnSentCommand(SENTCMD_TYPE command, const std::u16string& sourceUid,
                                     std::u16string_view parent, bool isFolder) {
   switch (command) {
     case SENTCMD_ADD:
-      return WriteStatus(STATDBUPDATE_ADD, sourceUid, NormaliseParent(parent), isFolder);
+      return WriteStatus(STATDBUPDATE_ADD, {.id = sourceUid}, NormaliseParent(parent), isFolder);
     case SENTCMD_REPL:
     case SENTCMD_MOVE:
-      return WriteStatus(STATDBUPDATE_REPL, sourceUid, NormaliseParent(parent), isFolder);
+      return WriteStatus(STATDBUPDATE_REPL, {.id = sourceUid}, NormaliseParent(parent), isFolder);
     case SENTCMD_DEL: {
       StatusRow gone;
       gone.sourceUid = sourceUid;
@@ -269,6 +343,10 @@ HRESULT OutlookStore::OnSentCommand(SENTCMD_TYPE command, const std::u16string& 
   return E_FAIL;
 }
 
+HRESULT OutlookStore::OnStatusInitialize() {
+  return items_ ? items_->BeginSession() : S_OK;
+}
+
 HRESULT OutlookStore::OnBackupTree(ComPtr<IStatusDBItemTree>& root) {
   return status_.ReadTree(skipsFolderRows(), root);
 }
@@ -276,10 +354,13 @@ HRESULT OutlookStore::OnBackupTree(ComPtr<IStatusDBItemTree>& root) {
 HRESULT OutlookStore::OnCurrentTree(ComPtr<IStatusDBItemTree>& root) {
   auto tree = MakeStatusRoot();
   std::vector<OLMetaData> datas;
-  Check(Outlook().GetMetaDatas(traits_.kind, folder_, datas, 0));
+  Check(Items().List(datas, 0));
   if (!datas.empty()) {
     const auto list = CreateInstance<IUnkList>(CLSID_UnkList);
     for (OLMetaData& data : datas) {
+      bool included = true;
+      if (filter_) filter_->Includes(data.entryId, included);
+      if (!included) continue;
       Check(list->Add(MakeStatusNode({std::move(data.entryId), std::u16string(kRootParent),
                                       data.modified, false, std::move(data.md5)})
                           .get()));
@@ -293,7 +374,7 @@ HRESULT OutlookStore::OnCurrentTree(ComPtr<IStatusDBItemTree>& root) {
 HRESULT OutlookStore::OnDeleteAllStatus() {
   Check(status_.DeleteAll());
   std::vector<std::u16string> ids;
-  Check(Outlook().GetEntryIds(traits_.kind, folder_, ids));
+  Check(Items().ListIds(ids));
   const AliveSet alive(ids.begin(), ids.end());
   Check(PurgeTable(session(), DatastoreType::Outlook, kDataStoreMap, alive));
   const HRESULT extras = Check(PurgeTable(session(), DatastoreType::Outlook, kExtraTable, alive));

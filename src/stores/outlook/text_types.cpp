@@ -1,0 +1,33 @@
+#include "stores/outlook/text_types.h"
+
+#include <algorithm>
+
+#include "items/item_objects.h"
+#include "items/vnote.h"
+#include "platform/com/status_error.h"
+#include "support/text.h"
+
+namespace qv {
+
+const TextType* FindIncoming(std::span<const TextType> types, std::u16string_view mimeType) {
+  const auto found = std::ranges::find_if(
+      types, [&](const TextType& type) { return EqualsIgnoreCase(type.mimeType, mimeType); });
+  return found == types.end() ? nullptr : &*found;
+}
+
+const TextType* FindOutgoing(std::span<const TextType> types, std::u16string_view mimeType) {
+  const auto found = std::ranges::find(types, mimeType, &TextType::mimeType);
+  return found == types.end() ? nullptr : &*found;
+}
+
+ComPtr<IItemCommon> ReadPlainNote(IUnknown* cdata) {
+  return MakeNoteItem(NoteFromPlainText(ContentBytes(cdata)));
+}
+
+ComPtr<IUnknown> WritePlainNote(IUnknown* item) {
+  const Note* note = NoteOf(item);
+  if (note == nullptr) throw StatusError(E_FAIL);
+  return MakeContentData(PlainTextOf(*note));
+}
+
+}  // namespace qv
