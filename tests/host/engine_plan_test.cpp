@@ -19,7 +19,10 @@ Inventory Pair(char pc, char phone, ContentMatch content, Winner newer) {
   link.newer = newer;
   if (pc != 'g') {
     link.pc = 0;
-    sides.pc.push_back({u"A", 0, pc == 's' ? PcChange::Same : PcChange::Changed});
+    sides.pc.push_back({u"A", 0,
+                        pc == 's'   ? PcChange::Same
+                        : pc == 'f' ? PcChange::Filtered
+                                    : PcChange::Changed});
   }
   if (phone != 'g') {
     link.phone = 0;
@@ -35,11 +38,15 @@ Inventory Pair(char pc, char phone, ContentMatch content, Winner newer) {
   return sides;
 }
 
+std::string ActWord(const PlanStep& step) {
+  constexpr const char* kWords[] = {"adopt", "pc+",      "pc~", "phone+", "phone~",
+                                    "pair",  "remember", "pc-", "phone-", "forget"};
+  return kWords[static_cast<size_t>(step.act)];
+}
+
 std::string Word(const SyncPlan& plan) {
-  constexpr const char* kWords[] = {"pc+",      "pc~", "phone+", "phone~", "pair",
-                                    "remember", "pc-", "phone-", "forget"};
   if (plan.steps.empty()) return ".";
-  std::string word = kWords[static_cast<size_t>(plan.steps[0].act)];
+  std::string word = ActWord(plan.steps[0]);
   constexpr const char* kConflicts[] = {"", " pc won", " phone won", " same"};
   return word + kConflicts[static_cast<size_t>(plan.steps[0].conflict)];
 }
@@ -64,6 +71,10 @@ TEST(EnginePlanTest, ARecordedPairIsDecidedByModeAndByWhatChanged) {
       {"gs", {"phone-", ".", "phone-", "pc+", "phone-"}},
       {"gc", {"pc+", "pc+", ".", "pc+", "phone-"}},
       {"gg", {"forget", "forget", "forget", "forget", "forget"}},
+      {"fs", {"phone-", ".", "phone-", ".", "phone-"}},
+      {"fc", {"pc~ phone won", "pc~ phone won", ".", "pc~ phone won", "phone-"}},
+      {"fg", {"forget", "forget", "forget", "forget", "forget"}},
+      {"fu", {".", ".", ".", ".", "."}},
       {"su", {".", ".", ".", ".", "."}},
       {"cu", {".", ".", ".", ".", "."}},
       {"gu", {".", ".", ".", ".", "."}},
@@ -105,6 +116,99 @@ TEST(EnginePlanTest, ContentsDecideWhereBothChanged) {
             "phone~ pc won");
   EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, Pair('s', 's', ContentMatch::Identical, Winner::Pc))),
             ".");
+}
+
+// A series (link 0) and one exception of it, both on record unless the state is "n" for new on one
+// side alone. States as above.
+std::string SeriesPlan(const char* series, const char* exception, DS_SYNCTYPE mode) {
+  Inventory sides;
+  const auto add = [&](const char* state, std::u16string id, const char* file, bool isException) {
+    ItemLink link;
+    link.content = ContentMatch::Different;
+    if (state[0] != 'n' && state[1] != 'n') {
+      link.record = IndexOf(sides.records);
+      sides.records.push_back({file, 0, 0, {}, {}, id});
+    }
+    const auto pcChange = [&] {
+      return state[0] == 's'   ? PcChange::Same
+             : state[0] == 'c' ? PcChange::Changed
+             : state[0] == 'n' ? PcChange::New
+                               : PcChange::Gone;
+    };
+    if (state[0] != '-') {
+      link.pc = IndexOf(sides.pc);
+      sides.pc.push_back({id, 0, pcChange()});
+    }
+    if (state[1] != '-' && state[1] != 'g') {
+      PhoneItem item;
+      item.name = file;
+      item.uid = isException ? u"e" : u"s";
+      if (isException) item.seriesUid = u"s";
+      item.record = link.record;
+      item.change = state[1] == 's'   ? PhoneChange::Same
+                    : state[1] == 'n' ? PhoneChange::New
+                                      : PhoneChange::Changed;
+      link.phone = IndexOf(sides.phone);
+      sides.phone.push_back(item);
+    }
+    sides.links.push_back(link);
+  };
+  add(series, u"A", "series", false);
+  add(exception, u"Asub1", "exception", true);
+  const SyncPlan plan = BuildPlan(mode, sides);
+  std::string words;
+  for (const PlanStep& step : plan.steps) {
+    words += (words.empty() ? "" : " ") + ActWord(step) + (step.link == 0 ? "S" : "E");
+  }
+  return words + (plan.orphaned.empty() ? "" : " orphan");
+}
+
+TEST(EnginePlanTest, AnExceptionAndItsSeriesGoAndStayTogether) {
+  struct Row {
+    const char* series;
+    const char* exception;
+    const char* twoWay;
+    const char* fromPhone;
+  };
+  const Row kRows[] = {
+      {"sg", "sg", "pc-S pc-E", "pc-S pc-E"},
+      {"sg", "ss", "pc-S phone-E", "pc-S phone-E"},
+      {"sg", "sc", "pc-S orphan", "pc-S orphan"},
+      {"sg", "cg", "phone+S phone+E", ""},
+      {"sg", "n-", "phone+S phone+E", ""},
+      {"cg", "sg", "phone+S phone+E", "pc-E"},
+      {"gs", "gs", "phone-S phone-E", ""},
+      {"gs", "gc", "pc+S pc+E", "pc+S pc+E"},
+      {"gs", "-n", "pc+S pc+E", "pc+S pc+E"},
+      {"gc", "gs", "pc+S pc+E", "pc+S pc+E"},
+      {"ss", "sg", "pc-E phone~S", "pc-E"},
+      {"sc", "sg", "pc~S pc-E phone~S", "pc~S pc-E"},
+      {"cs", "sg", "pc-E phone~S", "pc-E"},
+      {"ss", "gs", "phone-E", ""},
+      {"ns", "-n", "pc+E", "pc+E"},
+      {"-n", "-n", "pc+S pc+E", "pc+S pc+E"},
+      {"n-", "n-", "phone+S phone+E", ""},
+      {"sc", "sc", "pc~S pc~E", "pc~S pc~E"},
+  };
+  for (const Row& row : kRows) {
+    EXPECT_EQ(SeriesPlan(row.series, row.exception, DS_SYNCTYPE_TWO_NORMAL), row.twoWay)
+        << row.series << " " << row.exception;
+    EXPECT_EQ(SeriesPlan(row.series, row.exception, DS_SYNCTYPE_ONEFROM_CLIENT), row.fromPhone)
+        << row.series << " " << row.exception;
+  }
+}
+
+TEST(EnginePlanTest, ADeletionByTheFilterSaysSo) {
+  Inventory sides;
+  sides.records.resize(100);
+  sides.phone.resize(100);
+  sides.pcCount = 100;
+  SyncPlan plan;
+  plan.phoneDeletes = 60;
+  EXPECT_EQ(SafetyStop(plan, sides, "calendar").find("filter"), std::string::npos);
+  plan.phoneFiltered = 55;
+  const std::string stop = SafetyStop(plan, sides, "calendar");
+  EXPECT_NE(stop.find("55 of them only because the filter"), std::string::npos) << stop;
 }
 
 TEST(EnginePlanTest, TheSafetyStopKnowsWorkFromALostSide) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/engine/sync.h"
+#include "host/store_kinds.h"
 #include "items/item_objects.h"
 #include "items/vcard.h"
 #include "kit/accessor_fakes.h"
@@ -36,36 +37,42 @@ inline std::string CardText(const CardParts& parts) {
   return text + "END:VCARD\r\n";
 }
 
-// The card without identifier and time; with `core` also without what the PC cannot hold.
-inline std::string Content(std::string_view text, bool core) {
-  std::optional<Contact> contact = ParseVCard(text);
-  if (!contact) return "unreadable: " + std::string(text);
-  contact->fields.objUid.clear();
-  contact->fields.objModified = 0.0;
-  if (core) {
-    contact->fields.extras.clear();
-    contact->hidden.clear();
-  }
-  return WriteVCard(*contact);
+// The text without identifiers and time; with `core` also without what the PC cannot hold.
+inline std::string ContentOf(const StoreKind& kind, const ComPtr<IItemCommon>& item, bool core) {
+  Check(item->put_ObjUid(nullptr));
+  Check(item->put_ObjModified(0.0));
+  if (Calendar* calendar = CalendarOf(item.get())) calendar->parentRecurUid.clear();
+  if (core) Check(item->DropSideData());
+  return WriteItem(kind, item.get());
+}
+inline std::string Content(std::string_view text, bool core,
+                           const StoreKind& kind = *FindStoreKind("contacts")) {
+  const ComPtr<IItemCommon> item = ReadItem(kind, text);
+  return item ? ContentOf(kind, item, core) : "unreadable: " + std::string(text);
 }
 
 class Rig {
-  static ComPtr<IItemCommon> Item(const std::string& text) {
-    return MakeContactItem(*ParseVCard(text));
+  ComPtr<IItemCommon> Item(const std::string& text) const {
+    const ComPtr<IItemCommon> item = ReadItem(kind, text);
+    if (!item) throw std::runtime_error("unreadable: " + text);
+    return item;
   }
   template <class Body>
   auto Pc(Body&& body) {
     Profile profile(profileFolder());
     OutlookManager pc;
     if (!pc.initialize(u"")) throw std::runtime_error(pc.lastError());
-    return body(pc, pc.DefaultFolder(olContact));
+    return body(pc, pc.DefaultFolder(kind.pcKind));
   }
 
  public:
-  Rig() {
+  explicit Rig(std::string_view store = "contacts") : kind(*FindStoreKind(store)) {
     Profile::Create(profileFolder());
-    std::filesystem::create_directories(phoneFolder() + "/contacts");
+    std::filesystem::create_directories(collection());
   }
+
+  const StoreKind& kind;
+  std::string collection() const { return phoneFolder() + "/" + std::string(kind.name); }
 
   std::string profileFolder() const { return folder.File("profile"); }
   std::string phoneFolder() const { return folder.File("phone"); }
@@ -86,70 +93,93 @@ class Rig {
   SyncReport Run(const SyncOptions& options, const ProgressSink& progress = {}) {
     clock.Advance(10);
     Profile profile(profileFolder());
-    return RunSync(profile, phoneFolder(), {}, options, progress);
+    return RunSync(profile, phoneFolder(), {std::string(kind.name)}, options, progress);
   }
   std::vector<PendingChanges> Status() {
     Profile profile(profileFolder());
-    return ReadStatus(profile);
+    std::vector<PendingChanges> all = ReadStatus(profile);
+    std::erase_if(all, [&](const PendingChanges& pending) { return pending.store != kind.name; });
+    return all;
   }
 
   // The PC side's own user.
   std::u16string PcAdd(const std::string& text) {
-    return Pc([&](OutlookManager& pc, const std::u16string& contacts) {
+    return Pc([&](OutlookManager& pc, const std::u16string& items) {
       std::u16string id;
-      Check(pc.CreateItem(olContact, contacts, Item(text), id));
+      Check(pc.CreateItem(kind.pcKind, items, Item(text), id));
       return id;
     });
   }
   void PcEdit(const std::u16string& id, const std::string& text) {
     clock.Advance(10);
     Pc([&](OutlookManager& pc, const std::u16string&) {
-      return Check(pc.UpdateItem(olContact, id, Item(text)));
+      if (!IsSubItemId(id)) return Check(pc.UpdateItem(kind.pcKind, id, Item(text)));
+      OLSubMetaData data;
+      data.id = id;
+      return Check(
+          pc.UpdateSubItem(kind.pcKind, std::u16string(SeriesPartOf(id)), Item(text), data));
     });
   }
   void PcDelete(const std::u16string& id) {
     Pc([&](OutlookManager& pc, const std::u16string&) {
-      return Check(pc.DeleteItem(olContact, id));
+      if (!IsSubItemId(id)) return Check(pc.DeleteItem(kind.pcKind, id));
+      OLSubMetaData data;
+      data.id = id;
+      return Check(pc.DeleteSubItem(kind.pcKind, data));
+    });
+  }
+  std::u16string PcAddException(const std::u16string& series, const std::string& text) {
+    return Pc([&](OutlookManager& pc, const std::u16string&) {
+      OLSubMetaData data;
+      Check(pc.CreateSubItem(kind.pcKind, series, Item(text), data));
+      return data.id;
     });
   }
   // Contents by identifier, as the PC's user sees them.
   std::map<std::u16string, std::string> PcItems() {
-    return Pc([&](OutlookManager& pc, const std::u16string& contacts) {
+    return Pc([&](OutlookManager& pc, const std::u16string& folderId) {
       std::map<std::u16string, std::string> items;
       std::vector<std::u16string> ids;
-      Check(pc.GetEntryIds(olContact, contacts, ids));
+      std::vector<OLSubMetaData> datas;
+      Check(pc.GetEntryIds(kind.pcKind, folderId, ids));
+      Check(pc.GetSubMetaDatas(kind.pcKind, ids, datas));
+      ComPtr<IItemCommon> item;
       for (const std::u16string& id : ids) {
-        ComPtr<IItemCommon> item;
-        Check(pc.GetItem(olContact, id, item));
-        items[id] = Content(WriteVCard(*ContactOf(item.get())), true);
+        Check(pc.GetItem(kind.pcKind, id, item));
+        items[id] = ContentOf(kind, item, true);
+      }
+      for (const OLSubMetaData& data : datas) {
+        if (data.isDeleted) continue;
+        Check(pc.GetSubItem(kind.pcKind, data, item));
+        items[data.id] = ContentOf(kind, item, true);
       }
       return items;
     });
   }
   std::u16string PcIdOf(const std::string& text) {
     for (const auto& [id, content] : PcItems()) {
-      if (content == Content(text, true)) return id;
+      if (content == Content(text, true, kind)) return id;
     }
     return {};
   }
 
   // The phone's user. A written file is never as old as the last sync.
   void PhonePut(const std::string& name, const std::string& text) const {
-    folder.Put("phone/contacts/" + name, text);
+    folder.Put("phone/" + std::string(kind.name) + "/" + name, text);
   }
   void PhoneDelete(const std::string& name) const {
-    std::filesystem::remove(phoneFolder() + "/contacts/" + name);
+    std::filesystem::remove(collection() + "/" + name);
   }
   void PhoneRename(const std::string& from, const std::string& to) const {
-    std::filesystem::rename(phoneFolder() + "/contacts/" + from, phoneFolder() + "/contacts/" + to);
+    std::filesystem::rename(collection() + "/" + from, collection() + "/" + to);
   }
   // Texts by file name.
   std::map<std::string, std::string> PhoneFiles() const {
     std::map<std::string, std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(phoneFolder() + "/contacts")) {
+    for (const auto& entry : std::filesystem::directory_iterator(collection())) {
       const std::string name = entry.path().filename().string();
-      if (name.ends_with(".vcf") && !name.starts_with('.')) {
-        files[name] = folder.Get("phone/contacts/" + name).value_or("");
+      if (name.ends_with(kind.extension) && !name.starts_with('.')) {
+        files[name] = folder.Get("phone/" + std::string(kind.name) + "/" + name).value_or("");
       }
     }
     return files;
@@ -163,7 +193,7 @@ class Rig {
   }
   std::multiset<std::string> PhoneContents(bool core = true) const {
     std::multiset<std::string> all;
-    for (const auto& [name, text] : PhoneFiles()) all.insert(Content(text, core));
+    for (const auto& [name, text] : PhoneFiles()) all.insert(Content(text, core, kind));
     return all;
   }
   std::vector<std::string> ConflictTexts() const {

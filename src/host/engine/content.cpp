@@ -9,6 +9,8 @@ namespace {
 void Strip(IItemCommon& item) {
   Check(item.put_ObjUid(nullptr));
   Check(item.put_ObjModified(0.0));
+  if (const auto calendar = Query<ICalendarItem>(&item))
+    Check(calendar->put_ParentRecurUid(nullptr));
 }
 
 Md5Digest Checksum(std::string_view text) {
@@ -53,7 +55,7 @@ ContentMatch Compare(PcStore& store, IItemCommon& phone, IItemCommon& pc) {
   return WhoHasMore(phoneText == phoneCore);
 }
 
-Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, int64_t phoneModifiedNs, IItemCommon& pc) {
+Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, const PhoneAge& phone, IItemCommon& pc) {
   switch (answer) {
     case RESV_CONFLTLASTMODIFIED_CLIENTWIN:
       return Winner::Phone;
@@ -65,8 +67,9 @@ Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, int64_t phoneModifiedNs, IItemC
   }
   DATE modified = 0.0;
   Check(pc.get_Modified(&modified));
-  return phoneModifiedNs / 1'000'000'000 > UnixSecondsFromDate(modified) ? Winner::Phone
-                                                                         : Winner::Pc;
+  const int64_t seconds = phone.objModified != 0.0 ? UnixSecondsFromDate(phone.objModified)
+                                                   : phone.modifiedNs / 1'000'000'000;
+  return seconds > UnixSecondsFromDate(modified) ? Winner::Phone : Winner::Pc;
 }
 
 }  // namespace qv

@@ -13,15 +13,21 @@ struct ContentPrint {
   Md5Digest core{};
 };
 
-// Each of these spends the items: identifiers, times and what the PC cannot hold are taken out.
+// Each of these spends the items: identifiers, times, the link to a series and what the PC cannot
+// hold are taken out.
 // Throw ItemError or StatusError.
 ContentPrint PrintOf(PcStore& store, IItemCommon& item);
 ContentMatch Compare(PcStore& store, IItemCommon& phone, IItemCommon& pc);
 
 ContentMatch Compare(const ContentPrint& phone, const ContentPrint& pc);
 
-// Who wins by what the store answered; where it could not tell, by the age of the phone's file and
-// of the PC's item.
-Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, int64_t phoneModifiedNs, IItemCommon& pc);
+// What only the phone's side tells: its time of change, and the age of the file.
+struct PhoneAge {
+  DATE objModified = 0.0;  // UTC; 0.0 for a text without
+  int64_t modifiedNs = 0;
+};
+// Who wins by what the store answered; where it could not tell, by the times of the phone's text,
+// or else its file, and of the PC's item.
+Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, const PhoneAge& phone, IItemCommon& pc);
 
 }  // namespace qv

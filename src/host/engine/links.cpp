@@ -180,6 +180,7 @@ void SlowLinks::Emit() {
     if (partner.match != nullptr) {
       link.content = partner.match->content;
       link.newer = partner.match->newer;
+      link.adoptUid = MustAdopt(item, partner.match->pcUid);
     }
     sides_.links.push_back(link);
   }
@@ -232,6 +233,7 @@ class LoneLinks {
     phoneDone_[phone] = true;
     pcDone_[pc] = true;
     ItemLink& link = Join(sides_, phone_[phone].link, pc_[pc].link);
+    link.adoptUid = MustAdopt(At(sides_.phone, link.phone), pc_[pc].uid);
     if (phone_[phone].print && pc_[pc].print) {
       link.content = Compare(*phone_[phone].print, *pc_[pc].print);
     }
@@ -255,6 +257,10 @@ std::string PrintKey(const LoneItem& item, Md5Digest ContentPrint::*part) {
 }
 
 }  // namespace
+
+bool MustAdopt(const PhoneItem& phone, std::u16string_view pcUid) {
+  return phone.isSeries && !phone.uid.empty() && phone.uid != pcUid;
+}
 
 void LinkByRecord(Inventory& sides) {
   PcItems items(sides);
@@ -302,6 +308,22 @@ void LinkRemaining(Inventory& sides, const std::vector<SlowMatch>& matches) {
     ItemLink& link = Join(sides, phone, pc);
     link.content = match.content;
     link.newer = match.newer;
+    link.adoptUid = MustAdopt(At(sides.phone, match.phone), match.pcUid);
+  }
+  DropEmpty(sides);
+}
+
+void LinkOccurrences(Inventory& sides, const std::vector<OccurrenceMatch>& matches) {
+  if (matches.empty()) return;
+  std::unordered_map<std::u16string_view, int32_t> lone;
+  for (const int32_t link : LonePcLinks(sides)) {
+    lone.emplace(At(sides.pc, At(sides.links, link).pc).id, link);
+  }
+  for (const OccurrenceMatch& match : matches) {
+    const auto found = lone.find(match.pcId);
+    if (found == lone.end()) continue;
+    Join(sides, match.link, found->second);
+    lone.erase(found);
   }
   DropEmpty(sides);
 }

@@ -10,6 +10,9 @@
 
 namespace qv {
 
+// Exceptions on the phone name their series by the phone's uid: the PC's item must have it.
+bool MustAdopt(const PhoneItem& phone, std::u16string_view pcUid);
+
 // The pairs of the record, and everything else alone.
 void LinkByRecord(Inventory& sides);
 
@@ -28,6 +31,15 @@ struct SlowMatch {
 // `LinkRemaining`, when all that is equal has found itself.
 void LinkSlow(Inventory& sides, std::vector<SlowMatch>& matches);
 void LinkRemaining(Inventory& sides, const std::vector<SlowMatch>& matches);
+
+// An exception that both sides made of one occurrence is one item: a lone link of the phone, and
+// the identifier that the store found for it.
+struct OccurrenceMatch {
+  int32_t link = -1;
+  std::u16string pcId;
+};
+// Matches whose PC item is not alone are passed over.
+void LinkOccurrences(Inventory& sides, const std::vector<OccurrenceMatch>& matches);
 
 // What stands alone on one side, by what it holds. `link` is its place among the links.
 struct LoneItem {

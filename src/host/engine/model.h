@@ -32,10 +32,14 @@ struct PhoneItem {
   int32_t record = -1;
   PhoneChange change = PhoneChange::New;
   bool unread = false;  // not even its bytes could be had
+  // What a text that was looked into says of recurrence.
+  bool isSeries = false;
+  std::u16string seriesUid;  // of an exception: the uid of its series; empty for any other item
 };
 
-// Against what the two sides last agreed on. `New` means that they never did.
-enum class PcChange : uint8_t { Same, Changed, New, Gone };
+// Against what the two sides last agreed on. `New` means that they never did, `Filtered` that the
+// item is there and the store's filter keeps it from the phone.
+enum class PcChange : uint8_t { Same, Changed, New, Gone, Filtered };
 
 struct PcItem {
   std::u16string id;
@@ -57,6 +61,7 @@ struct ItemLink {
   ContentMatch content = ContentMatch::Unknown;
   Winner newer = Winner::None;  // who wins where the contents differ
   bool statusWritten = false;   // the store has noted the agreement while matching
+  bool adoptUid = false;        // the PC's item is to take the phone's uid: exceptions name it
 };
 
 struct Inventory {

@@ -1,5 +1,7 @@
 // Comparing the two status trees of a store.
+#include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "host/engine/pc_side.h"
 #include "host/engine/report_words.h"
@@ -57,22 +59,55 @@ std::vector<StatusEntry> Flatten(ComPtr<IStatusDBItemTree> root) {
   return entries;
 }
 
+// A status row without a content hash tells by its time alone.
 bool IsSame(const StatusEntry& a, const StatusEntry& b) {
-  return CompareDateTime(a.modified, b.modified) == 0 && a.md5 == b.md5;
+  return CompareDateTime(a.modified, b.modified) == 0 &&
+         (a.md5 == b.md5 || a.md5.empty() || b.md5.empty());
+}
+
+bool HasGone(const std::vector<StatusEntry>& before, const std::vector<StatusEntry>& now) {
+  std::unordered_set<std::u16string_view> ids;
+  for (const StatusEntry& entry : now) ids.insert(entry.id);
+  return std::ranges::any_of(before, [&](const StatusEntry& e) { return !ids.contains(e.id); });
 }
 
 }  // namespace
 
-void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present) {
+// Whether the store shows the phone only some of its items.
+bool PcStore::IsFiltered() const {
+  return Query<IDataStoreFilter>(store_).get() != nullptr;
+}
+
+std::vector<std::u16string> PcStore::AllIds() {
+  ComPtr<IUnknown> list;
+  Check(store_->GetAllUid(list.Out()));
+  const auto ids = Query<IVarList>(list);
+  int32_t count = 0;
+  if (ids) Check(ids->Count(&count));
+  std::vector<std::u16string> all;
+  all.reserve(static_cast<size_t>(count));
+  for (int32_t i = 0; i < count; ++i) {
+    Variant id;
+    Check(ids->Item(i, id.Out()));
+    all.emplace_back(id.view());
+  }
+  return all;
+}
+
+void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present, bool all) {
   const DatabaseReason reason;
   std::vector<StatusEntry> before;
   std::vector<StatusEntry> now;
+  std::unordered_set<std::u16string> there;
   try {
     ComPtr<IStatusDBItemTree> tree;
     Check(status_->GetBackupStatusDB(tree.Out()));
     before = Flatten(std::move(tree));
     Check(status_->GetCurrentStatusDB(tree.Out()));
     now = Flatten(std::move(tree));
+    if (IsFiltered() && (all || HasGone(before, now))) {
+      for (std::u16string& id : AllIds()) there.insert(std::move(id));
+    }
   } catch (const StatusError& error) {
     throw StoreFailure(reason.Explain("the PC's items cannot be listed", error.status()));
   }
@@ -89,12 +124,17 @@ void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present) {
       agreed.erase(found);
     }
     item.id = std::move(entry.id);
+    there.erase(item.id);
     items.push_back(std::move(item));
   }
-  present = static_cast<int64_t>(items.size());
+  present = static_cast<int64_t>(items.size() + there.size());
   for (const StatusEntry& entry : before) {
-    if (agreed.contains(entry.id)) items.push_back({entry.id, 0, PcChange::Gone});
+    if (!agreed.contains(entry.id)) continue;
+    const bool filtered = there.erase(entry.id) != 0;
+    items.push_back({entry.id, 0, filtered ? PcChange::Filtered : PcChange::Gone});
   }
+  if (!all) return;
+  for (const std::u16string& id : there) items.push_back({id, 0, PcChange::Filtered});
 }
 
 }  // namespace qv

@@ -5,6 +5,7 @@
 #include "platform/com/lists.h"
 #include "support/text.h"
 #include "support/user_flags.h"
+#include "syncdb/status_class_ids.h"
 
 namespace qv {
 namespace {
@@ -190,7 +191,20 @@ ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, Duplicate& dup
   return Query<IItemCommon>(item);
 }
 
+std::u16string PcStore::SameOccurrence(const std::u16string& seriesId, std::string_view text) {
+  const DatabaseReason reason;
+  if (Failed(store_->CachParseData(root_, mimeType_, Content(text).get()))) return {};
+  Bstr match;
+  BOOL conflicted = kFalse;
+  const HRESULT status = store_->ProcessConflictSubRecur(Bstr(seriesId), match.Out(), &conflicted);
+  store_->UnCachParseData();
+  if (Failed(status)) throw ItemError(reason.Explain("its occurrence cannot be looked up", status));
+  return conflicted != kFalse ? match.str() : std::u16string();
+}
+
 RESV_CONFLTLASTMODIFIED PcStore::WhoIsNewer(const std::u16string& id, std::string_view text) {
+  // The stores look for an exception among the items of the folder, where it is not.
+  if (IsSubItemId(id)) return RESV_CONFLTLASTMODIFIED_NONE;
   auto winner = RESV_CONFLTLASTMODIFIED_NONE;
   const DatabaseReason reason;
   const HRESULT status =
@@ -242,6 +256,30 @@ void PcStore::Sent(SENTCMD_TYPE command, const std::u16string& id) {
   const DatabaseReason reason;
   const HRESULT status = store_->OnProcesseSentCmdSuccess(command, Bstr(id), root_, kFalse);
   if (Failed(status)) throw ItemError(reason.Explain("it cannot be noted as sent", status));
+}
+
+void PcStore::UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id) {
+  const DatabaseReason reason;
+  const auto item = CreateInstance<IStatusDBItem>(CLSID_StatusDBItem);
+  Check(item->put_sourceUid(Bstr(id)));
+  Check(item->put_parentUid(root_));
+  const HRESULT status = status_->UpdateBackupStatusDB(command, item.get());
+  if (Failed(status)) throw ItemError(reason.Explain("its state cannot be noted", status));
+}
+
+void PcStore::LeftFilter(const std::u16string& id) {
+  UpdateStatus(STATDBUPDATE_DEL, id);
+}
+
+// A row without a time is like no item.
+void PcStore::MarkPending(const std::u16string& id) {
+  UpdateStatus(STATDBUPDATE_REPL, id);
+}
+
+void PcStore::AdoptUid(const std::u16string& id, const std::u16string& uid) {
+  const PcText current = Get(id, false);
+  Check(current.item->put_ObjUid(Bstr(uid)));
+  Replace(id, Write(current.item.get()));
 }
 
 void PcStore::RequireDatabase() {

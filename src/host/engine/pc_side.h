@@ -82,8 +82,9 @@ class PcStore {
   const StoreKind& kind() const { return kind_; }
   PcSide& side() { return side_; }
 
-  // What is there, in the store's order, then what has gone since the last agreement.
-  void ReadItems(std::vector<PcItem>& items, int64_t& present);
+  // What is there, in the store's order, then what has gone since the last agreement, or has left
+  // the filter; with `all` everything that the filter keeps back. `present` counts what is there.
+  void ReadItems(std::vector<PcItem>& items, int64_t& present, bool all = false);
   void PrepareSlowSync();
 
   // The item of a text; null for one that cannot be read.
@@ -91,6 +92,9 @@ class PcStore {
   // The same, and whether the PC side has it already. Null as with Parse.
   ComPtr<IItemCommon> ParseAndMatch(std::string_view text, Duplicate& duplicate);
   RESV_CONFLTLASTMODIFIED WhoIsNewer(const std::u16string& id, std::string_view text);
+  // The exception of a series that stands for the same occurrence as the incoming one; empty for
+  // none.
+  std::u16string SameOccurrence(const std::u16string& seriesId, std::string_view text);
 
   // With `forPhone` the text's time follows the PC's, as it must when it is sent.
   PcText Get(const std::u16string& id, bool forPhone);
@@ -99,6 +103,12 @@ class PcStore {
   void Delete(const std::u16string& id);
   // The phone has taken over what was sent.
   void Sent(SENTCMD_TYPE command, const std::u16string& id);
+  // The phone no longer has what the filter keeps from it. All else that is known of it stays.
+  void LeftFilter(const std::u16string& id);
+  // The item changed on the PC, and the phone does not know yet, whatever the store has noted.
+  void MarkPending(const std::u16string& id);
+  // The item is known to the phone by this uid.
+  void AdoptUid(const std::u16string& id, const std::u16string& uid);
 
   // Throws StoreFailure when the trouble with an item is the sync database's: what would come next
   // would be left half done.
@@ -109,6 +119,9 @@ class PcStore {
 
  private:
   ComPtr<IContentData> Content(std::string_view text);
+  bool IsFiltered() const;
+  std::vector<std::u16string> AllIds();
+  void UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id);
 
   PcSide& side_;
   const StoreKind& kind_;

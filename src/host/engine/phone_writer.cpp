@@ -196,8 +196,7 @@ bool Runner::DeletePhone(Steps steps) {
     PcTransaction transaction(run_.pc.side());
     std::erase_if(removed, [&](const ItemLink* link) {
       if (link->pc < 0) return false;
-      return !Try("pc", NameOf(*link),
-                  [&] { run_.pc.Sent(SENTCMD_DEL, At(run_.sides.pc, link->pc).id); });
+      return !Try("pc", NameOf(*link), [&] { Forget(At(run_.sides.pc, link->pc)); });
     });
     transaction.Commit();
   }

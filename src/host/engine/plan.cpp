@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "host/engine/plan_recurrence.h"
 #include "support/text.h"
 
 namespace qv {
@@ -65,6 +66,16 @@ constexpr std::array<NewMoves, 5> kNewMoves = {{
     {Move::SettlePc, Move::DeletePhone, Move::ToPhone},
 }};
 
+// For a recorded pair whose PC item the filter keeps back. Columns as above: what leaves the filter
+// leaves the phone, and stays on the PC whatever the phone does.
+constexpr std::array<std::array<Move, 3>, 5> kFilteredMoves = {{
+    {Move::DeletePhone, Move::Settle, Move::Drop},
+    {Move::None, Move::SettlePhone, Move::Drop},
+    {Move::DeletePhone, Move::None, Move::Drop},
+    {Move::None, Move::SettlePhone, Move::Drop},
+    {Move::DeletePhone, Move::DeletePhone, Move::Drop},
+}};
+
 enum State : size_t { kSame, kChanged, kGone };
 
 struct PairState {
@@ -90,6 +101,10 @@ PairState StateOf(const Inventory& sides, const ItemLink& link) {
 
 bool IsUnreadable(const Inventory& sides, const ItemLink& link) {
   return link.phone >= 0 && At(sides.phone, link.phone).change == PhoneChange::Unreadable;
+}
+
+bool IsFiltered(const Inventory& sides, const ItemLink& link) {
+  return link.pc >= 0 && At(sides.pc, link.pc).change == PcChange::Filtered;
 }
 
 bool IsSettle(Move move) {
@@ -196,9 +211,29 @@ bool IsDoubtful(const Doubts& doubts, const PlanStep& step) {
 }
 
 constexpr std::string_view kActWords[] = {
-    "pc add",    "pc replace",   "phone add", "phone replace", "pair", "",
-    "pc delete", "phone delete", "",
+    "",     "pc add", "pc replace", "phone add",    "phone replace",
+    "pair", "",       "pc delete",  "phone delete", "",
 };
+
+// Of an act, and of the same act upon an exception.
+struct Rank {
+  int plain;
+  int exception;
+};
+// A deleted exception changes its series, which then goes to the phone.
+constexpr Rank kRanks[] = {
+    {0, 0},    // Adopt
+    {1, 3},    // PcAdd
+    {2, 4},    // PcReplace
+    {6, 6},    // PhoneAdd
+    {7, 7},    // PhoneReplace
+    {8, 8},    // Pair
+    {9, 9},    // Remember
+    {10, 5},   // PcDelete
+    {12, 12},  // PhoneDelete
+    {13, 13},  // Forget
+};
+constexpr int kPcDeleteWithSeries = 11;
 
 }  // namespace
 
@@ -207,10 +242,14 @@ Move MoveOf(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link) {
   const size_t row = Row(mode);
   if (link.record < 0) {
     const bool pcGone = IsGonePc(sides, link);
-    if (link.phone < 0) return pcGone ? Move::Drop : kNewMoves[row].pcOnly;
+    if (link.phone < 0) {
+      if (IsFiltered(sides, link)) return Move::None;
+      return pcGone ? Move::Drop : kNewMoves[row].pcOnly;
+    }
     return pcGone ? kNewMoves[row].phoneOnly : kNewMoves[row].both;
   }
   const PairState state = StateOf(sides, link);
+  if (IsFiltered(sides, link)) return kFilteredMoves[row][state.phone];
   const bool bothThere = state.pc != kGone && state.phone != kGone;
   if (mode == DS_SYNCTYPE_SLOW && bothThere &&
       (state.pc == kChanged) == (state.phone == kChanged)) {
@@ -245,12 +284,23 @@ SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides) {
       plan.held.push_back(step);
       continue;
     }
-    plan.pcDeletes += step.act == Act::PcDelete;
-    plan.phoneDeletes += step.act == Act::PhoneDelete;
     plan.steps.push_back(step);
   }
-  std::ranges::stable_sort(plan.steps, {}, &PlanStep::act);
+  PlanRecurrence(sides, plan);
+  for (const PlanStep& step : plan.steps) {
+    plan.pcDeletes += step.act == Act::PcDelete;
+    if (step.act != Act::PhoneDelete) continue;
+    ++plan.phoneDeletes;
+    plan.phoneFiltered += IsFiltered(sides, At(sides.links, step.link));
+  }
+  std::ranges::stable_sort(plan.steps, {}, RankOf);
   return plan;
+}
+
+int RankOf(const PlanStep& step) {
+  if (step.withSeries && step.act == Act::PcDelete) return kPcDeleteWithSeries;
+  const Rank& rank = kRanks[static_cast<size_t>(step.act)];
+  return step.isException ? rank.exception : rank.plain;
 }
 
 std::string ItemOf(const PlanStep& step, const Inventory& sides) {

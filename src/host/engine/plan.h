@@ -10,8 +10,8 @@
 
 namespace qv {
 
-// In the order in which a run does them: what makes or changes an item before what takes one away.
 enum class Act : uint8_t {
+  Adopt,  // the PC's item takes the phone's uid; it shows nowhere
   PcAdd,
   PcReplace,
   PhoneAdd,
@@ -30,18 +30,25 @@ struct PlanStep {
   int32_t link = -1;
   Act act = Act::Pair;
   Conflict conflict = Conflict::None;
+  bool isException = false;  // of a series
+  bool withSeries = false;   // goes because its series goes
 };
 
 struct SyncPlan {
   DS_SYNCTYPE mode = DS_SYNCTYPE_NONE;
+  // In the order in which a run does them: what makes or changes an item before what takes one
+  // away, a series before its exceptions.
   std::vector<PlanStep> steps;
   // Not done this time: a file of the phone that is on no record and cannot be read may be the very
   // item that would be deleted from the PC, or added to the phone a second time.
   std::vector<PlanStep> held;
   std::string doubtful;  // the name of such a file
   int64_t matched = 0;   // pairs that were found rather than known
+  // Changed on the phone, which has deleted the series: kept there.
+  std::vector<PlanStep> orphaned;
   int64_t pcDeletes = 0;
   int64_t phoneDeletes = 0;
+  int64_t phoneFiltered = 0;  // of these: items that stay on the PC, outside the filter
 };
 
 // What a pair asks for, before contents are looked at.
@@ -65,9 +72,12 @@ bool NeedsContent(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link
 
 SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides);
 
-// One line for a person, without a line end; empty for a step that shows nowhere.
+// The place of a step in the order of a run.
+int RankOf(const PlanStep& step);
+
 // The item of a step: the phone's file name, or the PC's identifier.
 std::string ItemOf(const PlanStep& step, const Inventory& sides);
+// One line for a person, without a line end; empty for a step that shows nowhere.
 std::string DescribeStep(const PlanStep& step, const Inventory& sides);
 
 }  // namespace qv

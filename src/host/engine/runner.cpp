@@ -6,6 +6,7 @@
 #include "host/engine/report_words.h"
 #include "host/engine/runner_try.h"
 #include "host/engine/scan.h"
+#include "pim/outlook_manager.h"
 #include "support/text.h"
 #include "support/user_flags.h"
 
@@ -42,6 +43,7 @@ bool Runner::Run(const SyncPlan& plan) {
     rest = rest.subspan(count);
     bool finished = true;
     switch (act) {
+      case Act::Adopt:
       case Act::PcAdd:
       case Act::PcReplace:
       case Act::PcDelete:
@@ -97,7 +99,9 @@ bool Runner::ChangePc(Steps steps) {
     const ItemLink& link = At(run_.sides.links, step.link);
     const std::string name = NameOf(link);
     if (step.act == Act::PcDelete) {
-      Try("pc", name, [&] { DeleteFromPc(link); });
+      Try("pc", name, [&] { DeleteFromPc(step); });
+    } else if (step.act == Act::Adopt) {
+      Try("pc", name, [&] { AdoptUid(link); });
     } else {
       const PhoneItem& item = At(run_.sides.phone, link.phone);
       std::string text;
@@ -117,6 +121,7 @@ void Runner::AddToPc(const ItemLink& link, const PhoneItem& item, std::string_vi
   // What is known of the item that went, before its successor comes.
   if (link.pc >= 0) run_.pc.Sent(SENTCMD_DEL, At(run_.sides.pc, link.pc).id);
   std::u16string id = run_.pc.Add(text);
+  KeepNeighboursState(id);
   transaction.Commit();
   Put(RowOf(item, std::move(id)));
   ++report_.pc.added;
@@ -146,17 +151,71 @@ void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::strin
   RequirePcUnchanged(target, current ? &*current : nullptr);
   std::optional<ConflictNote> note;
   if (step.conflict == Conflict::PhoneWon) note = KeepLoser(step, item, current->text);
-  run_.pc.Replace(target.id, text);
+  std::u16string id = target.id;
+  if (IsSubItemId(target.id) == !item.seriesUid.empty()) {
+    run_.pc.Replace(target.id, text);
+  } else {
+    // An exception that became an item of its own, or the other way round.
+    id = run_.pc.Add(text);
+    run_.pc.Delete(target.id);
+  }
+  KeepNeighboursState(id);
   transaction.Commit();
   if (note) report_.conflicts.push_back(std::move(*note));
-  Put(RowOf(item, target.id));
+  Put(RowOf(item, std::move(id)));
   ++report_.pc.replaced;
   report_.phoneWon += step.conflict == Conflict::PhoneWon;
 }
 
-void Runner::DeleteFromPc(const ItemLink& link) {
+// The store writes the rows of items next to the one it changes, a series beside its exception and
+// the other way round, as if the phone knew of them. What is agreed on is told in full, what the
+// phone does not know yet stays to be sent.
+void Runner::KeepNeighboursState(const std::u16string& id) {
+  settled_.insert(id);
+  if (neighbours_.empty()) {
+    for (const PcItem& item : run_.sides.pc) {
+      if (IsSubItemId(item.id)) neighbours_[std::u16string(SeriesPartOf(item.id))].push_back(&item);
+    }
+    for (const PcItem& item : run_.sides.pc) {
+      if (!IsSubItemId(item.id)) neighbours_[item.id].push_back(&item);
+    }
+  }
+  const bool isException = IsSubItemId(id);
+  const std::u16string series(SeriesPartOf(id));
+  const auto found = neighbours_.find(series);
+  if (isException && settled_.contains(series)) run_.pc.Sent(SENTCMD_REPL, series);
+  if (found == neighbours_.end()) return;
+  for (const PcItem* item : found->second) {
+    // The store has written the series for an exception, and the exceptions for a series.
+    if (IsSubItemId(item->id) == isException || settled_.contains(item->id)) continue;
+    if (item->change == PcChange::Changed) run_.pc.MarkPending(item->id);
+    if (item->change == PcChange::Same && isException) run_.pc.Sent(SENTCMD_REPL, item->id);
+  }
+}
+
+void Runner::AdoptUid(const ItemLink& link) {
   const PcItem& target = At(run_.sides.pc, link.pc);
   PcTransaction transaction(run_.pc.side());
+  run_.pc.AdoptUid(target.id, At(run_.sides.phone, link.phone).uid);
+  KeepNeighboursState(target.id);
+  // What is still to be done with the item has not been agreed on.
+  settled_.erase(target.id);
+  if (target.change != PcChange::Same) run_.pc.MarkPending(target.id);
+  transaction.Commit();
+}
+
+void Runner::DeleteFromPc(const PlanStep& step) {
+  const ItemLink& link = At(run_.sides.links, step.link);
+  const PcItem& target = At(run_.sides.pc, link.pc);
+  PcTransaction transaction(run_.pc.side());
+  if (step.withSeries) {
+    // It went when its series did.
+    run_.pc.Sent(SENTCMD_DEL, target.id);
+    transaction.Commit();
+    Drop(link);
+    ++report_.pc.deleted;
+    return;
+  }
   std::optional<PcText> current;
   try {
     current = run_.pc.Get(target.id, false);
@@ -173,9 +232,18 @@ void Runner::DeleteFromPc(const ItemLink& link) {
 void Runner::NoteOne(const PlanStep& step) {
   const ItemLink& link = At(run_.sides.links, step.link);
   if (step.act == Act::Forget) {
-    if (link.pc >= 0) run_.pc.Sent(SENTCMD_DEL, At(run_.sides.pc, link.pc).id);
+    if (link.pc >= 0) Forget(At(run_.sides.pc, link.pc));
   } else if (step.act == Act::Pair && !link.statusWritten) {
     run_.pc.Sent(SENTCMD_ADD, At(run_.sides.pc, link.pc).id);
+  }
+}
+
+// The phone no longer has it.
+void Runner::Forget(const PcItem& item) {
+  if (item.change == PcChange::Filtered) {
+    run_.pc.LeftFilter(item.id);
+  } else {
+    run_.pc.Sent(SENTCMD_DEL, item.id);
   }
 }
 

@@ -7,6 +7,9 @@
 #include <chrono>
 #include <span>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 #include "host/engine/conflict_files.h"
 #include "host/engine/engine_record.h"
@@ -67,7 +70,10 @@ class Runner {
 
   void AddToPc(const ItemLink& link, const PhoneItem& item, std::string_view text);
   void ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::string_view text);
-  void DeleteFromPc(const ItemLink& link);
+  void DeleteFromPc(const PlanStep& step);
+  void AdoptUid(const ItemLink& link);
+  void KeepNeighboursState(const std::u16string& id);
+  void Forget(const PcItem& item);
   void RequirePcUnchanged(const PcItem& item, const PcText* current) const;
   void RequirePhoneUnchanged(const PhoneItem& item, bool mayBeGone) const;
 
@@ -93,6 +99,9 @@ class Runner {
   RunSides run_;
   StoreReport& report_;
   ProgressMeter& progress_;
+  // Items that this run has brought in step, and the known items of each series, itself included.
+  std::unordered_set<std::u16string> settled_;
+  std::unordered_map<std::u16string, std::vector<const PcItem*>> neighbours_;
 };
 
 }  // namespace qv

@@ -18,6 +18,14 @@ std::string Count(int64_t number, std::string_view store) {
   return std::to_string(number) + " " + std::string(store);
 }
 
+// What a filter hides looks like a deletion, and must not pass for one.
+std::string FilterNote(const SyncPlan& plan) {
+  if (plan.phoneFiltered == 0) return {};
+  return " (" + std::to_string(plan.phoneFiltered) +
+         " of them only because the filter in qvsync.conf now leaves them out; those stay on the "
+         "PC)";
+}
+
 std::string WayOut(const SideView& a, const SideView& b, std::string_view store) {
   std::string text = "; now ";
   text.append(a.name).append(" holds ").append(Count(a.items, store)).append(" and ");
@@ -60,7 +68,9 @@ std::string SafetyStop(const SyncPlan& plan, const Inventory& sides, std::string
   for (const SideView& side : views) {
     if (side.deletes > kFewDeletes && side.deletes * 2 > side.items) {
       return "this would delete " + std::to_string(side.deletes) + " of the " +
-             Count(side.items, store) + " on " + side.name + WayOut(views[0], views[1], store);
+             Count(side.items, store) + " on " + side.name +
+             (&side == &views[1] ? FilterNote(plan) : std::string()) +
+             WayOut(views[0], views[1], store);
     }
   }
   return {};

@@ -17,6 +17,25 @@ void CheckStop() {
   if (IsSyncStopped()) throw SyncStopped();
 }
 
+void NoteText(IItemCommon& parsed, PhoneItem& item) {
+  item.uid = UidOf(parsed);
+  const auto calendar = Query<ICalendarItem>(&parsed);
+  if (!calendar) return;
+  Bstr series;
+  BOOL isSeries = kFalse;
+  Check(calendar->get_ParentRecurUid(series.Out()));
+  Check(calendar->get_IsRecurring(&isSeries));
+  item.seriesUid = series.str();
+  item.isSeries = isSeries != kFalse;
+}
+
+PhoneAge AgeOf(const PhoneItem& item, IItemCommon& parsed) {
+  PhoneAge age;
+  age.modifiedNs = item.modifiedNs;
+  Check(parsed.get_ObjModified(&age.objModified));
+  return age;
+}
+
 }  // namespace
 
 TextLook PlainLook(PcStore& store) {
@@ -25,7 +44,7 @@ TextLook PlainLook(PcStore& store) {
       const ComPtr<IItemCommon> parsed = store.Parse(text);
       if (!parsed) return kNoItem;
       if (store.kind().split(text).size() > 1) return kManyItems;
-      item.uid = UidOf(*parsed);
+      NoteText(*parsed, item);
       return {};
     } catch (const ItemError& error) {
       return error.what();
@@ -38,13 +57,14 @@ TextLook PlainLook(PcStore& store) {
 Inventory Survey::Load(DS_SYNCTYPE mode, std::vector<RecordRow> records,
                        const std::vector<FolderEntry>& files, int64_t recordNs) {
   sides_.records = std::move(records);
-  pc_.ReadItems(sides_.pc, sides_.pcCount);
+  pc_.ReadItems(sides_.pc, sides_.pcCount, mode == DS_SYNCTYPE_SLOW);
   ScanFor(mode, files, recordNs);
   if (mode == DS_SYNCTYPE_SLOW) {
     LinkSlow(sides_, matches_);
   } else {
     LinkByRecord(sides_);
   }
+  MatchOccurrences();
   MatchLone();
   LinkRemaining(sides_, matches_);
   CompareLinks(mode);
@@ -92,11 +112,11 @@ std::string Survey::LookAndMatch(int32_t index, PhoneItem& item, std::string_vie
   try {
     const ComPtr<IItemCommon> parsed = pc_.ParseAndMatch(text, duplicate);
     if (!parsed) return kNoItem;
-    item.uid = UidOf(*parsed);
+    NoteText(*parsed, item);
     if (duplicate.sourceUid.empty()) return {};
     const PcText onPc = pc_.Get(duplicate.sourceUid, false);
     match.pcUid = UidOf(*onPc.item);
-    match.newer = NewerSide(duplicate.winner, item.modifiedNs, *onPc.item);
+    match.newer = NewerSide(duplicate.winner, AgeOf(item, *parsed), *onPc.item);
     match.content = Compare(pc_, *parsed, *onPc.item);
   } catch (const ItemError& error) {
     reason = error.what();
@@ -155,6 +175,35 @@ std::vector<LoneItem> Survey::PcPrints(const std::vector<int32_t>& links) {
   return items;
 }
 
+// The series of a lone exception is known by the uid that the phone has for it.
+void Survey::MatchOccurrences() {
+  std::vector<int32_t> exceptions = LonePhoneLinks(sides_);
+  std::erase_if(exceptions, [this](int32_t link) {
+    return At(sides_.phone, At(sides_.links, link).phone).seriesUid.empty();
+  });
+  if (exceptions.empty()) return;
+  std::unordered_map<std::u16string_view, int32_t> seriesByUid;
+  for (const ItemLink& link : sides_.links) {
+    if (link.pc >= 0 && link.phone >= 0)
+      seriesByUid.emplace(At(sides_.phone, link.phone).uid, link.pc);
+  }
+  std::vector<OccurrenceMatch> matches;
+  for (const int32_t link : exceptions) {
+    CheckStop();
+    PhoneItem& item = At(sides_.phone, At(sides_.links, link).phone);
+    const auto series = seriesByUid.find(item.seriesUid);
+    if (series == seriesByUid.end()) continue;
+    const char* side = "phone";
+    const bool done = Try(side, item.name, [&] {
+      OccurrenceMatch match{
+          link, pc_.SameOccurrence(At(sides_.pc, series->second).id, TextOf(phone_, item))};
+      if (!match.pcId.empty()) matches.push_back(std::move(match));
+    });
+    if (!done) item.change = PhoneChange::Unreadable;
+  }
+  LinkOccurrences(sides_, matches);
+}
+
 // What was made on both sides, or was on its way when a run ended, is one item and not two.
 void Survey::MatchLone() {
   const std::vector<int32_t> phone = LonePhoneLinks(sides_);
@@ -182,13 +231,15 @@ void Survey::CompareLinks(DS_SYNCTYPE mode) {
       side = "pc";
       const PcText onPc = pc_.Get(id, false);
       side = "phone";
+      const ComPtr<IItemCommon> parsed = pc_.Parse(text);
+      if (!parsed) throw ItemError(kNoItem);
+      const PhoneAge age = AgeOf(item, *parsed);
       if (compare) {
-        const ComPtr<IItemCommon> parsed = pc_.Parse(text);
-        if (!parsed) throw ItemError(kNoItem);
+        link.adoptUid = MustAdopt(item, UidOf(*onPc.item));
         link.content = Compare(pc_, *parsed, *onPc.item);
       }
       if (NeedsWinner(mode, link)) {
-        link.newer = NewerSide(pc_.WhoIsNewer(id, text), item.modifiedNs, *onPc.item);
+        link.newer = NewerSide(pc_.WhoIsNewer(id, text), age, *onPc.item);
       }
     });
     // Left alone in this run.

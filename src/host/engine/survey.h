@@ -27,6 +27,7 @@ class Survey {
  private:
   void ScanFor(DS_SYNCTYPE mode, const std::vector<FolderEntry>& files, int64_t recordNs);
   std::string LookAndMatch(int32_t index, PhoneItem& item, std::string_view text);
+  void MatchOccurrences();
   void MatchLone();
   std::vector<LoneItem> PhonePrints(const std::vector<int32_t>& links);
   std::vector<LoneItem> PcPrints(const std::vector<int32_t>& links);

@@ -49,15 +49,9 @@ DS_SYNCTYPE ChooseMode(DS_SYNCTYPE wanted, bool slowDone) {
 }
 
 void CountStep(const PlanStep& step, StoreReport& report) {
-  int64_t* counters[] = {&report.pc.added,
-                         &report.pc.replaced,
-                         &report.phone.added,
-                         &report.phone.replaced,
-                         nullptr,
-                         nullptr,
-                         &report.pc.deleted,
-                         &report.phone.deleted,
-                         nullptr};
+  int64_t* counters[] = {
+      nullptr, &report.pc.added, &report.pc.replaced, &report.phone.added,   &report.phone.replaced,
+      nullptr, nullptr,          &report.pc.deleted,  &report.phone.deleted, nullptr};
   if (int64_t* counter = counters[static_cast<size_t>(step.act)]) ++*counter;
   report.pcWon += step.conflict == Conflict::PcWon;
   report.phoneWon += step.conflict == Conflict::PhoneWon;
@@ -174,6 +168,11 @@ void StoreSync::Sync(PcStore& pc) {
         {deletes ? "pc" : "phone", ItemOf(step, sides),
          std::string(deletes ? "it is gone from the phone" : "it is not on the phone") + ", but " +
              plan.doubtful + " there cannot be read and may be it; repair or remove that file"});
+  }
+  for (const PlanStep& step : plan.orphaned) {
+    report_.failed.push_back({"phone", ItemOf(step, sides),
+                              "it changed on the phone, but its series was deleted there; put the "
+                              "series back, or remove this file"});
   }
   if (session_.options.dryRun) {
     Show(plan, sides);

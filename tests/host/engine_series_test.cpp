@@ -1,0 +1,249 @@
+// Series and their exceptions through the engine.
+#include <gtest/gtest.h>
+
+#include "host/engine_rig.h"
+
+namespace qv {
+namespace {
+
+using test::Rig;
+
+constexpr const char* kZones[] = {"UTC0", "CET-1CEST,M3.5.0,M10.5.0/3",
+                                  "AEST-10AEDT,M10.1.0,M4.1.0/3", "EST5EDT,M3.2.0,M11.1.0"};
+
+std::string Wrap(const std::string& lines) {
+  return "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\n" + lines +
+         "END:VEVENT\r\nEND:VCALENDAR\r\n";
+}
+
+// A weekly series over the days on which clocks change, in both halves of the world.
+std::string Series(const std::string& name, const std::string& uid = {},
+                   const std::string& more = {}) {
+  return Wrap((uid.empty() ? "" : "UID:" + uid + "\r\n") + "SUMMARY:" + name +
+              "\r\nDTSTART:20240310T150000Z\r\nDTEND:20240310T160000Z\r\n"
+              "RRULE:W1 SU #8\r\n" +
+              more);
+}
+
+std::string Exception(const std::string& name, const std::string& occurrence,
+                      const std::string& uid = {}, const std::string& series = {}) {
+  return Wrap((uid.empty() ? "" : "UID:" + uid + "\r\n") + "SUMMARY:" + name +
+              "\r\nDTSTART:" + occurrence.substr(0, 9) +
+              "173000Z\r\nDTEND:" + occurrence.substr(0, 9) + "180000Z\r\nX-RECUR-ENTRY:2;" +
+              occurrence + "\r\n" + (series.empty() ? "" : "X-PARENT-UID:" + series + "\r\n"));
+}
+
+constexpr char kFirst[] = "20240331T150000Z";
+constexpr char kSecond[] = "20240407T150000Z";
+
+class EngineSeries : public testing::TestWithParam<const char*> {
+ protected:
+  EngineSeries() { rig.zone.Set(ParsePosixZone(GetParam())); }
+
+  StoreReport Sync(DS_SYNCTYPE mode = DS_SYNCTYPE_NONE) {
+    SyncOptions options;
+    options.allowMassDelete = true;
+    const StoreReport report = rig.Sync(mode, options);
+    EXPECT_EQ(report.message, "");
+    for (const ItemFailure& failure : report.failed) {
+      ADD_FAILURE() << failure.side << " " << failure.item << ": " << failure.reason;
+    }
+    return report;
+  }
+  // Both sides hold these items, exceptions hang on their series, and there is nothing to do.
+  void ExpectInStep(size_t items) {
+    EXPECT_EQ(rig.PcItems().size(), items);
+    EXPECT_EQ(rig.PcContents(), rig.PhoneContents());
+    std::set<std::string> uids;
+    for (const auto& [name, text] : rig.PhoneFiles()) {
+      uids.insert(ToUtf8(CalendarOf(ReadItem(rig.kind, text).get())->fields.objUid));
+    }
+    for (const auto& [name, text] : rig.PhoneFiles()) {
+      const auto item = ReadItem(rig.kind, text);
+      const Calendar& calendar = *CalendarOf(item.get());
+      if (calendar.isRecurring) continue;
+      EXPECT_TRUE(uids.contains(ToUtf8(calendar.parentRecurUid))) << text;
+    }
+    const StoreReport again = Sync();
+    for (const SideCounts& counts : {again.pc, again.phone}) {
+      EXPECT_EQ(counts.added + counts.replaced + counts.deleted, 0);
+    }
+  }
+  std::string PhoneText(const std::string& word) const {
+    for (const auto& [name, text] : rig.PhoneFiles()) {
+      if (text.find(word) != text.npos) return text;
+    }
+    return {};
+  }
+  std::string FileOf(const std::string& word) const {
+    for (const auto& [name, text] : rig.PhoneFiles()) {
+      if (text.find(word) != text.npos) return name;
+    }
+    return {};
+  }
+  // What the phone's user makes of a text.
+  void PhoneEdit(const std::string& word, const std::string& from, const std::string& to) {
+    std::string text = PhoneText(word);
+    ASSERT_NE(text.find(from), text.npos) << text;
+    text.replace(text.find(from), from.size(), to);
+    rig.PhonePut(FileOf(word), text);
+  }
+  bool HasConflictText(const std::string& word) const {
+    for (const std::string& text : rig.ConflictTexts()) {
+      if (text.find(word) != text.npos) return true;
+    }
+    return false;
+  }
+
+  Rig rig{"calendar"};
+};
+
+TEST_P(EngineSeries, GoFromThePcToThePhoneAndBack) {
+  const std::u16string series = rig.PcAdd(Series("standup"));
+  const std::u16string moved = rig.PcAddException(series, Exception("moved", kFirst));
+  Sync();
+  ExpectInStep(2);
+  PhoneEdit("moved", "moved", "moved twice");
+  Sync();
+  ExpectInStep(2);
+  PhoneEdit("standup", "standup", "renamed");
+  Sync();
+  ExpectInStep(2);
+  rig.PcEdit(moved, Exception("on the PC", kFirst));
+  Sync();
+  ExpectInStep(2);
+  EXPECT_EQ(Sync(DS_SYNCTYPE_SLOW).phone.replaced, 0);
+  ExpectInStep(2);
+}
+
+TEST_P(EngineSeries, ComeFromThePhoneInAnyOrder) {
+  rig.PhonePut("a-exception.vcs", Exception("moved", kFirst, "e1", "s1"));
+  const StoreReport early = rig.Sync();
+  ASSERT_EQ(early.failed.size(), 1u) << "its series is unknown";
+  EXPECT_EQ(rig.PcItems().size(), 0u);
+  EXPECT_NE(PhoneText("moved"), "") << "and it stays where it is";
+  rig.PhonePut("b-series.vcs", Series("standup", "s1"));
+  rig.PhonePut("0-exception.vcs", Exception("moved too", kSecond, "e2", "s1"));
+  Sync();
+  ExpectInStep(3);
+  EXPECT_TRUE(IsSubItemId(rig.PcIdOf(Exception("moved", kFirst))));
+}
+
+TEST_P(EngineSeries, ADeletedExceptionIsADeletedOccurrenceOnBothSides) {
+  const std::u16string series = rig.PcAdd(Series("standup"));
+  rig.PcAddException(series, Exception("first", kFirst));
+  const std::u16string second = rig.PcAddException(series, Exception("second", kSecond));
+  Sync();
+  rig.PhoneDelete(FileOf("first"));
+  Sync();
+  ExpectInStep(2);
+  EXPECT_NE(PhoneText("standup").find(std::string("X-RECUR-ENTRY:1;") + kFirst), std::string::npos);
+  rig.PcDelete(second);
+  Sync();
+  ExpectInStep(1);
+  EXPECT_NE(PhoneText("standup").find(std::string("X-RECUR-ENTRY:1;") + kSecond),
+            std::string::npos);
+}
+
+TEST_P(EngineSeries, ASeriesTakesItsExceptionsAlong) {
+  for (const bool onPhone : {true, false}) {
+    const std::u16string series = rig.PcAdd(Series("standup"));
+    rig.PcAddException(series, Exception("moved", kFirst));
+    Sync();
+    ASSERT_EQ(rig.PhoneFiles().size(), 2u);
+    onPhone ? rig.PhoneDelete(FileOf("standup")) : rig.PcDelete(series);
+    Sync();
+    ExpectInStep(0);
+    EXPECT_TRUE(rig.PhoneFiles().empty());
+  }
+}
+
+TEST_P(EngineSeries, AChangeOfAnExceptionKeepsItsSeriesAlive) {
+  for (const bool onPhone : {true, false}) {
+    const std::u16string series = rig.PcAdd(Series("standup"));
+    rig.PcAddException(series, Exception("moved", kFirst));
+    const std::u16string other = rig.PcAddException(series, Exception("untouched", kSecond));
+    Sync();
+    if (onPhone) {
+      PhoneEdit("moved", "moved", "changed");
+      rig.PcDelete(series);
+    } else {
+      rig.PcEdit(other, Exception("changed", kSecond));
+      for (const char* word : {"standup", "moved", "untouched"}) rig.PhoneDelete(FileOf(word));
+    }
+    Sync();
+    ExpectInStep(3);
+    EXPECT_NE(PhoneText("changed"), "");
+    rig.PcDelete(rig.PcIdOf(PhoneText("standup")));
+    Sync();
+    ExpectInStep(0);
+  }
+}
+
+TEST_P(EngineSeries, OneOccurrenceChangedOnBothSidesIsAConflict) {
+  const std::u16string series = rig.PcAdd(Series("standup"));
+  Sync();
+  const std::string uid =
+      ToUtf8(CalendarOf(ReadItem(rig.kind, PhoneText("standup")).get())->fields.objUid);
+  rig.PcAddException(series, Exception("of the PC", kFirst));
+  std::string phone = Exception("of the phone", kFirst, "e1", uid);
+  phone.insert(phone.find("SUMMARY"), "LAST-MODIFIED:20330101T000000Z\r\n");
+  rig.PhonePut("e1.vcs", phone);
+  const StoreReport report = Sync();
+  EXPECT_EQ(report.phoneWon, 1);
+  ExpectInStep(2);
+  EXPECT_NE(PhoneText("of the phone"), "");
+  EXPECT_TRUE(HasConflictText("of the PC"));
+}
+
+TEST_P(EngineSeries, MeetInASlowSyncAndTakeThePhonesUid) {
+  const std::u16string series = rig.PcAdd(Series("standup"));
+  rig.PcAddException(series, Exception("same", kFirst));
+  rig.PhonePut("s.vcs", Series("standup", "phone-series"));
+  rig.PhonePut("e1.vcs", Exception("same", kFirst, "e1", "phone-series"));
+  rig.PhonePut("e2.vcs", Exception("new", kSecond, "e2", "phone-series"));
+  const StoreReport report = Sync();
+  EXPECT_EQ(report.mode, DS_SYNCTYPE_SLOW);
+  EXPECT_EQ(report.pc.added, 1);
+  EXPECT_EQ(report.phone.added + report.phone.replaced, 0);
+  ExpectInStep(3);
+}
+
+TEST_P(EngineSeries, AnItemMayBecomeAnExceptionAndOneMayBreakFree) {
+  rig.PhonePut("s.vcs", Series("standup", "s1"));
+  rig.PhonePut("e.vcs", Exception("roving", kFirst, "e1", "s1"));
+  Sync();
+  PhoneEdit("roving", "X-PARENT-UID:s1\r\n", "");
+  PhoneEdit("roving", std::string("X-RECUR-ENTRY:2;") + kFirst + "\r\n", "");
+  Sync();
+  EXPECT_EQ(rig.PcItems().size(), 2u);
+  PhoneEdit("roving", "SUMMARY",
+            std::string("X-PARENT-UID:s1\r\nX-RECUR-ENTRY:2;") + kSecond + "\r\nSUMMARY");
+  Sync();
+  ExpectInStep(2);
+}
+
+TEST_P(EngineSeries, OneWaySyncsLeaveWhatIsPendingPending) {
+  const std::u16string series = rig.PcAdd(Series("standup"));
+  const std::u16string moved = rig.PcAddException(series, Exception("moved", kFirst));
+  Sync();
+  rig.PcEdit(moved, Exception("edited", kFirst));
+  PhoneEdit("standup", "standup", "renamed");
+  Sync(DS_SYNCTYPE_ONEFROM_CLIENT);
+  EXPECT_EQ(PhoneText("edited"), "");
+  Sync();
+  EXPECT_NE(PhoneText("edited"), "") << "the store noted the series' exceptions as agreed on";
+  ExpectInStep(2);
+  rig.PcEdit(series, Series("again"));
+  PhoneEdit("edited", "edited", "on the phone");
+  Sync(DS_SYNCTYPE_ONEFROM_CLIENT);
+  Sync();
+  EXPECT_NE(PhoneText("again"), "") << "the store noted the exception's series as agreed on";
+  ExpectInStep(2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Zones, EngineSeries, testing::ValuesIn(kZones),
+                         [](const auto& info) { return std::string(info.param).substr(0, 3); });
+
+}  // namespace
+}  // namespace qv
