@@ -1,15 +1,33 @@
+#include "items/calendar_item.h"
 #include "items/contact_item.h"
 #include "items/content_data.h"
-#include "items/vcard_converter.h"
+#include "items/note_item.h"
+#include "items/text_converter.h"
+#include "items/vcalendar.h"
+#include "items/vcard.h"
+#include "items/vnote.h"
 #include "platform/com/class_factory.h"
 #include "platform/com/component_ids.h"
 
 namespace qv {
+namespace {
+
+using VCardConverter =
+    TextConverter<IVCardConverter, ParseVCard, WriteVCard, MakeContactItem, ContactOf>;
+using VCalendarConverter = TextConverter<IVCalendarConverter, ParseVCalendar, WriteVCalendar,
+                                         MakeCalendarItem, CalendarOf>;
+using VNoteConverter = TextConverter<IVNoteConverter, ParseVNote, WriteVNote, MakeNoteItem, NoteOf>;
+
+}  // namespace
 
 void RegisterItemClasses() {
   RegisterClass(CLSID_ContactItem, &CreateClass<ContactItem>);
+  RegisterClass(CLSID_CalendarItem, &CreateClass<CalendarItem>);
+  RegisterClass(CLSID_NoteItem, &CreateClass<NoteItem>);
   RegisterClass(CLSID_ContentData, &CreateClass<ContentData>);
   RegisterClass(CLSID_VCardConverter, &CreateClass<VCardConverter>);
+  RegisterClass(CLSID_VCalendarConverter, &CreateClass<VCalendarConverter>);
+  RegisterClass(CLSID_VNoteConverter, &CreateClass<VNoteConverter>);
 }
 
 }  // namespace qv

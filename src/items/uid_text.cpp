@@ -1,4 +1,4 @@
-#include "items/vcard.h"
+#include "items/uid_text.h"
 
 namespace qv {
 namespace {

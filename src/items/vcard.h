@@ -22,9 +22,4 @@ std::string WriteVCard(const Contact& contact);
 // text is to be converted first, see support/vobject/marked_text.h.
 std::vector<std::string_view> SplitVCards(std::string_view text);
 
-// A uid as it is kept: a single quote, a NUL, and a percent sign before two hexadecimal digits are
-// percent-encoded, so that the uid may stand in a statement; and back.
-std::u16string EncodeUid(std::u16string_view uid);
-std::u16string DecodeUid(std::u16string_view uid);
-
 }  // namespace qv

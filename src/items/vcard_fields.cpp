@@ -4,6 +4,8 @@
 #include <array>
 
 #include "items/kinds.h"
+#include "items/moment_text.h"
+#include "items/uid_text.h"
 #include "items/vcard.h"
 #include "items/vcard_values.h"
 #include "support/text.h"

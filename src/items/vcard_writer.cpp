@@ -1,6 +1,8 @@
 #include <array>
 
+#include "items/moment_text.h"
 #include "items/nesting.h"
+#include "items/uid_text.h"
 #include "items/vcard.h"
 #include "items/vcard_labels.h"
 #include "items/vcard_tables.h"

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "items/moment_text.h"
+#include "items/uid_text.h"
 #include "items/vcard.h"
 #include "items/vcard_values.h"
 #include "support/date_time.h"

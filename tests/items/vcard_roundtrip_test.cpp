@@ -4,6 +4,7 @@
 #include <array>
 #include <random>
 
+#include "items/uid_text.h"
 #include "items/vcard.h"
 #include "support/date_time.h"
 #include "support/text.h"

@@ -1,0 +1,33 @@
+// Dates and moments as vObject texts write them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/com/types.h"
+
+namespace qv {
+
+// "YYYYMMDD" or "YYYY-MM-DD", with or without a time of day behind it, which is checked and
+// dropped. Nothing for a date without a year, month or day, and for 30 December 1899, which as an
+// automation date would read as no date.
+std::optional<DATE> ParseDay(std::string_view text);
+// The same dates with "hh", "hhmm" or "hhmmss", with or without ':' and a fraction, and "Z" or an
+// offset. UTC; a time without a zone is taken for UTC. Whole seconds.
+std::optional<DATE> ParseMoment(std::string_view text);
+
+// The same, and what the text says of it: without a time of day it is a date, without a zone it is
+// wall-clock time somewhere.
+struct Stamp {
+  DATE date = 0.0;
+  bool hasTime = false;
+  bool hasZone = false;  // then `date` is UTC
+};
+std::optional<Stamp> ParseStamp(std::string_view text);
+
+// "YYYYMMDD" and "YYYYMMDDThhmmssZ"; empty for a date that is none.
+std::string DayText(DATE date);
+std::string MomentText(DATE date);
+
+}  // namespace qv
