@@ -5,7 +5,9 @@ namespace qv {
 Envelope EnvelopeOf(const Line& line, std::string_view own) {
   const bool begin = SameWord(line.name, "BEGIN");
   if (!begin && !SameWord(line.name, "END")) return Envelope::None;
-  const bool isOwn = SameWord(Trimmed(line.value), own);
+  const std::string_view name = Trimmed(line.value);
+  bool isOwn = false;
+  for (std::string_view word; !isOwn && NextWord(own, word);) isOwn = SameWord(name, word);
   if (begin) return isOwn ? Envelope::BeginOwn : Envelope::BeginOther;
   return isOwn ? Envelope::EndOwn : Envelope::EndOther;
 }

@@ -14,7 +14,8 @@ namespace qv {
 
 enum class Envelope { None, BeginOwn, BeginOther, EndOwn, EndOther };
 
-// `own` in any letter case: "VCARD".
+// `own` is one name or several with commas between them, "VEVENT,VTODO"; letter case does not
+// count.
 Envelope EnvelopeOf(const Line& line, std::string_view own);
 
 constexpr bool IsBegin(Envelope envelope) {

@@ -1,0 +1,148 @@
+// The fields of one event or task: properties into a calendar item.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "items/moment_text.h"
+#include "items/vcalendar_zone.h"
+#include "support/vobject/decode.h"
+
+namespace qv {
+
+// What the names of properties mean.
+enum class CalendarField : uint8_t {
+  Extra,
+  Dropped,
+  Uid,
+  OtherUid,
+  Modified,
+  Subject,
+  Body,
+  Location,
+  Start,
+  End,
+  Due,
+  Duration,
+  AllDay,
+  EventType,
+  Completed,
+  Status,
+  Priority,
+  Sensitivity,
+  Alarm,
+  Rule,
+  OtherRule,
+  Deletion,
+  Occurrence,
+  Parent,
+  Entry,
+};
+
+// What a field says of itself may depend on others behind it: when the reminder comes on the start,
+// what a rule leaves out too. Such a property joins the extras in its place and leaves them at the
+// end if it was understood. A field that holds one value keeps the first.
+//
+// What is an extra must not depend on the dialect: an item is written back in the old one, extras
+// as they stood, and must read the same. Dates are therefore unfolded in one way only.
+class VCalendarFields {
+ public:
+  VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zones);
+
+  // A property, with its value as it stood.
+  void Read(const Line& line);
+  // A component inside, from its BEGIN line to the end of its END.
+  void ReadNested(std::string_view header, std::string_view value);
+  // More extras than any item has: it is none.
+  bool isOverfull() const { return overfull_; }
+  // A zone was named that is not known (yet).
+  bool missedZone() const { return missedZone_; }
+  // The item. Ends the reading.
+  Calendar Take();
+
+ private:
+  // A moment of the text.
+  struct Moment {
+    DATE utc = 0.0;
+    DATE local = 0.0;  // of a date alone its midnight
+    bool isDate = false;
+    bool isLastSecond = false;  // 23:59:59, by its own clock
+  };
+  // A property that waits among the extras.
+  struct Waiting {
+    size_t extra = 0;
+    Moment moment;
+    std::string value;
+    std::u16string uid;
+    bool isRule = false;  // of those that make a series: RRULE, and what no number holds
+  };
+  // A reminder as a moment, or as minutes before the beginning.
+  struct Alarm {
+    size_t extra = 0;
+    DATE moment = 0.0;
+    int64_t leadSeconds = 0;
+  };
+
+  bool ReadField(CalendarField field, const Line& line);
+  bool ReadText(const Line& line, std::u16string& text);
+  bool ReadUid(const Line& line, std::u16string& uid);
+  bool ReadModified(const Line& line);
+  bool ReadMoment(const Line& line, std::optional<Moment>& moment);
+  bool ReadAllDay(const Line& line, std::string_view yes);
+  bool ReadStatus(const Line& line);
+  bool ReadPriority(const Line& line);
+  bool ReadSensitivity(const Line& line);
+  bool ReadCompleted(const Line& line);
+  bool ReadEntry(const Line& line);
+  bool Wait(const Line& line, std::vector<Waiting>& list, bool isRule = false);
+  bool WaitForAlarm(const Line& line);
+
+  std::optional<std::string_view> TokenOf(const Line& line);
+  std::optional<Moment> MomentOf(const Line& line, std::string_view text);
+  std::optional<Moment> MomentIn(std::string_view zone, std::string_view text);
+
+  void KeepExtra(std::string_view header, std::string_view value);
+  void Understood(size_t extra) { understood_.push_back(extra); }
+  void FinishUid();
+  void FinishTimes();
+  void FinishSeries();
+  void FinishRules();
+  void FinishDeletions();
+  void FinishReminder();
+  void FinishStatus();
+  void DropUnderstood();
+  // What the reminder and the rules count from.
+  DATE Beginning() const;
+
+  Dialect dialect_;
+  CalendarZones& zones_;
+  ValueDecoder decoder_;
+  Calendar item_;
+  std::optional<Moment> start_;
+  std::optional<Moment> end_;
+  std::optional<Moment> due_;
+  size_t endExtra_ = 0;  // of a task's DTEND, which waits for a DUE
+  bool endWaits_ = false;
+  bool statusRead_ = false;
+  bool priorityRead_ = false;
+  bool sensitivityRead_ = false;
+  std::optional<bool> allDay_;
+  std::vector<Waiting> otherUids_;
+  std::vector<Waiting> durations_;
+  std::vector<Waiting> parents_;
+  std::vector<Waiting> occurrences_;  // RECURRENCE-ID
+  std::vector<Waiting> rules_;
+  std::vector<Waiting> deletions_;  // EXDATE
+  std::vector<Alarm> alarms_;
+  std::vector<size_t> statusExtras_;
+  std::vector<size_t> understood_;
+  bool overfull_ = false;
+  bool missedZone_ = false;
+};
+
+// "PT15M", "-P1DT2H", "P2W" (RFC 5545, 3.3.6) in seconds; nothing for what is none.
+std::optional<int64_t> ParseDuration(std::string_view text);
+
+}  // namespace qv
