@@ -171,7 +171,7 @@ class RuleDays {
 class Beginnings {
  public:
   Beginnings(const CalendarContent& series, int64_t from, int64_t to)
-      : series_(series), rule_(series.recurrence), from_(from), to_(to) {}
+      : rule_(series.recurrence), from_(from), to_(to) {}
 
   void Walk(int64_t start, const std::function<bool(const Occurrence&)>& take) {
     // The start is the first occurrence whatever the rule says (RFC 5545, 3.8.5.3).
@@ -214,7 +214,6 @@ class Beginnings {
     return VariantTimeToSeconds(UtcToLocal(utc, true).value);
   }
 
-  const CalendarContent& series_;
   const Recurrence& rule_;
   const int64_t from_;
   const int64_t to_;

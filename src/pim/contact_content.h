@@ -1,4 +1,4 @@
-// The stored form of a contact's content: small, quick, and the same bytes for the same content.
+// The stored form of a contact's content, and its name for a person.
 #pragma once
 
 #include <optional>

@@ -2,7 +2,9 @@
 
 #include "items/item_objects.h"
 #include "items/key_text.h"
+#include "pim/calendar_content.h"
 #include "pim/contact_content.h"
+#include "pim/note_content.h"
 
 namespace qv {
 namespace {
@@ -14,16 +16,41 @@ bool PackContactItem(IUnknown* item, PackedItem& packed) {
   return true;
 }
 
-ComPtr<IItemCommon> UnpackContactItem(std::string_view content, std::string& why) {
-  std::optional<ContactContent> unpacked = UnpackContact(content, why);
-  if (!unpacked) return nullptr;
-  Contact contact;
-  static_cast<ContactContent&>(contact) = std::move(*unpacked);
-  return MakeContactItem(std::move(contact));
+template <bool isTask>
+bool PackCalendarItem(IUnknown* item, PackedItem& packed) {
+  const Calendar* calendar = CalendarOf(item);
+  if (calendar == nullptr || calendar->isTask != isTask) return false;
+  packed = {PackCalendar(*calendar), MakeCalendarKey(*calendar), calendar->subject};
+  return true;
 }
 
+bool PackNoteItem(IUnknown* item, PackedItem& packed) {
+  const Note* note = NoteOf(item);
+  if (note == nullptr) return false;
+  packed = {PackNote(*note), MakeNoteKey(*note), DisplayName(*note)};
+  return true;
+}
+
+// `Content` is the half of `Values` that is stored.
+template <class Values, class Content, auto unpack, auto make>
+ComPtr<IItemCommon> UnpackItem(std::string_view bytes, std::string& why) {
+  std::optional<Content> content = unpack(bytes, why);
+  if (!content) return nullptr;
+  Values values;
+  static_cast<Content&>(values) = std::move(*content);
+  return make(std::move(values));
+}
+
+constexpr auto kUnpackContact = UnpackItem<Contact, ContactContent, UnpackContact, MakeContactItem>;
+constexpr auto kUnpackCalendar =
+    UnpackItem<Calendar, CalendarContent, UnpackCalendar, MakeCalendarItem>;
+constexpr auto kUnpackNote = UnpackItem<Note, Note, UnpackNote, MakeNoteItem>;
+
 constexpr ItemKind kKinds[] = {
-    {olContact, "contact", u"Contacts", PackContactItem, UnpackContactItem},
+    {olContact, "contact", u"Contacts", PackContactItem, kUnpackContact},
+    {olAppointment, "appointment", u"Calendar", PackCalendarItem<false>, kUnpackCalendar},
+    {olTask, "task", u"Tasks", PackCalendarItem<true>, kUnpackCalendar},
+    {olNote, "note", u"Notes", PackNoteItem, kUnpackNote},
 };
 
 }  // namespace
