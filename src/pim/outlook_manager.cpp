@@ -1,12 +1,9 @@
 #include "pim/outlook_manager.h"
 
 #include <algorithm>
-#include <new>
+#include <unordered_map>
 
-#include "items/item_objects.h"
-#include "pim/profile_file.h"
-#include "platform/com/status_error.h"
-#include "platform/system/clock.h"
+#include "pim/outlook_state.h"
 #include "platform/system/files.h"
 #include "platform/system/identifiers.h"
 #include "platform/system/service.h"
@@ -19,29 +16,11 @@ namespace {
 constexpr std::u16string_view kDefaultProfile = u"Outlook";
 constexpr std::string_view kSuffix = ".db";
 
-// A failure that is not the file's.
-struct Refusal {
-  HRESULT status;
-  std::string text;
-};
-
 // 32 upper-case hexadecimal digits.
 std::u16string NewEntryId() {
   std::u16string id = FormatGuid(Service<GuidSource>::Get().New());
   std::erase_if(id, [](char16_t c) { return c == u'{' || c == u'-' || c == u'}'; });
   return id;
-}
-
-std::u16string ContentMd5(std::string_view content) {
-  const std::optional<Md5Digest> digest = Service<Md5Provider>::Get().Digest(content);
-  if (!digest) throw Refusal{E_FAIL, "the checksum service failed"};
-  constexpr std::u16string_view kDigits = u"0123456789abcdef";
-  std::u16string text;
-  for (const uint8_t byte : *digest) {
-    text.push_back(kDigits[byte >> 4]);
-    text.push_back(kDigits[byte & 0xF]);
-  }
-  return text;
 }
 
 // A name that the file system takes, whatever characters the profile's has.
@@ -62,17 +41,15 @@ std::string ProfilePath(std::u16string_view profile) {
   return folder + "/" + ToUtf8(FileNameOf(profile)) + std::string(kSuffix);
 }
 
-// The row of a packed item as it is now.
 ItemRow Stamped(const std::u16string& entryId, const PackedItem& packed) {
   ItemRow row;
   row.entryId = entryId;
-  row.modifiedUtc = Service<Clock>::Get().UtcSeconds();
-  const DateTimeValue local = UtcToLocal(DateFromUnixSeconds(row.modifiedUtc), true);
-  row.modifiedLocal = UnixSecondsFromDate(local.value);
-  row.md5 = ContentMd5(packed.content);
-  row.keyText = packed.keyText;
-  row.name = packed.name;
+  Stamp(row, packed);
   return row;
+}
+
+OutlookManager::ListedItem Listed(ItemRow&& row) {
+  return {std::move(row.entryId), std::move(row.name), DateFromUnixSeconds(row.modifiedLocal)};
 }
 
 OLMetaData MetaDataOf(ItemRow&& row) {
@@ -89,74 +66,6 @@ OutlookSettings& TheOutlookSettings() {
   static OutlookSettings settings;
   return settings;
 }
-
-struct OutlookManager::State {
-  // Runs an operation and keeps the reason of its failure.
-  template <class Body>
-  HRESULT Run(Body&& body) {
-    try {
-      body();
-      return S_OK;
-    } catch (const Refusal& refusal) {
-      error = refusal.text;
-      return refusal.status;
-    } catch (const SqliteError& failure) {
-      error = failure.what();
-      return E_FAIL;
-    } catch (const StatusError& failure) {
-      error = "an item could not be made";
-      return failure.status();
-    } catch (const std::bad_alloc&) {
-      error = "out of memory";
-      return E_OUTOFMEMORY;
-    }
-  }
-
-  ProfileFile& File() {
-    if (file == nullptr) throw Refusal{E_FAIL, "no profile of Outlook is open"};
-    return *file;
-  }
-
-  const ItemKind& Kind(OlObjectClass kind) {
-    const ItemKind* row = FindItemKind(kind);
-    if (row == nullptr) {
-      throw Refusal{
-          E_FAIL, File().path() + ": items of the kind " + std::to_string(kind) + " are not kept"};
-    }
-    return *row;
-  }
-
-  int64_t Folder(OlObjectClass kind, const std::u16string& folderId) {
-    const ItemKind& row = Kind(kind);
-    const std::optional<int64_t> folder = File().FindFolder(kind, folderId);
-    if (!folder) {
-      throw Refusal{E_FAIL, File().path() + ": no " + row.noun + " folder " + ToUtf8(folderId)};
-    }
-    return *folder;
-  }
-
-  PackedItem Pack(OlObjectClass kind, IItemCommon* item) {
-    const ItemKind& row = Kind(kind);
-    if (item == nullptr) throw Refusal{E_POINTER, File().path() + ": no item to store"};
-    PackedItem packed;
-    if (!row.pack(item, packed)) {
-      throw Refusal{E_FAIL, File().path() + ": the item is no " + row.noun};
-    }
-    return packed;
-  }
-
-  [[noreturn]] void NoSuchItem(OlObjectClass kind, const std::u16string& entryId) {
-    throw Refusal{E_FAIL, File().path() + ": no " + Kind(kind).noun + " " + ToUtf8(entryId)};
-  }
-
-  [[noreturn]] void Damaged(const std::u16string& entryId, const std::string& why) {
-    throw Refusal{E_FAIL, File().path() + ": item " + ToUtf8(entryId) + " is damaged: " + why};
-  }
-
-  std::unique_ptr<ProfileFile> file;
-  std::u16string profile;
-  std::string error;
-};
 
 OutlookManager::OutlookManager() : state_(std::make_unique<State>()) {}
 OutlookManager::~OutlookManager() = default;
@@ -180,6 +89,7 @@ int OutlookManager::initialize(const std::u16string& profileName) {
     if (state_->file != nullptr && state_->profile == profile) return;
     // Another profile's file is closed first: nothing may go into it by mistake.
     state_->file.reset();
+    state_->parentFolders.clear();
     state_->file = std::make_unique<ProfileFile>(ProfilePath(profile), NewEntryId);
     state_->profile = profile;
   });
@@ -230,17 +140,9 @@ HRESULT OutlookManager::GetItem(OlObjectClass kind, const std::u16string& entryI
   item.Reset();
   return state_->Run([&] {
     std::string content;
-    std::optional<ItemRow> row = state_->File().Read(kind, entryId, content);
+    const std::optional<ItemRow> row = state_->File().Read(kind, entryId, content);
     if (!row) state_->NoSuchItem(kind, entryId);
-    if (ContentMd5(content) != row->md5) state_->Damaged(entryId, "its checksum does not fit");
-    std::string why;
-    ComPtr<IItemCommon> unpacked = state_->Kind(kind).unpack(content, why);
-    if (!unpacked) state_->Damaged(entryId, why);
-    ItemFields& fields = *FieldsOf(unpacked.get());
-    fields.sourceUid = entryId;
-    fields.modified = DateFromUnixSeconds(row->modifiedUtc);
-    fields.md5 = std::move(row->md5);
-    item = std::move(unpacked);
+    item = state_->Unpack(kind, *row, content);
   });
 }
 
@@ -263,26 +165,20 @@ HRESULT OutlookManager::GetMetaData(OlObjectClass kind, const std::u16string& en
 
 HRESULT OutlookManager::GetMetaDatas(OlObjectClass kind, const std::u16string& folderId,
                                      std::vector<OLMetaData>& datas, int withKeyText) {
-  datas.clear();
   const auto listing =
       withKeyText != 0 ? ProfileFile::Listing::WithTexts : ProfileFile::Listing::WithoutTexts;
-  const HRESULT status = state_->Run([&] {
+  return state_->RunList(datas, [&] {
     state_->File().List(state_->Folder(kind, folderId), listing,
                         [&](ItemRow&& row) { datas.push_back(MetaDataOf(std::move(row))); });
   });
-  if (Failed(status)) datas.clear();
-  return status;
 }
 
 HRESULT OutlookManager::GetEntryIds(OlObjectClass kind, const std::u16string& folderId,
                                     std::vector<std::u16string>& entryIds) {
-  entryIds.clear();
-  const HRESULT status = state_->Run([&] {
+  return state_->RunList(entryIds, [&] {
     state_->File().List(state_->Folder(kind, folderId), ProfileFile::Listing::Identifiers,
                         [&](ItemRow&& row) { entryIds.push_back(std::move(row.entryId)); });
   });
-  if (Failed(status)) entryIds.clear();
-  return status;
 }
 
 std::u16string OutlookManager::DefaultFolder(OlObjectClass kind) {
@@ -293,16 +189,19 @@ std::u16string OutlookManager::DefaultFolder(OlObjectClass kind) {
 
 HRESULT OutlookManager::ListItems(OlObjectClass kind, const std::u16string& folderId,
                                   std::vector<ListedItem>& items) {
-  items.clear();
-  const HRESULT status = state_->Run([&] {
-    state_->File().List(state_->Folder(kind, folderId), ProfileFile::Listing::WithTexts,
-                        [&](ItemRow&& row) {
-                          items.push_back({std::move(row.entryId), std::move(row.name),
-                                           DateFromUnixSeconds(row.modifiedLocal)});
-                        });
+  return state_->RunList(items, [&] {
+    const int64_t folder = state_->Folder(kind, folderId);
+    std::unordered_map<std::u16string, std::vector<ListedItem>> changed;  // by series
+    state_->File().subItems().ListAll(kind, [&](SubItemRow&& row) {
+      if (!row.isDeleted) changed[row.seriesId].push_back(Listed(std::move(row)));
+    });
+    state_->File().List(folder, ProfileFile::Listing::WithTexts, [&](ItemRow&& row) {
+      items.push_back(Listed(std::move(row)));
+      const auto found = changed.find(items.back().entryId);
+      if (found == changed.end()) return;
+      for (ListedItem& item : found->second) items.push_back(std::move(item));
+    });
   });
-  if (Failed(status)) items.clear();
-  return status;
 }
 
 const std::string& OutlookManager::lastError() const {

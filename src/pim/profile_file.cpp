@@ -4,13 +4,16 @@
 
 #include <utility>
 
+#include "platform/system/utf8.h"
+
 namespace qv {
 namespace {
 
 // Persisted: the form of the file.
-constexpr int64_t kFormVersion = 1;
+constexpr int64_t kFormVersion = 2;
 
-// Persisted. Contents have a table of their own, so that a listing reads past no pictures.
+// Persisted. Contents have a table of their own, so that a listing reads past no pictures; they say
+// whose they are, so that a row that a damaged file mixed up is known for one.
 constexpr char kSchema[] = R"(
 CREATE TABLE IF NOT EXISTS folders(
   number INTEGER PRIMARY KEY,
@@ -30,7 +33,15 @@ CREATE TABLE IF NOT EXISTS items(
 CREATE INDEX IF NOT EXISTS items_of_folder ON items(folder);
 CREATE TABLE IF NOT EXISTS contents(
   number INTEGER PRIMARY KEY,
-  content BLOB NOT NULL);
+  content BLOB NOT NULL,
+  entry_id TEXT NOT NULL DEFAULT '');
+)";
+
+// Persisted: from the first form, whose contents did not say whose they are.
+constexpr char kFromFormOne[] = R"(
+ALTER TABLE contents ADD COLUMN entry_id TEXT NOT NULL DEFAULT '';
+UPDATE contents SET entry_id=
+  ifnull((SELECT entry_id FROM items WHERE items.number=contents.number),'');
 )";
 
 enum StatementId : size_t {
@@ -56,15 +67,15 @@ constexpr const char* kStatements[] = {
     "INSERT INTO folders(entry_id,kind,name) VALUES(?,?,?)",
     "INSERT INTO items(kind,entry_id,modified_utc,modified_local,md5,key_text,name,folder) "
     "VALUES(?,?,?,?,?,?,?,?)",
-    "INSERT INTO contents(content,number) VALUES(?,?)",
+    "INSERT INTO contents(content,number,entry_id) VALUES(?,?,?)",
     "UPDATE items SET modified_utc=?3,modified_local=?4,md5=?5,key_text=?6,name=?7 "
     "WHERE entry_id=?2 AND kind=?1",
     "UPDATE contents SET content=? WHERE number=(SELECT number FROM items WHERE entry_id=?)",
     "DELETE FROM contents WHERE number=(SELECT number FROM items WHERE entry_id=? AND kind=?)",
     "DELETE FROM items WHERE entry_id=? AND kind=?",
     "SELECT entry_id,modified_utc,modified_local,md5 FROM items WHERE entry_id=? AND kind=?",
-    "SELECT entry_id,modified_utc,modified_local,md5,content FROM items LEFT JOIN contents "
-    "USING(number) WHERE entry_id=? AND kind=?",
+    "SELECT i.entry_id,modified_utc,modified_local,md5,content,c.entry_id FROM items AS i "
+    "LEFT JOIN contents AS c USING(number) WHERE i.entry_id=? AND kind=?",
     "SELECT entry_id,modified_utc,modified_local,md5,key_text,name FROM items WHERE folder=? "
     "ORDER BY number",
     "SELECT entry_id,modified_utc,modified_local,md5 FROM items WHERE folder=? ORDER BY number",
@@ -76,15 +87,20 @@ int64_t FormVersion(SqliteDatabase& db) {
   return read.Step() ? read.Int(0) : 0;
 }
 
-void EnsureForm(SqliteDatabase& db) {
+// The same file, in the form of this program.
+SqliteDatabase& InForm(SqliteDatabase& db) {
   if (FormVersion(db) > kFormVersion) {
     throw SqliteError(SQLITE_ERROR, db.path() + ": made by a newer version of this program");
   }
-  if (FormVersion(db) == kFormVersion) return;
+  if (FormVersion(db) == kFormVersion) return db;
   SqliteTransaction transaction(db);
+  // Asked again: another process may have done it meanwhile.
+  if (FormVersion(db) == 1) db.Execute(kFromFormOne);
   db.Execute(kSchema);
+  db.Execute(SubItemTable::kSchema);
   db.Execute(("PRAGMA user_version=" + std::to_string(kFormVersion)).c_str());
   transaction.Commit();
+  return db;
 }
 
 ItemRow RowAt(const SqliteStatement& statement, bool texts) {
@@ -112,32 +128,16 @@ void BindRow(SqliteStatement& statement, OlObjectClass kind, const ItemRow& row)
 
 }  // namespace
 
-// A kept statement while it is in use: reset at the end, whatever happens, so that it holds no read
-// lock.
-class ProfileFile::Use {
- public:
-  Use(ProfileFile& file, StatementId id) : statement_(file.statements_[id]) {}
-  Use(const Use&) = delete;
-  Use& operator=(const Use&) = delete;
-  ~Use() { statement_.Reset(); }
-  SqliteStatement* operator->() { return &statement_; }
-  SqliteStatement& operator*() { return statement_; }
-
- private:
-  SqliteStatement& statement_;
-};
-
 ProfileFile::ProfileFile(const std::string& path, const std::function<std::u16string()>& newId)
-    : db_(path, SqliteDatabase::Durability::Full) {
-  EnsureForm(db_);
-  statements_.reserve(std::size(kStatements));
-  for (const char* text : kStatements) statements_.push_back(db_.Prepare(text));
+    : db_(path, SqliteDatabase::Durability::Full),
+      statements_(InForm(db_), kStatements),
+      subItems_(db_) {
   for (const ItemKind& kind : ItemKinds()) {
     if (!FirstFolder(kind.kind).empty()) continue;
     SqliteTransaction transaction(db_);
     // Another process may have made it meanwhile.
     if (!FirstFolder(kind.kind).empty()) continue;
-    Use insert(*this, kInsertFolder);
+    auto insert = statements_[kInsertFolder];
     insert->Bind(1, newId())
         .Bind(2, int64_t{kind.kind})
         .Bind(3, std::u16string_view(kind.folderName));
@@ -147,14 +147,14 @@ ProfileFile::ProfileFile(const std::string& path, const std::function<std::u16st
 }
 
 std::optional<int64_t> ProfileFile::FindFolder(OlObjectClass kind, std::u16string_view folderId) {
-  Use find(*this, kFindFolder);
+  auto find = statements_[kFindFolder];
   find->Bind(1, folderId).Bind(2, int64_t{kind});
   if (!find->Step()) return std::nullopt;
   return find->Int(0);
 }
 
 std::u16string ProfileFile::FirstFolder(OlObjectClass kind) {
-  Use find(*this, kFirstFolder);
+  auto find = statements_[kFirstFolder];
   find->Bind(1, int64_t{kind});
   return find->Step() ? find->Text16(0) : std::u16string();
 }
@@ -162,33 +162,45 @@ std::u16string ProfileFile::FirstFolder(OlObjectClass kind) {
 void ProfileFile::Insert(OlObjectClass kind, int64_t folder, const ItemRow& row,
                          std::string_view content) {
   SqliteTransaction transaction(db_);
-  Use item(*this, kInsertItem);
+  auto item = statements_[kInsertItem];
   BindRow(*item, kind, row);
   item->Bind(8, folder);
   item->Step();
-  Use contents(*this, kInsertContent);
-  contents->BindBlob(1, content).Bind(2, db_.LastRowId());
+  auto contents = statements_[kInsertContent];
+  contents->BindBlob(1, content).Bind(2, db_.LastRowId()).Bind(3, row.entryId);
   contents->Step();
   transaction.Commit();
 }
 
 bool ProfileFile::Update(OlObjectClass kind, const ItemRow& row, std::string_view content) {
   SqliteTransaction transaction(db_);
-  Use item(*this, kUpdateItem);
-  BindRow(*item, kind, row);
-  item->Step();
-  if (db_.Changes() == 0) return false;
-  Use contents(*this, kUpdateContent);
-  contents->BindBlob(1, content).Bind(2, row.entryId);
-  contents->Step();
+  if (!Rewrite(kind, row, content)) return false;
   transaction.Commit();
   return true;
 }
 
+bool ProfileFile::Rewrite(OlObjectClass kind, const ItemRow& row, std::string_view content) {
+  auto item = statements_[kUpdateItem];
+  BindRow(*item, kind, row);
+  item->Step();
+  if (db_.Changes() == 0) return false;
+  auto contents = statements_[kUpdateContent];
+  contents->BindBlob(1, content).Bind(2, row.entryId);
+  contents->Step();
+  return true;
+}
+
+void ProfileFile::Change(const std::function<void(SubItemTable&)>& change) {
+  SqliteTransaction transaction(db_);
+  change(subItems_);
+  transaction.Commit();
+}
+
 bool ProfileFile::Delete(OlObjectClass kind, std::u16string_view entryId) {
   SqliteTransaction transaction(db_);
+  subItems_.DeleteAllOf(kind, entryId);
   for (const StatementId id : {kDeleteContent, kDeleteItem}) {
-    Use remove(*this, id);
+    auto remove = statements_[id];
     remove->Bind(1, entryId).Bind(2, int64_t{kind});
     remove->Step();
   }
@@ -198,7 +210,7 @@ bool ProfileFile::Delete(OlObjectClass kind, std::u16string_view entryId) {
 }
 
 std::optional<ItemRow> ProfileFile::Find(OlObjectClass kind, std::u16string_view entryId) {
-  Use find(*this, kFindItem);
+  auto find = statements_[kFindItem];
   find->Bind(1, entryId).Bind(2, int64_t{kind});
   if (!find->Step()) return std::nullopt;
   return RowAt(*find, false);
@@ -206,17 +218,22 @@ std::optional<ItemRow> ProfileFile::Find(OlObjectClass kind, std::u16string_view
 
 std::optional<ItemRow> ProfileFile::Read(OlObjectClass kind, std::u16string_view entryId,
                                          std::string& content) {
-  Use read(*this, kReadItem);
+  auto read = statements_[kReadItem];
   read->Bind(1, entryId).Bind(2, int64_t{kind});
   if (!read->Step()) return std::nullopt;
+  ItemRow row = RowAt(*read, false);
+  if (read->Text16(5) != entryId) {
+    throw SqliteError(SQLITE_CORRUPT, db_.path() + ": the content found for item " +
+                                          ToUtf8(entryId) + " is not its own");
+  }
   content = read->Blob(4);
-  return RowAt(*read, false);
+  return row;
 }
 
 void ProfileFile::List(int64_t folder, Listing listing,
                        const std::function<void(ItemRow&&)>& take) {
   constexpr StatementId kOf[] = {kListWithTexts, kListWithoutTexts, kListIdentifiers};
-  Use list(*this, kOf[static_cast<size_t>(listing)]);
+  auto list = statements_[kOf[static_cast<size_t>(listing)]];
   list->Bind(1, folder);
   while (list->Step()) {
     if (listing == Listing::Identifiers) {

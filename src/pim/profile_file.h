@@ -1,4 +1,4 @@
-// The file of one profile: its folders and the items in them, as rows.
+// The file of one profile: its folders, the items in them and the sub-items of these, as rows.
 //
 // Each change is a transaction of its own and on disk when the call returns. Several processes may
 // have the file open. Failures throw SqliteError.
@@ -12,21 +12,12 @@
 #include <vector>
 
 #include "pim/item_kinds.h"
+#include "pim/item_row.h"
+#include "pim/statement_set.h"
+#include "pim/sub_item_table.h"
 #include "platform/database/sqlite.h"
 
 namespace qv {
-
-// What a row tells of an item, its content apart.
-struct ItemRow {
-  std::u16string entryId;
-  // The moment of the last change, in seconds since 1970, and the wall-clock time that it had then
-  // where it was made, counted in the same manner: another zone does not change what was stamped.
-  int64_t modifiedUtc = 0;
-  int64_t modifiedLocal = 0;
-  std::u16string md5;
-  std::u16string keyText;
-  std::u16string name;
-};
 
 class ProfileFile {
  public:
@@ -41,12 +32,13 @@ class ProfileFile {
   std::u16string FirstFolder(OlObjectClass kind);
 
   void Insert(OlObjectClass kind, int64_t folder, const ItemRow& row, std::string_view content);
-  // These two are false when there is no such item.
+  // These two are false when there is no such item. Its sub-items go with it.
   bool Update(OlObjectClass kind, const ItemRow& row, std::string_view content);
   bool Delete(OlObjectClass kind, std::u16string_view entryId);
 
   // Without name and key text.
   std::optional<ItemRow> Find(OlObjectClass kind, std::u16string_view entryId);
+  // Throws SqliteError for a row whose content is not its own.
   std::optional<ItemRow> Read(OlObjectClass kind, std::u16string_view entryId,
                               std::string& content);
 
@@ -55,11 +47,18 @@ class ProfileFile {
   enum class Listing { WithTexts, WithoutTexts, Identifiers };
   void List(int64_t folder, Listing listing, const std::function<void(ItemRow&&)>& take);
 
- private:
-  class Use;
+  // To read sub-items.
+  SubItemTable& subItems() { return subItems_; }
+  // Runs `change` in one transaction of its own, which is undone when it throws. What it writes of
+  // items goes through `Rewrite`.
+  void Change(const std::function<void(SubItemTable&)>& change);
+  // As Update, within a change.
+  bool Rewrite(OlObjectClass kind, const ItemRow& row, std::string_view content);
 
+ private:
   SqliteDatabase db_;
-  std::vector<SqliteStatement> statements_;  // parallel to their table
+  StatementSet statements_;
+  SubItemTable subItems_;
 };
 
 }  // namespace qv

@@ -34,17 +34,28 @@ StoreStack::StoreStack(const StoreSample& storeSample)
   bag->values[name + u".MimeType"] = sample.mimeType;
   bag->values[name + u".EntryId"] = outlookFolder;
   db = OpenRecorder();
-  store = CreateInstance<IDataStore>(ClassId(sample.className));
+  store = Another();
   status = Query<IStatusDB>(store);
-  Check(store->SetDBAccessor(Query<IUnknown>(db).get()));
-  Check(store->SetOutlookMgr(ToUnknownArgument(&outlook)));
-  Check(store->Initialize(bag.get()));
-  Check(store->SetTargetKey(Bstr(u"P1")));
   db->Forget();
 }
 
 StoreStack::~StoreStack() {
   TheOutlookSettings() = settingsBefore_;
+}
+
+ComPtr<IDataStore> StoreStack::Another() {
+  auto another = CreateInstance<IDataStore>(ClassId(sample.className));
+  Check(another->SetDBAccessor(Query<IUnknown>(db).get()));
+  Check(another->SetOutlookMgr(ToUnknownArgument(&outlook)));
+  Check(another->Initialize(bag.get()));
+  Check(another->SetTargetKey(Bstr(u"P1")));
+  return another;
+}
+
+void StoreStack::NextSession() {
+  store = Another();
+  status = Query<IStatusDB>(store);
+  Check(status->Initialize());
 }
 
 HRESULT StoreStack::TryAdd(const std::string& text, std::u16string* id) {

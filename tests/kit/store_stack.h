@@ -33,6 +33,10 @@ class StoreStack {
   explicit StoreStack(const StoreSample& sample);
   ~StoreStack();
 
+  // Another store of the class, made ready over the same things with the bag as it is now; and the
+  // same in place of `store`, as the engine's next session has it.
+  ComPtr<IDataStore> Another();
+  void NextSession();
   // Each throws StatusError when the call fails; the texts go in with the sample's type.
   std::u16string Add(const std::string& text);
   std::string Get(const std::u16string& id, bool updateField = false);

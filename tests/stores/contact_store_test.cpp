@@ -40,11 +40,8 @@ TEST_F(ContactStore, WhatOutlookCannotHoldComesBackFromTheSideTables) {
 
 TEST_F(ContactStore, AnotherConfiguredTypeGivesNothingAndSucceeds) {
   const std::u16string id = s.Add(Card(1, "u1", nullptr));
-  const auto other = CreateInstance<IDataStore>(ClassId(u"DataStoreContact"));
   s.bag->values[u"DataStore.Contact.MimeType"] = u"text/vcard";
-  ASSERT_EQ(other->SetDBAccessor(Query<IUnknown>(s.db).get()), S_OK);
-  ASSERT_EQ(other->SetOutlookMgr(ToUnknownArgument(&s.outlook)), S_OK);
-  ASSERT_EQ(other->Initialize(s.bag.get()), S_OK);
+  const auto other = s.Another();
   Bstr type;
   Bstr parent;
   ComPtr<IUnknown> item;

@@ -3,6 +3,7 @@
 
 #include "kit/samples.h"
 #include "platform/com/lists.h"
+#include "platform/system/utf8.h"
 #include "stores/outlook/data_store_todo.h"
 #include "support/date_time.h"
 
@@ -34,10 +35,10 @@ TEST(DateWindow, IsReadByPositionAndNeedsBothBounds) {
         Case{u"SINCE&EQ;2024&AND;BEFORE&EQ;20240231T000000Z", u"", u""}, Case{u"", u"", u""}}) {
     const DateWindow window = ParseDateWindow(c.text);
     const auto shown = [](const DateTimeValue& bound) { return FormatDateTime(bound); };
-    EXPECT_EQ(shown(window.since), c.since) << c.text;
-    EXPECT_EQ(shown(window.before), c.before) << c.text;
+    EXPECT_EQ(shown(window.since), c.since) << ToUtf8(c.text);
+    EXPECT_EQ(shown(window.before), c.before) << ToUtf8(c.text);
     const bool works = *c.since != 0 && *c.before != 0;
-    EXPECT_EQ(static_cast<bool>(DateWindowTest(c.text)), works) << c.text;
+    EXPECT_EQ(static_cast<bool>(DateWindowTest(c.text)), works) << ToUtf8(c.text);
   }
 }
 
@@ -92,14 +93,10 @@ TEST(CalendarFilter, LeavesOutOfTheTreeWhatTheWindowDoes) {
   s.bag->values[u"DataStore.Schedule.FilterRecordData"] =
       u"SINCE&EQ;20240210T000000Z&AND;BEFORE&EQ;20240212T000000Z";
   s.bag->values[u"DataStore.Schedule.SupportFilter"] = u"true";
-  const auto store = CreateInstance<IDataStore>(ClassId(u"DataStoreCalendar"));
-  Check(store->SetDBAccessor(Query<IUnknown>(s.db).get()));
-  Check(store->SetOutlookMgr(ToUnknownArgument(&s.outlook)));
-  Check(store->Initialize(s.bag.get()));
-  Check(store->SetTargetKey(Bstr(u"P1")));
-  s.status = Query<IStatusDB>(store);
+  s.store = s.Another();
+  s.status = Query<IStatusDB>(s.store);
   EXPECT_EQ(s.Current(), Ids{in});
-  const auto on = Query<IDataStoreFilter>(store);
+  const auto on = Query<IDataStoreFilter>(s.store);
   on->IsFilterExsit(&flag);
   EXPECT_EQ(flag, kTrue);
   EXPECT_EQ(on->IsInFilter(Bstr(out), &flag), S_OK);

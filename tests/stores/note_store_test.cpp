@@ -27,11 +27,7 @@ class NoteStore : public testing::Test {
   // What a store configured for `type` gives of the item; the status for nothing.
   std::string GetAs(const char16_t* type, const std::u16string& id) {
     s.bag->values[u"DataStore.Note.MimeType"] = type;
-    const auto store = CreateInstance<IDataStore>(ClassId(u"DataStoreNote"));
-    Check(store->SetDBAccessor(Query<IUnknown>(s.db).get()));
-    Check(store->SetOutlookMgr(ToUnknownArgument(&s.outlook)));
-    Check(store->Initialize(s.bag.get()));
-    Check(store->SetTargetKey(Bstr(u"P1")));
+    const auto store = s.Another();
     Bstr given, parent;
     ComPtr<IUnknown> item, content;
     const HRESULT status =

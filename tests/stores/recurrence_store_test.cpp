@@ -53,17 +53,6 @@ class RecurrenceStore : public testing::TestWithParam<StoreSample> {
     Check(s.outlook.GetMetaData(kind, series, data));
     return data.md5;
   }
-  // The same store in another session: what it knew of exceptions is read anew.
-  void Reopen() {
-    const auto next = CreateInstance<IDataStore>(ClassId(GetParam().className));
-    Check(next->SetDBAccessor(Query<IUnknown>(s.db).get()));
-    Check(next->SetOutlookMgr(ToUnknownArgument(&s.outlook)));
-    Check(next->Initialize(s.bag.get()));
-    Check(next->SetTargetKey(Bstr(u"P1")));
-    s.store = next;
-    s.status = Query<IStatusDB>(next);
-    Check(s.status->Initialize());
-  }
   // Whether the cached exception meets one of the series.
   HRESULT Conflict(const std::u16string& series, const std::string& text, std::u16string& match) {
     s.store->UnCachParseData();
@@ -122,7 +111,7 @@ TEST_P(RecurrenceStore, TheSessionsIndexIsFilledOnceAndServesEveryOperation) {
   OLSubMetaData data;
   data.id = gone;
   ASSERT_EQ(s.outlook.DeleteSubItem(kind, data), S_OK);
-  Reopen();
+  s.NextSession();
   Bstr type, parent;
   ComPtr<IUnknown> item, content;
   const auto get = [&](const std::u16string& which) {
@@ -162,7 +151,7 @@ TEST_P(RecurrenceStore, TheSessionsIndexIsFilledOnceAndServesEveryOperation) {
 TEST_P(RecurrenceStore, AFailedLoadIsTriedAgainAndFailedRowsAreNot) {
   s.Add(Series(1, "series"));
   s.Add(Exception(2, "e", "series"));
-  Reopen();
+  s.NextSession();
   s.db->Forget();
   s.db->FailAt(0, -5);
   EXPECT_EQ(s.Current().size(), 2u) << "what could not be noted is listed all the same";
@@ -174,7 +163,7 @@ TEST_P(RecurrenceStore, AFailedLoadIsTriedAgainAndFailedRowsAreNot) {
 TEST_P(RecurrenceStore, SlowSyncAndPurgeCountExceptionsAmongTheItems) {
   const std::u16string series = s.Add(Series(1, "series"));
   const std::u16string id = s.Add(Exception(2, nullptr, "series"));
-  Reopen();
+  s.NextSession();
   ASSERT_EQ(s.store->PrepareSlowSync(), S_OK);
   EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"datastore_id"}), (Table{{series}, {id}}));
   ASSERT_EQ(s.status->DeleteAllStatusBackupDB(), S_OK);
@@ -191,7 +180,7 @@ TEST_P(RecurrenceStore, TheSameOccurrenceIsFoundInTheWallClockOfTheProgram) {
   s.zone.Set(ParsePosixZone("CET-1"));
   const std::u16string series = s.Add(Series(1, "series"));
   const std::u16string id = s.Add(Exception(2, "e1", "series"));
-  Reopen();
+  s.NextSession();
   std::u16string match;
   ASSERT_EQ(s.Current().size(), 2u);
   EXPECT_EQ(Conflict(series, Exception(3, "other", "series"), match), S_OK);
