@@ -4,12 +4,59 @@
 
 #include "items/converters.h"
 #include "items/item_objects.h"
+#include "items/vcalendar.h"
 #include "items/vcard.h"
+#include "items/vnote.h"
 #include "platform/com/class_factory.h"
 #include "platform/com/component_ids.h"
+#include "support/vobject/marked_text.h"
 
 namespace qv {
 namespace {
+
+// A text whose items stand each for itself.
+template <auto split>
+class SplitTexts final : public ItemTexts {
+ public:
+  SplitTexts(const StoreKind& kind, std::string_view text) : kind_(kind), texts_(split(text)) {}
+  size_t Count() const override { return texts_.size(); }
+  std::string_view At(size_t index) const override { return texts_[index]; }
+  ComPtr<IItemCommon> Read(size_t index) const override { return ReadItem(kind_, texts_[index]); }
+
+ private:
+  const StoreKind& kind_;
+  std::vector<std::string_view> texts_;
+};
+
+// Events and tasks share the time zones of their text.
+class CalendarTexts final : public ItemTexts {
+ public:
+  CalendarTexts(const StoreKind&, std::string_view text) : text_(text) {}
+  size_t Count() const override { return text_.Count(); }
+  std::string_view At(size_t index) const override { return text_.At(index); }
+  ComPtr<IItemCommon> Read(size_t index) const override {
+    std::optional<Calendar> calendar = text_.Read(index);
+    return calendar ? MakeCalendarItem(*std::move(calendar)) : nullptr;
+  }
+
+ private:
+  CalendarText text_;
+};
+
+template <class Texts>
+std::unique_ptr<ItemTexts> Open(const StoreKind& kind, std::string_view text) {
+  return std::make_unique<Texts>(kind, text);
+}
+
+bool TakesAll(IItemCommon&) {
+  return true;
+}
+template <BOOL isTask>
+bool Takes(IItemCommon& item) {
+  BOOL itIs = kFalse;
+  Check(Query<ICalendarItem>(&item)->get_IsTask(&itIs));
+  return itIs == isTask;
+}
 
 constexpr StoreKind kKinds[] = {
     {.name = "contacts",
@@ -21,7 +68,41 @@ constexpr StoreKind kKinds[] = {
      .pcKind = olContact,
      .converter = CLSID_VCardConverter,
      .opening = "BEGIN:VCARD",
-     .split = SplitVCards},
+     .open = Open<SplitTexts<SplitVCards>>,
+     .takes = TakesAll},
+    {.name = "calendar",
+     .configName = "DataStore.Schedule",
+     .className = u"DataStoreCalendar",
+     .mimeType = u"text/x-vCalendar",
+     .version = "1.0",
+     .extension = ".vcs",
+     .pcKind = olAppointment,
+     .converter = CLSID_VCalendarConverter,
+     .opening = "BEGIN:VEVENT",
+     .open = Open<CalendarTexts>,
+     .takes = Takes<kFalse>},
+    {.name = "tasks",
+     .configName = "DataStore.Task",
+     .className = u"DataStoreTodo",
+     .mimeType = u"text/x-vCalendar",
+     .version = "1.0",
+     .extension = ".vcs",
+     .pcKind = olTask,
+     .converter = CLSID_VCalendarConverter,
+     .opening = "BEGIN:VTODO",
+     .open = Open<CalendarTexts>,
+     .takes = Takes<kTrue>},
+    {.name = "notes",
+     .configName = "DataStore.Note",
+     .className = u"DataStoreNote",
+     .mimeType = u"text/vnote",
+     .version = "1.1",
+     .extension = ".vnt",
+     .pcKind = olNote,
+     .converter = CLSID_VNoteConverter,
+     .opening = "BEGIN:VNOTE",
+     .open = Open<SplitTexts<SplitVNotes>>,
+     .takes = TakesAll},
 };
 
 }  // namespace
@@ -47,6 +128,22 @@ std::string WriteItem(const StoreKind& kind, IItemCommon* item) {
   ComPtr<IUnknown> text;
   Check(converter->ToText(item, text.Out()));
   return ContentBytes(text.get());
+}
+
+size_t CountItems(const StoreKind& kind, std::string_view text) {
+  std::string buffer;
+  return kind.open(kind, WithoutMark(text, buffer))->Count();
+}
+
+std::string MisfitReason(const StoreKind& kind, IItemCommon& item) {
+  if (kind.takes(item)) return {};
+  std::string reason = "it does not belong in the store ";
+  reason.append(kind.name);
+  for (const StoreKind& other : kKinds) {
+    if (&other == &kind || other.converter != kind.converter || !other.takes(item)) continue;
+    reason.append(" but in ").append(other.name);
+  }
+  return reason;
 }
 
 std::string StoreKindNames() {

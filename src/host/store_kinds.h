@@ -1,10 +1,10 @@
 // The kinds of data that `qvsync` knows: one row each.
 #pragma once
 
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "items/item_interfaces.h"
 #include "pim/outlook_manager.h"
@@ -12,6 +12,17 @@
 #include "platform/com/guid.h"
 
 namespace qv {
+
+// The items of one text, which may hold any number. The text must outlive it, and have no mark.
+class ItemTexts {
+ public:
+  virtual ~ItemTexts() = default;
+  virtual size_t Count() const = 0;
+  // A view into the text.
+  virtual std::string_view At(size_t index) const = 0;
+  // Null for one that cannot be read. Throws StatusError.
+  virtual ComPtr<IItemCommon> Read(size_t index) const = 0;
+};
 
 struct StoreKind {
   std::string_view name;          // on the command line, and the phone's folder
@@ -23,17 +34,24 @@ struct StoreKind {
   OlObjectClass pcKind;
   CLSID converter;  // offers IConverter's slots
 
-  // A file of texts: how one begins, in capitals, and the texts, each a view into the file.
+  // How a text of this kind begins, in capitals: what a file without any item lacks.
   std::string_view opening;
-  std::vector<std::string_view> (*split)(std::string_view file);
+  std::unique_ptr<ItemTexts> (*open)(const StoreKind& kind, std::string_view text);
+  // Whether an item that the converter gives is one of this kind.
+  bool (*takes)(IItemCommon& item);
 };
 
 std::span<const StoreKind> StoreKinds();
 // Null for an unknown name.
 const StoreKind* FindStoreKind(std::string_view name);
-// The item of a text, null for one that cannot be read; and the text of an item. Throw StatusError.
+// The first item of a text, null for one that cannot be read; and the text of an item. Throw
+// StatusError.
 ComPtr<IItemCommon> ReadItem(const StoreKind& kind, std::string_view text);
 std::string WriteItem(const StoreKind& kind, IItemCommon* item);
+// How many items a text holds; it may have a mark.
+size_t CountItems(const StoreKind& kind, std::string_view text);
+// Why an item that was read as one of `kind` is none; empty for one that is.
+std::string MisfitReason(const StoreKind& kind, IItemCommon& item);
 // "contacts, ...": for messages.
 std::string StoreKindNames();
 

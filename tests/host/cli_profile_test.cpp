@@ -85,7 +85,10 @@ TEST(CliProfileTest, StatusWorksBeforeAnyPhone) {
   ASSERT_EQ(box.Run({"add", "contacts", "-"}, test::Card("Bauer;Anna")).code, 0);
   EXPECT_EQ(box.Run({"--json", "status"}).out,
             R"({"result":"ok","profile":")" + box.profile +
-                R"(","stores":[{"store":"contacts","pc_items":1,"phones":[]}]})" + "\n");
+                R"(","stores":[{"store":"contacts","pc_items":1,"phones":[]},)" +
+                R"({"store":"calendar","pc_items":0,"phones":[]},)" +
+                R"({"store":"tasks","pc_items":0,"phones":[]},)" +
+                R"({"store":"notes","pc_items":0,"phones":[]}]})" + "\n");
   EXPECT_THAT(box.Run({"status"}).out, HasSubstr("contacts: 1 on the PC\n  no phone yet\n"));
 }
 
@@ -132,9 +135,12 @@ TEST(CliProfileTest, WarningsDoNotStopACommandAndStayOffStandardOutput) {
   ProgramFolder box;
   ASSERT_EQ(box.Run({"init"}).code, 0);
   const std::string good = box.files().Get("profile/qvsync.conf").value();
-  box.files().Put("profile/qvsync.conf",
-                  Replaced(good, "DataStore.Contact.Sync = true", "DataStore.Contact.Sync = True") +
-                      "My.Key = 1\nDataStore.Contact.SyncType = two\n");
+  std::string text = good;
+  for (const char* store : {"Contact", "Schedule", "Task", "Note"}) {
+    const std::string key = std::string("DataStore.") + store + ".Sync = ";
+    text = Replaced(text, key + "true", key + "True");
+  }
+  box.files().Put("profile/qvsync.conf", text + "My.Key = 1\nDataStore.Contact.SyncType = two\n");
   const Outcome outcome = box.Run({"list", "contacts", "--json"});
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.out, "[]\n");

@@ -235,11 +235,18 @@ TEST_P(EngineSeries, OneWaySyncsLeaveWhatIsPendingPending) {
   EXPECT_NE(PhoneText("edited"), "") << "the store noted the series' exceptions as agreed on";
   ExpectInStep(2);
   rig.PcEdit(series, Series("again"));
+  rig.PcAddException(series, Exception("fresh", kSecond));
   PhoneEdit("edited", "edited", "on the phone");
   Sync(DS_SYNCTYPE_ONEFROM_CLIENT);
   Sync();
   EXPECT_NE(PhoneText("again"), "") << "the store noted the exception's series as agreed on";
-  ExpectInStep(2);
+  ExpectInStep(3);
+  rig.PcAddException(series, Exception("fresher", "20240414T150000Z"));
+  PhoneEdit("again", "again", "and again");
+  Sync(DS_SYNCTYPE_ONEFROM_CLIENT);
+  Sync();
+  EXPECT_NE(PhoneText("fresher"), "");
+  ExpectInStep(4);
 }
 
 INSTANTIATE_TEST_SUITE_P(Zones, EngineSeries, testing::ValuesIn(kZones),

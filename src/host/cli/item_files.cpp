@@ -10,6 +10,7 @@
 #include "host/profile.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
+#include "support/vobject/marked_text.h"
 
 namespace qv {
 namespace {
@@ -39,33 +40,43 @@ size_t FindOpening(std::string_view text, std::string_view opening) {
 }  // namespace
 
 ItemFile::ItemFile(const std::string& path, const StoreKind& kind)
-    : name_(path == "-" ? "standard input" : path) {
+    : kind_(kind), name_(path == "-" ? "standard input" : path) {
   const std::error_code error =
       path == "-" ? ReadStandardInput(bytes_) : Service<Files>::Get().Read(path, bytes_);
   if (error) throw UsageError("cannot read " + name_ + ": " + error.message());
+  text_ = WithoutMark(bytes_, converted_);
+  items_ = kind.open(kind, text_);
   size_t end = 0;
-  for (const std::string_view text : kind.split(bytes_)) {
-    const size_t begin = static_cast<size_t>(text.data() - bytes_.data());
-    AddGap(end, begin, kind);
-    found_.push_back({PlaceAt(begin), text, {}});
+  for (size_t i = 0; i < items_->Count(); ++i) {
+    const std::string_view text = items_->At(i);
+    const size_t begin = static_cast<size_t>(text.data() - text_.data());
+    AddGap(end, begin);
+    found_.push_back({PlaceAt(begin), i, {}});
     end = begin + text.size();
   }
-  AddGap(end, bytes_.size(), kind);
+  AddGap(end, text_.size());
   if (found_.empty()) {
-    found_.push_back({name_, {}, "there is no " + std::string(kind.opening) + " in it"});
+    found_.push_back({name_, 0, "there is no " + std::string(kind.opening) + " in it"});
   }
 }
 
-void ItemFile::AddGap(size_t begin, size_t end, const StoreKind& kind) {
-  const std::string_view gap = std::string_view(bytes_).substr(begin, end - begin);
-  const size_t at = FindOpening(gap, kind.opening);
+ComPtr<IItemCommon> ItemFile::Read(const FoundItem& found, std::string& fault) const {
+  fault = found.fault;
+  if (!fault.empty()) return nullptr;
+  ComPtr<IItemCommon> item = items_->Read(found.index);
+  fault = item ? MisfitReason(kind_, *item) : "the text that begins here cannot be read";
+  return fault.empty() ? item : nullptr;
+}
+
+void ItemFile::AddGap(size_t begin, size_t end) {
+  const size_t at = FindOpening(text_.substr(begin, end - begin), kind_.opening);
   if (at == std::string_view::npos) return;
   found_.push_back(
-      {PlaceAt(begin + at), {}, "the text that begins here has no end; it may be cut off"});
+      {PlaceAt(begin + at), 0, "the text that begins here has no end; it may be cut off"});
 }
 
 std::string ItemFile::PlaceAt(size_t offset) {
-  const auto from = bytes_.begin();
+  const auto from = text_.begin();
   line_ += static_cast<size_t>(std::count(from + static_cast<std::ptrdiff_t>(countedTo_),
                                           from + static_cast<std::ptrdiff_t>(offset), '\n'));
   countedTo_ = offset;

@@ -1,6 +1,7 @@
 // Files that hold the texts of items, as `add` and `replace` take them.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -8,11 +9,11 @@
 
 namespace qv {
 
-// One text of a file, or what stands in its place.
-struct FoundText {
-  std::string place;      // "FILE:LINE"
-  std::string_view text;  // empty for a fault
-  std::string fault;      // why there is no text
+// One item of a file, or what stands in its place.
+struct FoundItem {
+  std::string place;  // "FILE:LINE"
+  size_t index = 0;   // among the file's items; no meaning for a fault
+  std::string fault;  // why there is no item
 };
 
 class ItemFile {
@@ -22,17 +23,23 @@ class ItemFile {
   ItemFile(const ItemFile&) = delete;
   ItemFile& operator=(const ItemFile&) = delete;
 
-  // In the order of the file; a text that begins and never ends is a fault, and so is a file
-  // without any text.
-  const std::vector<FoundText>& found() const { return found_; }
+  // In the order of the file; an item that begins and never ends is a fault, and so is a file
+  // without any item.
+  const std::vector<FoundItem>& found() const { return found_; }
+  // Null, with the reason, for a fault, one that cannot be read and one of another kind.
+  ComPtr<IItemCommon> Read(const FoundItem& found, std::string& fault) const;
 
  private:
-  void AddGap(size_t begin, size_t end, const StoreKind& kind);
+  void AddGap(size_t begin, size_t end);
   std::string PlaceAt(size_t offset);
 
+  const StoreKind& kind_;
   std::string name_;
   std::string bytes_;
-  std::vector<FoundText> found_;
+  std::string converted_;  // of a UTF-16 file
+  std::string_view text_;
+  std::unique_ptr<ItemTexts> items_;
+  std::vector<FoundItem> found_;
   size_t countedTo_ = 0;  // lines are counted once, front to back
   size_t line_ = 1;
 };

@@ -1,11 +1,13 @@
 #include <unistd.h>
 
 #include <memory>
+#include <unordered_map>
 
 #include "host/cli/commands.h"
 #include "host/cli/item_files.h"
 #include "host/cli/open_profile.h"
 #include "host/cli/pc_folder.h"
+#include "items/item_objects.h"
 #include "support/date_time.h"
 #include "support/text.h"
 
@@ -107,24 +109,69 @@ class Changes {
   std::string message_;
 };
 
-void AddFile(const std::string& path, PcFolder& pc, Changes& changes) {
-  std::unique_ptr<ItemFile> file;
-  try {
-    file = std::make_unique<ItemFile>(path, pc.kind());
-  } catch (const UsageError& error) {
-    changes.Failed(path, error.what());
-    return;
-  }
-  for (const FoundText& found : file->found()) {
-    if (!found.fault.empty()) {
-      changes.Failed(found.place, found.fault);
-    } else if (const ComPtr<IItemCommon> item = ReadItem(pc.kind(), found.text)) {
-      changes.Done(pc.Add(item));
-    } else {
-      changes.Failed(found.place, "the text that begins here cannot be read");
+// An exception is added when all files are read: its series may stand behind it.
+struct FoundException {
+  std::string place;
+  ComPtr<IItemCommon> item;
+};
+
+const Calendar* ExceptionIn(const ComPtr<IItemCommon>& item) {
+  const Calendar* calendar = CalendarOf(item.get());
+  return calendar != nullptr && !calendar->parentRecurUid.empty() ? calendar : nullptr;
+}
+
+class Adding {
+ public:
+  Adding(PcFolder& pc, Changes& changes) : pc_(pc), changes_(changes) {}
+
+  void AddFile(const std::string& path) {
+    std::unique_ptr<ItemFile> file;
+    try {
+      file = std::make_unique<ItemFile>(path, pc_.kind());
+    } catch (const UsageError& error) {
+      changes_.Failed(path, error.what());
+      return;
+    }
+    for (const FoundItem& found : file->found()) {
+      std::string fault;
+      const ComPtr<IItemCommon> item = file->Read(found, fault);
+      if (!item) {
+        changes_.Failed(found.place, fault);
+      } else if (ExceptionIn(item) != nullptr) {
+        exceptions_.push_back({found.place, item});
+      } else {
+        const std::string id = pc_.Add(item);
+        changes_.Done(id);
+        if (const std::u16string& uid = FieldsOf(item.get())->objUid; !uid.empty()) {
+          added_.emplace(uid, id);
+        }
+      }
     }
   }
-}
+
+  void AddExceptions() {
+    for (const FoundException& found : exceptions_) {
+      const std::u16string& uid = ExceptionIn(found.item)->parentRecurUid;
+      const auto series = added_.find(uid);
+      if (series == added_.end()) {
+        changes_.Failed(found.place, "it is an exception of the series " + ToUtf8(uid) +
+                                         ", which is not in these files; add both together");
+        continue;
+      }
+      try {
+        changes_.Done(pc_.AddException(series->second, found.item));
+      } catch (const UsageError& error) {
+        changes_.Failed(found.place, error.what());
+      }
+    }
+  }
+
+ private:
+  PcFolder& pc_;
+  Changes& changes_;
+  std::unordered_map<std::u16string, std::string> added_;  // identifiers by uid
+  std::vector<FoundException> exceptions_;
+};
 
 Exit AddItems(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
@@ -132,22 +179,27 @@ Exit AddItems(const CommonOptions& common, const ItemArguments& given) {
   PcFolder pc(profile, kind);
   Changes changes(common, "added");
   try {
-    for (const std::string& path : given.files) AddFile(path, pc, changes);
+    Adding adding(pc, changes);
+    for (const std::string& path : given.files) adding.AddFile(path);
+    adding.AddExceptions();
   } catch (const CommandError& error) {
     changes.Broken(error);
   }
   return changes.Finish();
 }
 
-ComPtr<IItemCommon> OnlyItemOf(const ItemFile& file, const StoreKind& kind) {
-  const FoundText& first = file.found().front();
+ComPtr<IItemCommon> OnlyItemOf(const ItemFile& file, bool forException) {
+  const FoundItem& first = file.found().front();
   if (file.found().size() > 1) {
     throw UsageError(first.place + ": there is more than one text in the file; `replace` takes " +
                      "exactly one");
   }
-  if (!first.fault.empty()) throw UsageError(first.place + ": " + first.fault);
-  ComPtr<IItemCommon> item = ReadItem(kind, first.text);
-  if (!item) throw UsageError(first.place + ": the text that begins here cannot be read");
+  std::string fault;
+  ComPtr<IItemCommon> item = file.Read(first, fault);
+  if (!item) throw UsageError(first.place + ": " + fault);
+  if (!forException && ExceptionIn(item) != nullptr) {
+    throw UsageError(first.place + ": it is an exception of a series, and the item is none");
+  }
   return item;
 }
 
@@ -155,8 +207,8 @@ Exit ReplaceItem(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const OpenedProfile profile(common);
   const ItemFile file(given.file, kind);
-  const ComPtr<IItemCommon> item = OnlyItemOf(file, kind);
   const std::string& id = given.id;
+  const ComPtr<IItemCommon> item = OnlyItemOf(file, IsSubItemId(FromUtf8(id)));
   PcFolder pc(profile, kind);
   Changes changes(common, "replaced");
   if (pc.Replace(id, item)) {
@@ -204,8 +256,8 @@ constexpr ItemCommand kCommands[] = {
     {"add", "Add the items of files to the PC side; prints an identifier a line",
      "A file may hold many texts; \"-\" is standard input. The PC side keeps the content of an\n"
      "item: properties that it has no place for, labels it does not know and the text's UID\n"
-     "are not kept.\n"
-     "Example: qvsync add contacts friends.vcf",
+     "are not kept. Exceptions of a series of appointments or tasks come with their series.\n"
+     "Example: qvsync add calendar holidays.ics",
      Takes::Files, AddItems},
     {"replace", "Replace one item of the PC side by the one text of a file",
      "Example: qvsync replace contacts 0B1E...9F card.vcf", Takes::IdAndFile, ReplaceItem},

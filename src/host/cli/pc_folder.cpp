@@ -1,9 +1,22 @@
 #include "host/cli/pc_folder.h"
 
+#include <algorithm>
+
 #include "host/cli/output.h"
+#include "items/item_objects.h"
+#include "support/date_time.h"
 #include "support/text.h"
 
 namespace qv {
+namespace {
+
+OLSubMetaData Named(const std::u16string& id) {
+  OLSubMetaData data;
+  data.id = id;
+  return data;
+}
+
+}  // namespace
 
 PcFolder::PcFolder(const Profile& profile, const StoreKind& kind) : kind_(kind) {
   if (outlook_.initialize(FromUtf8(profile.Value("Outlook.CurProfileName"))) == 0) {
@@ -26,7 +39,18 @@ void PcFolder::CheckStatus(HRESULT status, const std::string& what) {
   }
 }
 
+std::vector<OLSubMetaData> PcFolder::ExceptionsOf(const std::u16string& series) {
+  std::vector<OLSubMetaData> datas;
+  CheckStatus(outlook_.GetSubMetaData(kind_.pcKind, series, datas), "look up a series");
+  std::erase_if(datas, [](const OLSubMetaData& data) { return data.isDeleted; });
+  return datas;
+}
+
 bool PcFolder::Exists(const std::u16string& id) {
+  if (IsSubItemId(id)) {
+    const auto exceptions = ExceptionsOf(std::u16string(SeriesPartOf(id)));
+    return std::ranges::find(exceptions, id, &OLSubMetaData::id) != exceptions.end();
+  }
   int exists = 0;
   CheckStatus(outlook_.IsExistItem(kind_.pcKind, id, &exists), "look an item up");
   return exists != 0;
@@ -36,6 +60,19 @@ std::vector<OutlookManager::ListedItem> PcFolder::List() {
   std::vector<OutlookManager::ListedItem> items;
   CheckStatus(outlook_.ListItems(kind_.pcKind, folder_, items), "list the items");
   return items;
+}
+
+HRESULT PcFolder::Read(const std::u16string& id, ComPtr<IItemCommon>& item) {
+  return IsSubItemId(id) ? outlook_.GetSubItem(kind_.pcKind, Named(id), item)
+                         : outlook_.GetItem(kind_.pcKind, id, item);
+}
+
+void PcFolder::ForEach(const Take& take) {
+  for (const OutlookManager::ListedItem& listed : List()) {
+    ComPtr<IItemCommon> item;
+    const bool read = Succeeded(Read(listed.entryId, item));
+    take(listed.entryId, item, read ? std::string() : outlook_.lastError());
+  }
 }
 
 int64_t PcFolder::Count() {
@@ -48,7 +85,7 @@ ComPtr<IItemCommon> PcFolder::Get(const std::string& id) {
   const std::u16string entryId = FromUtf8(id);
   if (!Exists(entryId)) return nullptr;
   ComPtr<IItemCommon> item;
-  CheckStatus(outlook_.GetItem(kind_.pcKind, entryId, item), "read " + id);
+  CheckStatus(Read(entryId, item), "read " + id);
   return item;
 }
 
@@ -58,17 +95,41 @@ std::string PcFolder::Add(const ComPtr<IItemCommon>& item) {
   return ToUtf8(entryId);
 }
 
+std::string PcFolder::AddException(const std::string& series, const ComPtr<IItemCommon>& item) {
+  const std::u16string seriesId = FromUtf8(series);
+  const DATE occurrence = ReplacedOccurrence(*CalendarOf(item.get()));
+  OLSubMetaData data;
+  const HRESULT status = outlook_.CreateSubItem(kind_.pcKind, seriesId, item, data);
+  if (Failed(status) && occurrence != 0.0) {
+    for (const OLSubMetaData& other : ExceptionsOf(seriesId)) {
+      if (CompareDateTime(other.originalDate, UtcToLocal(occurrence, true).value) == 0) {
+        throw UsageError("its series has another exception of the same occurrence, " +
+                         ToUtf8(other.id));
+      }
+    }
+  }
+  CheckStatus(status, "add an exception");
+  return ToUtf8(data.id);
+}
+
 bool PcFolder::Replace(const std::string& id, const ComPtr<IItemCommon>& item) {
   const std::u16string entryId = FromUtf8(id);
   if (!Exists(entryId)) return false;
-  CheckStatus(outlook_.UpdateItem(kind_.pcKind, entryId, item), "replace " + id);
+  OLSubMetaData data = Named(entryId);
+  CheckStatus(
+      IsSubItemId(entryId)
+          ? outlook_.UpdateSubItem(kind_.pcKind, std::u16string(SeriesPartOf(entryId)), item, data)
+          : outlook_.UpdateItem(kind_.pcKind, entryId, item),
+      "replace " + id);
   return true;
 }
 
 bool PcFolder::Delete(const std::string& id) {
   const std::u16string entryId = FromUtf8(id);
   if (!Exists(entryId)) return false;
-  CheckStatus(outlook_.DeleteItem(kind_.pcKind, entryId), "delete " + id);
+  CheckStatus(IsSubItemId(entryId) ? outlook_.DeleteSubItem(kind_.pcKind, Named(entryId))
+                                   : outlook_.DeleteItem(kind_.pcKind, entryId),
+              "delete " + id);
   return true;
 }
 

@@ -3,6 +3,7 @@
 // Failures of the PC side itself throw CommandError(Failed) with the reason.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,18 +19,26 @@ class PcFolder {
   PcFolder(const Profile& profile, const StoreKind& kind);
 
   std::vector<OutlookManager::ListedItem> List();
+  // Every item, exceptions behind their series; null, with the reason, for one that cannot be read.
+  using Take = std::function<void(const std::u16string& id, const ComPtr<IItemCommon>& item,
+                                  const std::string& reason)>;
+  void ForEach(const Take& take);
   int64_t Count();
-  // Null for an unknown identifier.
+  // Exceptions of series are items too, see outlook_manager.h. Null for an unknown identifier.
   ComPtr<IItemCommon> Get(const std::string& id);
   // Each change is on disk when the call returns. False for an unknown identifier.
   std::string Add(const ComPtr<IItemCommon>& item);
+  // An exception of the series. Throws UsageError when the series has another of its occurrence.
+  std::string AddException(const std::string& series, const ComPtr<IItemCommon>& item);
   bool Replace(const std::string& id, const ComPtr<IItemCommon>& item);
   bool Delete(const std::string& id);
 
   const StoreKind& kind() const { return kind_; }
 
  private:
+  HRESULT Read(const std::u16string& id, ComPtr<IItemCommon>& item);
   bool Exists(const std::u16string& id);
+  std::vector<OLSubMetaData> ExceptionsOf(const std::u16string& series);
   void CheckStatus(HRESULT status, const std::string& what);
 
   const StoreKind& kind_;

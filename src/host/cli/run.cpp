@@ -18,7 +18,8 @@ namespace {
 constexpr const char* kVersion = "qvsync 1.0.0";
 constexpr const char* kAbout =
     "Keeps a PC's personal data and a phone's the same.\n"
-    "The phone is a folder: PHONE/contacts/*.vcf, one vCard a file.";
+    "The phone is a folder with one item a file: PHONE/contacts/*.vcf, PHONE/calendar/*.vcs,\n"
+    "PHONE/tasks/*.vcs and PHONE/notes/*.vnt.";
 constexpr const char* kFooter =
     "Exit codes: 0 ok; 1 done, but some items failed; 2 wrong use or configuration;\n"
     "3 refused by a safety stop; 4 stopped; 5 a store failed.\n"
@@ -60,6 +61,7 @@ void SetUp(CLI::App& app, CommonOptions& common, Action& chosen) {
   AddProfileCommands(app, chosen);
   AddSyncCommand(app, chosen);
   AddItemCommands(app, chosen);
+  AddOccurrencesCommand(app, chosen);
   for (CLI::App* command : app.get_subcommands({})) {
     command->footer(command->get_footer() + "\n" + kCommonFooter);
   }

@@ -10,6 +10,11 @@
 namespace qv {
 namespace {
 
+// An event among the tasks is not touched.
+std::string MisfitOf(const StoreKind& kind, const ComPtr<IItemCommon>& item) {
+  return item ? MisfitReason(kind, *item) : std::string();
+}
+
 std::string Key(const StoreKind& kind, std::string_view suffix) {
   return std::string(kind.configName) + std::string(suffix);
 }
@@ -169,7 +174,10 @@ ComPtr<IItemCommon> PcStore::Parse(std::string_view text) {
   ComPtr<IUnknown> item;
   const HRESULT status = converter_->Parse(Content(text).get(), item.Out());
   if (Failed(status)) throw ItemError("the text cannot be read: " + StatusWords(status));
-  return Query<IItemCommon>(item);
+  auto parsed = Query<IItemCommon>(item);
+  const std::string misfit = MisfitOf(kind_, parsed);
+  if (!misfit.empty()) throw ItemError(misfit);
+  return parsed;
 }
 
 ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, Duplicate& duplicate) {
@@ -180,7 +188,9 @@ ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, Duplicate& dup
   Bstr match;
   BOOL found = kFalse;
   HRESULT status = store_->GetCachedParseData(item.Out());
-  if (Succeeded(status)) {
+  auto parsed = Query<IItemCommon>(item);
+  const std::string misfit = MisfitOf(kind_, parsed);
+  if (Succeeded(status) && misfit.empty()) {
     status = store_->ProcessDuplication(root_, content.get(), mimeType_, match.Out(),
                                         &duplicate.winner, &found);
   }
@@ -188,7 +198,8 @@ ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, Duplicate& dup
   // Known even where noting the match has failed.
   if (found != kFalse) duplicate.sourceUid = match.str();
   if (Failed(status)) throw ItemError(reason.Explain("it cannot be looked up", status));
-  return Query<IItemCommon>(item);
+  if (!misfit.empty()) throw ItemError(misfit);
+  return parsed;
 }
 
 std::u16string PcStore::SameOccurrence(const std::u16string& seriesId, std::string_view text) {
@@ -267,7 +278,7 @@ void PcStore::UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id)
   if (Failed(status)) throw ItemError(reason.Explain("its state cannot be noted", status));
 }
 
-void PcStore::LeftFilter(const std::u16string& id) {
+void PcStore::NotOnPhone(const std::u16string& id) {
   UpdateStatus(STATDBUPDATE_DEL, id);
 }
 

@@ -103,8 +103,8 @@ class PcStore {
   void Delete(const std::u16string& id);
   // The phone has taken over what was sent.
   void Sent(SENTCMD_TYPE command, const std::u16string& id);
-  // The phone no longer has what the filter keeps from it. All else that is known of it stays.
-  void LeftFilter(const std::u16string& id);
+  // The phone has it not, or no longer. All else that is known of the item stays.
+  void NotOnPhone(const std::u16string& id);
   // The item changed on the PC, and the phone does not know yet, whatever the store has noted.
   void MarkPending(const std::u16string& id);
   // The item is known to the phone by this uid.

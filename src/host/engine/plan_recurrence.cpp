@@ -147,8 +147,7 @@ void RecurrencePlan::Settle(int32_t exception, int32_t series) {
   const bool isThere = At(sides_.links, exception).phone >= 0;
   if (Does(series, Act::PcDelete)) return GoWithSeries(exception);
   // The series survives a deletion because the other side changed it; its exceptions do too.
-  if (Does(series, Act::PcAdd) &&
-      (Does(exception, Act::PhoneDelete) || IsLeftOnPhone(exception))) {
+  if (Does(series, Act::PcAdd) && (Does(exception, Act::PhoneDelete) || IsLeftOnPhone(exception))) {
     return Change(exception, Act::PcAdd);
   }
   if (Does(series, Act::PhoneAdd) && !isThere && Does(exception, Act::PcDelete)) {

@@ -188,6 +188,8 @@ void Runner::KeepNeighboursState(const std::u16string& id) {
   for (const PcItem* item : found->second) {
     // The store has written the series for an exception, and the exceptions for a series.
     if (IsSubItemId(item->id) == isException || settled_.contains(item->id)) continue;
+    disturbed_.insert(item->id);
+    if (item->change == PcChange::New) run_.pc.NotOnPhone(item->id);
     if (item->change == PcChange::Changed) run_.pc.MarkPending(item->id);
     if (item->change == PcChange::Same && isException) run_.pc.Sent(SENTCMD_REPL, item->id);
   }
@@ -200,6 +202,7 @@ void Runner::AdoptUid(const ItemLink& link) {
   KeepNeighboursState(target.id);
   // What is still to be done with the item has not been agreed on.
   settled_.erase(target.id);
+  disturbed_.insert(target.id);
   if (target.change != PcChange::Same) run_.pc.MarkPending(target.id);
   transaction.Commit();
 }
@@ -233,15 +236,17 @@ void Runner::NoteOne(const PlanStep& step) {
   const ItemLink& link = At(run_.sides.links, step.link);
   if (step.act == Act::Forget) {
     if (link.pc >= 0) Forget(At(run_.sides.pc, link.pc));
-  } else if (step.act == Act::Pair && !link.statusWritten) {
-    run_.pc.Sent(SENTCMD_ADD, At(run_.sides.pc, link.pc).id);
+    return;
   }
+  if (step.act != Act::Pair) return;
+  const std::u16string& id = At(run_.sides.pc, link.pc).id;
+  if (!link.statusWritten || disturbed_.contains(id)) run_.pc.Sent(SENTCMD_ADD, id);
 }
 
 // The phone no longer has it.
 void Runner::Forget(const PcItem& item) {
   if (item.change == PcChange::Filtered) {
-    run_.pc.LeftFilter(item.id);
+    run_.pc.NotOnPhone(item.id);
   } else {
     run_.pc.Sent(SENTCMD_DEL, item.id);
   }

@@ -102,6 +102,8 @@ class Runner {
   // Items that this run has brought in step, and the known items of each series, itself included.
   std::unordered_set<std::u16string> settled_;
   std::unordered_map<std::u16string, std::vector<const PcItem*>> neighbours_;
+  // Items whose rows this run has touched without bringing them in step.
+  std::unordered_set<std::u16string> disturbed_;
 };
 
 }  // namespace qv

@@ -43,7 +43,7 @@ TextLook PlainLook(PcStore& store) {
     try {
       const ComPtr<IItemCommon> parsed = store.Parse(text);
       if (!parsed) return kNoItem;
-      if (store.kind().split(text).size() > 1) return kManyItems;
+      if (CountItems(store.kind(), text) > 1) return kManyItems;
       NoteText(*parsed, item);
       return {};
     } catch (const ItemError& error) {
@@ -104,7 +104,7 @@ void Survey::ScanFor(DS_SYNCTYPE mode, const std::vector<FolderEntry>& files, in
 }
 
 std::string Survey::LookAndMatch(int32_t index, PhoneItem& item, std::string_view text) {
-  if (pc_.kind().split(text).size() > 1) return kManyItems;
+  if (CountItems(pc_.kind(), text) > 1) return kManyItems;
   Duplicate duplicate;
   std::string reason;
   SlowMatch match;

@@ -1,0 +1,77 @@
+#include "host/agenda.h"
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+#include "items/recurrence.h"
+#include "pim/outlook_manager.h"
+#include "support/date_time.h"
+
+namespace qv {
+namespace {
+
+DATE Local(DATE utc) {
+  return UtcToLocal(utc, true).value;
+}
+
+// On the wall, so that three days stay three days when the clocks change.
+double LengthOf(const Calendar& item) {
+  return item.end == 0.0 ? 0.0 : std::max(0.0, Local(item.end) - Local(item.start));
+}
+
+// A task may say only when it is due.
+void GiveStart(Calendar& item) {
+  if (item.start == 0.0) item.start = item.end;
+}
+
+}  // namespace
+
+void Agenda::Add(std::u16string id, Calendar item) {
+  Flush();
+  GiveStart(item);
+  series_ = {std::move(id), std::move(item), {}, true};
+}
+
+void Agenda::AddException(std::u16string id, const Calendar& item) {
+  const DATE replaced = ReplacedOccurrence(item);
+  // The series itself may have been beyond reading.
+  if (replaced != 0.0 && series_.id == SeriesPartOf(id)) series_.absent.push_back(replaced);
+  Calendar moved = item;
+  GiveStart(moved);
+  if (moved.start != 0.0) Put(id, moved, Local(moved.start));
+}
+
+void Agenda::Put(const std::u16string& id, const Calendar& item, DATE localStart) {
+  if (isOverfull()) return;
+  AgendaEntry entry{localStart, localStart + LengthOf(item), item.allDay, item.subject, id};
+  const bool overlaps = entry.start < to_ && (entry.end > from_ || entry.start >= from_);
+  if (overlaps) entries_.push_back(std::move(entry));
+}
+
+void Agenda::Flush() {
+  if (!std::exchange(series_.open, false)) return;
+  const Calendar& item = series_.item;
+  if (item.start == 0.0) return;
+  if (item.isRecurring && item.recurrence.type == RecurrenceType::None) {
+    unexpanded_.push_back(series_.id);
+  }
+  for (const RecurrenceEntry& entry : item.entries) {
+    if (entry.kind == kDeletedOccurrence) series_.absent.push_back(entry.moment);
+  }
+  const OccurrenceSet absent(std::move(series_.absent));
+  ForEachOccurrence(item, from_ - LengthOf(item), to_, [&](const Occurrence& occurrence) {
+    if (!absent.Contains(occurrence.utc)) Put(series_.id, item, occurrence.local);
+    return !isOverfull();
+  });
+}
+
+std::vector<AgendaEntry> Agenda::Finish() {
+  Flush();
+  std::ranges::sort(entries_, {}, [](const AgendaEntry& entry) {
+    return std::tie(entry.start, entry.name, entry.id);
+  });
+  return std::move(entries_);
+}
+
+}  // namespace qv
