@@ -135,15 +135,12 @@ size_t CountItems(const StoreKind& kind, std::string_view text) {
   return kind.open(kind, WithoutMark(text, buffer))->Count();
 }
 
-std::string MisfitReason(const StoreKind& kind, IItemCommon& item) {
-  if (kind.takes(item)) return {};
-  std::string reason = "it does not belong in the store ";
-  reason.append(kind.name);
-  for (const StoreKind& other : kKinds) {
-    if (&other == &kind || other.converter != kind.converter || !other.takes(item)) continue;
-    reason.append(" but in ").append(other.name);
-  }
-  return reason;
+const StoreKind& KindOf(const StoreKind& kind, IItemCommon& item) {
+  if (kind.takes(item)) return kind;
+  const auto other = std::ranges::find_if(kKinds, [&](const StoreKind& row) {
+    return row.converter == kind.converter && row.takes(item);
+  });
+  return other == std::end(kKinds) ? kind : *other;
 }
 
 std::string StoreKindNames() {

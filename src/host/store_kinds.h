@@ -50,8 +50,8 @@ ComPtr<IItemCommon> ReadItem(const StoreKind& kind, std::string_view text);
 std::string WriteItem(const StoreKind& kind, IItemCommon* item);
 // How many items a text holds; it may have a mark.
 size_t CountItems(const StoreKind& kind, std::string_view text);
-// Why an item that was read as one of `kind` is none; empty for one that is.
-std::string MisfitReason(const StoreKind& kind, IItemCommon& item);
+// The kind that an item read as one of `kind` is of: `kind` itself, or one that shares its texts.
+const StoreKind& KindOf(const StoreKind& kind, IItemCommon& item);
 // "contacts, ...": for messages.
 std::string StoreKindNames();
 

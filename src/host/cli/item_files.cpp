@@ -31,10 +31,10 @@ std::error_code ReadStandardInput(std::string& bytes) {
 
 // Where `opening` (capitals) stands in `text` in any letter case; npos for nowhere.
 size_t FindOpening(std::string_view text, std::string_view opening) {
-  const auto found = std::ranges::search(text, opening, [](char a, char b) {
-    return (a >= 'a' && a <= 'z' ? static_cast<char>(a - 'a' + 'A') : a) == b;
-  });
-  return found.empty() ? std::string_view::npos : static_cast<size_t>(found.begin() - text.begin());
+  const auto found = std::search(
+      text.begin(), text.end(), opening.begin(), opening.end(),
+      [](char a, char b) { return (a >= 'a' && a <= 'z' ? static_cast<char>(a - 32) : a) == b; });
+  return found == text.end() ? text.npos : static_cast<size_t>(found - text.begin());
 }
 
 }  // namespace
@@ -64,8 +64,8 @@ ComPtr<IItemCommon> ItemFile::Read(const FoundItem& found, std::string& fault) c
   fault = found.fault;
   if (!fault.empty()) return nullptr;
   ComPtr<IItemCommon> item = items_->Read(found.index);
-  fault = item ? MisfitReason(kind_, *item) : "the text that begins here cannot be read";
-  return fault.empty() ? item : nullptr;
+  if (!item) fault = "the text that begins here cannot be read";
+  return item;
 }
 
 void ItemFile::AddGap(size_t begin, size_t end) {

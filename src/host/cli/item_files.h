@@ -26,7 +26,8 @@ class ItemFile {
   // In the order of the file; an item that begins and never ends is a fault, and so is a file
   // without any item.
   const std::vector<FoundItem>& found() const { return found_; }
-  // Null, with the reason, for a fault, one that cannot be read and one of another kind.
+  // Null, with the reason, for a fault and for one that cannot be read. An item may be of a kind
+  // that shares its texts with this one, see KindOf.
   ComPtr<IItemCommon> Read(const FoundItem& found, std::string& fault) const;
 
  private:

@@ -132,21 +132,26 @@ class Adding {
       changes_.Failed(path, error.what());
       return;
     }
+    const StoreKind* other = nullptr;
+    size_t others = 0;
     for (const FoundItem& found : file->found()) {
       std::string fault;
       const ComPtr<IItemCommon> item = file->Read(found, fault);
       if (!item) {
         changes_.Failed(found.place, fault);
+      } else if (const StoreKind& kind = KindOf(pc_.kind(), *item); &kind != &pc_.kind()) {
+        other = &kind;
+        ++others;
       } else if (ExceptionIn(item) != nullptr) {
         exceptions_.push_back({found.place, item});
       } else {
-        const std::string id = pc_.Add(item);
-        changes_.Done(id);
-        if (const std::u16string& uid = FieldsOf(item.get())->objUid; !uid.empty()) {
-          added_.emplace(uid, id);
-        }
+        AddOne(found.place, item);
       }
     }
+    if (other == nullptr) return;
+    changes_.Failed(path, "left out " + std::to_string(others) + " that belong in " +
+                              std::string(other->name) + "; `qvsync add " +
+                              std::string(other->name) + "` adds them");
   }
 
   void AddExceptions() {
@@ -167,6 +172,20 @@ class Adding {
   }
 
  private:
+  void AddOne(const std::string& place, const ComPtr<IItemCommon>& item) {
+    const std::string id = pc_.Add(item);
+    changes_.Done(id);
+    if (const std::u16string& uid = FieldsOf(item.get())->objUid; !uid.empty()) {
+      added_.emplace(uid, id);
+    }
+    const Calendar* calendar = CalendarOf(item.get());
+    if (calendar != nullptr && calendar->isRecurring &&
+        calendar->recurrence.type == RecurrenceType::None) {
+      PrintMessage("note: " + place + ": the PC side cannot hold its rule; it is added with its " +
+                   "first day alone");
+    }
+  }
+
   PcFolder& pc_;
   Changes& changes_;
   std::unordered_map<std::u16string, std::string> added_;  // identifiers by uid
@@ -188,7 +207,7 @@ Exit AddItems(const CommonOptions& common, const ItemArguments& given) {
   return changes.Finish();
 }
 
-ComPtr<IItemCommon> OnlyItemOf(const ItemFile& file, bool forException) {
+ComPtr<IItemCommon> OnlyItemOf(const ItemFile& file, const StoreKind& kind, bool forException) {
   const FoundItem& first = file.found().front();
   if (file.found().size() > 1) {
     throw UsageError(first.place + ": there is more than one text in the file; `replace` takes " +
@@ -197,6 +216,9 @@ ComPtr<IItemCommon> OnlyItemOf(const ItemFile& file, bool forException) {
   std::string fault;
   ComPtr<IItemCommon> item = file.Read(first, fault);
   if (!item) throw UsageError(first.place + ": " + fault);
+  if (const StoreKind& itsKind = KindOf(kind, *item); &itsKind != &kind) {
+    throw UsageError(first.place + ": it belongs in " + std::string(itsKind.name));
+  }
   if (!forException && ExceptionIn(item) != nullptr) {
     throw UsageError(first.place + ": it is an exception of a series, and the item is none");
   }
@@ -208,7 +230,7 @@ Exit ReplaceItem(const CommonOptions& common, const ItemArguments& given) {
   const OpenedProfile profile(common);
   const ItemFile file(given.file, kind);
   const std::string& id = given.id;
-  const ComPtr<IItemCommon> item = OnlyItemOf(file, IsSubItemId(FromUtf8(id)));
+  const ComPtr<IItemCommon> item = OnlyItemOf(file, kind, IsSubItemId(FromUtf8(id)));
   PcFolder pc(profile, kind);
   Changes changes(common, "replaced");
   if (pc.Replace(id, item)) {

@@ -90,8 +90,7 @@ Exit PrintAgenda(const CommonOptions& common, const Agenda& agenda,
   Print(FormatTable({"START", "END", "NAME", "ID"}, rows));
   for (const std::u16string& id : agenda.unexpanded()) {
     PrintMessage("note: the rule of " + ToUtf8(id) +
-                 " is kept for the phone but not followed here; of this series only the first "
-                 "day is known");
+                 " is none that is followed here; only its first day is shown");
   }
   return result;
 }

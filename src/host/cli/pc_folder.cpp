@@ -77,8 +77,11 @@ void PcFolder::ForEach(const Take& take) {
 
 int64_t PcFolder::Count() {
   std::vector<std::u16string> ids;
+  std::vector<OLSubMetaData> exceptions;
   CheckStatus(outlook_.GetEntryIds(kind_.pcKind, folder_, ids), "count the items");
-  return static_cast<int64_t>(ids.size());
+  CheckStatus(outlook_.GetSubMetaDatas(kind_.pcKind, ids, exceptions), "count the exceptions");
+  const auto live = std::ranges::count(exceptions, false, &OLSubMetaData::isDeleted);
+  return static_cast<int64_t>(ids.size()) + live;
 }
 
 ComPtr<IItemCommon> PcFolder::Get(const std::string& id) {

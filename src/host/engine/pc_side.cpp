@@ -10,9 +10,12 @@
 namespace qv {
 namespace {
 
-// An event among the tasks is not touched.
+// Why an item is none of the kind, as an event among the tasks; empty for one that is.
 std::string MisfitOf(const StoreKind& kind, const ComPtr<IItemCommon>& item) {
-  return item ? MisfitReason(kind, *item) : std::string();
+  if (!item) return {};
+  const StoreKind& itsKind = KindOf(kind, *item);
+  if (&itsKind == &kind) return {};
+  return "it belongs in the folder \"" + std::string(itsKind.name) + "\"";
 }
 
 std::string Key(const StoreKind& kind, std::string_view suffix) {
