@@ -1,0 +1,252 @@
+// Series and their sub-items in the profile file.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+
+#include "items/item_objects.h"
+#include "kit/platform_fakes.h"
+#include "pim/calendar_content.h"
+#include "pim/outlook_manager.h"
+#include "platform/database/sqlite.h"
+#include "support/date_time.h"
+
+namespace qv::test {
+namespace {
+
+constexpr int64_t kMorning = 1'700'000'000;
+constexpr DATE kFirst = 45000.375;  // 09:00 UTC
+
+CalendarContent FullAppointment() {
+  CalendarContent item;
+  item.subject = u"s";
+  item.body = u"b";
+  item.location = u"l";
+  item.start = kFirst;
+  item.end = kFirst + 1;
+  item.allDay = true;
+  item.reminderMinutes = 0;
+  item.priority = 1;
+  item.sensitivity = 2;
+  item.status = kTaskCompleted;
+  item.completed = kFirst + 2;
+  item.isRecurring = true;
+  item.recurrence = {RecurrenceType::YearlyByWeekday, 2, 64, 5, 31, 12, 9, kFirst + 400};
+  item.entries = {{kDeletedOccurrence, kFirst}, {kReplacedOccurrence, kFirst + 7}};
+  return item;
+}
+
+TEST(CalendarContentTest, EveryFieldComesBackAndCountsInTheBytes) {
+  const CalendarContent full = FullAppointment();
+  std::string why;
+  EXPECT_EQ(UnpackCalendar(PackCalendar(full), why), full) << why;
+  EXPECT_EQ(UnpackCalendar(PackCalendar({}), why), CalendarContent());
+  const std::function<void(CalendarContent&)> changes[] = {
+      [](auto& c) { c.isTask = true; },
+      [](auto& c) { std::swap(c.subject, c.body); },
+      [](auto& c) { c.location.clear(); },
+      [](auto& c) { c.start += 1; },
+      [](auto& c) { c.end = 0.0; },
+      [](auto& c) { c.allDay = false; },
+      [](auto& c) { c.reminderMinutes.reset(); },
+      [](auto& c) { c.reminderMinutes = -5; },
+      [](auto& c) { c.priority = 9; },
+      [](auto& c) { c.sensitivity = 3; },
+      [](auto& c) { c.status = 1; },
+      [](auto& c) { c.completed = 0.0; },
+      [](auto& c) { c.isRecurring = false; },
+      [](auto& c) { c.recurrence.type = RecurrenceType::YearlyByDay; },
+      [](auto& c) { std::swap(c.recurrence.interval, c.recurrence.instance); },
+      [](auto& c) { std::swap(c.recurrence.dayOfMonth, c.recurrence.monthOfYear); },
+      [](auto& c) { std::swap(c.recurrence.daysOfWeek, c.recurrence.occurrences); },
+      [](auto& c) { c.recurrence.until = 0.0; },
+      [](auto& c) { std::swap(c.entries[0], c.entries[1]); },
+      [](auto& c) { c.entries.pop_back(); },
+  };
+  std::set<std::string> forms = {PackCalendar(full)};
+  for (const auto& change : changes) {
+    CalendarContent changed = full;
+    change(changed);
+    EXPECT_TRUE(forms.insert(PackCalendar(changed)).second) << forms.size();
+    EXPECT_EQ(UnpackCalendar(PackCalendar(changed), why), changed) << why;
+  }
+}
+
+class SubItemsTest : public testing::Test {
+ protected:
+  SubItemsTest() {
+    TheOutlookSettings() = {files.File("pim"), true, true};
+    EXPECT_EQ(outlook.initialize(u""), 1) << outlook.lastError();
+    series = CreateSeries(u"series");
+  }
+  ~SubItemsTest() override { TheOutlookSettings() = {}; }
+
+  static ComPtr<IItemCommon> Item(const char16_t* subject, DATE occurrence = 0.0) {
+    Calendar item;
+    item.subject = subject;
+    item.start = kFirst;
+    if (occurrence != 0.0) item.entries = {{kReplacedOccurrence, occurrence}};
+    return MakeCalendarItem(item);
+  }
+  std::u16string CreateSeries(const char16_t* subject) {
+    std::u16string id;
+    EXPECT_EQ(
+        outlook.CreateItem(olAppointment, outlook.DefaultFolder(olAppointment), Item(subject), id),
+        S_OK);
+    return id;
+  }
+  OLSubMetaData Create(const char16_t* subject, DATE occurrence) {
+    OLSubMetaData data;
+    EXPECT_EQ(outlook.CreateSubItem(olAppointment, series, Item(subject, occurrence), data), S_OK)
+        << outlook.lastError();
+    return data;
+  }
+  std::vector<OLSubMetaData> All() {
+    std::vector<OLSubMetaData> datas(3);
+    EXPECT_EQ(outlook.GetSubMetaData(olAppointment, series, datas), S_OK) << outlook.lastError();
+    return datas;
+  }
+  CalendarContent ContentOf(const std::u16string& id) {
+    ComPtr<IItemCommon> item;
+    EXPECT_EQ(outlook.GetItem(olAppointment, id, item), S_OK) << outlook.lastError();
+    return item ? *CalendarOf(item.get()) : Calendar();
+  }
+  void Execute(const char* script) {
+    SqliteDatabase db(files.File("pim/Outlook.db"), SqliteDatabase::Durability::Normal);
+    db.Execute(script);
+  }
+
+  TempFolder files;
+  FakeClock clock{kMorning};
+  ScopedService<Clock> useClock{clock};
+  FixedZone zone{"CET-1CEST,M3.5.0,M10.5.0/3"};
+  ScopedService<TimeZone> useZone{zone};
+  OutlookManager outlook;
+  std::u16string series;
+};
+
+TEST_F(SubItemsTest, LiveWithinTheirSeriesAndLeaveItsTimeAlone) {
+  const OLSubMetaData made = Create(u"moved", kFirst + 7);
+  EXPECT_EQ(made.id, series + u"sub1");
+  EXPECT_EQ(made.parentId, series);
+  EXPECT_EQ(made.modified, DateFromUnixSeconds(kMorning + 3600)) << "local, as all times here";
+  EXPECT_EQ(made.originalDate, UtcToLocal(kFirst + 7, true).value);
+  clock.Advance(60);
+  OLSubMetaData data;
+  data.id = made.id;
+  ASSERT_EQ(outlook.UpdateSubItem(olAppointment, series, Item(u"moved", kFirst + 7), data), S_OK);
+  EXPECT_EQ(data.modified, made.modified) << "equal content is no change";
+  ASSERT_EQ(outlook.UpdateSubItem(olAppointment, series, Item(u"again"), data), S_OK);
+  EXPECT_EQ(data.modified, DateFromUnixSeconds(kMorning + 3660));
+  EXPECT_EQ(data.originalDate, made.originalDate) << "a text that names none keeps its occurrence";
+  ComPtr<IItemCommon> item;
+  ASSERT_EQ(outlook.GetSubItem(olAppointment, data, item), S_OK);
+  EXPECT_EQ(CalendarOf(item.get())->subject, u"again");
+  EXPECT_EQ(ReplacedOccurrence(*CalendarOf(item.get())), kFirst + 7);
+  EXPECT_EQ(FieldsOf(item.get())->sourceUid, made.id);
+  OLMetaData whole;
+  ASSERT_EQ(outlook.GetMetaData(olAppointment, series, whole), S_OK);
+  EXPECT_EQ(whole.modified, DateFromUnixSeconds(kMorning + 3600));
+
+  std::vector<OutlookManager::ListedItem> items;
+  const std::u16string last = CreateSeries(u"last");
+  ASSERT_EQ(outlook.ListItems(olAppointment, outlook.DefaultFolder(olAppointment), items), S_OK);
+  ASSERT_EQ(items.size(), 3u);
+  EXPECT_EQ(items[1].entryId, made.id);
+  EXPECT_EQ(items[2].entryId, last);
+}
+
+TEST_F(SubItemsTest, ADeletedOneIsAnOccurrenceThatTheSeriesLacks) {
+  const OLSubMetaData made = Create(u"moved", kFirst + 7);
+  clock.Advance(60);
+  ASSERT_EQ(outlook.DeleteSubItem(olAppointment, made), S_OK) << outlook.lastError();
+  EXPECT_EQ(ContentOf(series).entries,
+            (std::vector<RecurrenceEntry>{{kDeletedOccurrence, kFirst + 7}}));
+  ASSERT_EQ(All().size(), 1u);
+  EXPECT_TRUE(All()[0].isDeleted);
+  ComPtr<IItemCommon> item;
+  OLSubMetaData data = made;
+  EXPECT_EQ(outlook.GetSubItem(olAppointment, made, item), E_FAIL);
+  EXPECT_EQ(outlook.DeleteSubItem(olAppointment, made), E_FAIL);
+  EXPECT_EQ(outlook.UpdateSubItem(olAppointment, series, Item(u"x"), data), E_FAIL);
+  // The number is not used again, and the entry not doubled.
+  const OLSubMetaData next = Create(u"back", kFirst + 7);
+  EXPECT_EQ(next.id, series + u"sub2");
+  ASSERT_EQ(outlook.DeleteSubItem(olAppointment, next), S_OK);
+  EXPECT_EQ(ContentOf(series).entries.size(), 1u);
+  ASSERT_EQ(outlook.DeleteSubItem(olAppointment, Create(u"of no occurrence", 0.0)), S_OK);
+  EXPECT_EQ(ContentOf(series).entries.size(), 1u);
+
+  ASSERT_EQ(outlook.DeleteItem(olAppointment, series), S_OK);
+  EXPECT_TRUE(All().empty());
+}
+
+TEST_F(SubItemsTest, RefuseWhatHasNoPlace) {
+  const OLSubMetaData made = Create(u"moved", kFirst + 7);
+  OLSubMetaData data;
+  EXPECT_EQ(outlook.CreateSubItem(olAppointment, series, Item(u"x", kFirst + 7), data), E_FAIL);
+  EXPECT_NE(outlook.lastError().find("another exception"), std::string::npos);
+  EXPECT_EQ(outlook.CreateSubItem(olAppointment, u"NOBODY", Item(u"x", kFirst), data), E_FAIL);
+  EXPECT_EQ(outlook.CreateSubItem(olTask, series, Item(u"x", kFirst), data), E_FAIL);
+  EXPECT_EQ(outlook.CreateSubItem(olAppointment, series, nullptr, data), E_POINTER);
+  EXPECT_EQ(outlook.CreateSubItem(olContact, series, MakeContactItem({}), data), E_FAIL);
+  const OLSubMetaData second = Create(u"other", kFirst + 14);
+  data = second;
+  EXPECT_EQ(outlook.UpdateSubItem(olAppointment, series, Item(u"x", kFirst + 7), data), E_FAIL);
+  EXPECT_EQ(outlook.UpdateSubItem(olAppointment, CreateSeries(u"y"), Item(u"x"), data), E_FAIL);
+  for (const char16_t* end : {u"sub9", u"sub", u"sub1x", u"sub99999999999999999999", u"sub-1"}) {
+    data.id = series + end;
+    ComPtr<IItemCommon> item;
+    EXPECT_EQ(outlook.GetSubItem(olAppointment, data, item), E_FAIL);
+    EXPECT_EQ(outlook.DeleteSubItem(olAppointment, data), E_FAIL);
+  }
+  EXPECT_EQ(All().size(), 2u);
+  EXPECT_EQ(All()[0].md5, made.md5);
+}
+
+TEST_F(SubItemsTest, ListsManySeriesInTheOrderThatIsAskedFor) {
+  const std::u16string first = series;
+  Create(u"a", kFirst + 7);
+  series = CreateSeries(u"second");
+  Create(u"b", kFirst + 7);
+  Create(u"c", kFirst + 14);
+  std::vector<OLSubMetaData> datas;
+  ASSERT_EQ(outlook.GetSubMetaDatas(olAppointment, {series, u"NOBODY", first}, datas), S_OK);
+  ASSERT_EQ(datas.size(), 3u);
+  EXPECT_EQ(datas[1].id, series + u"sub2");
+  EXPECT_EQ(datas[2].parentId, first);
+  ASSERT_EQ(outlook.GetSubMetaDatas(olTask, {series}, datas), S_OK);
+  EXPECT_TRUE(datas.empty());
+}
+
+TEST_F(SubItemsTest, AFileOfTheFirstFormIsBroughtUpWhole) {
+  const CalendarContent before = ContentOf(series);
+  ASSERT_EQ(outlook.initialize(u"another"), 1);
+  Execute(
+      "DROP TABLE sub_items; ALTER TABLE contents DROP COLUMN entry_id;"
+      "PRAGMA user_version=1");
+  ASSERT_EQ(outlook.initialize(u""), 1) << outlook.lastError();
+  EXPECT_EQ(ContentOf(series), before);
+  EXPECT_EQ(Create(u"moved", kFirst).id, series + u"sub1");
+  ASSERT_EQ(outlook.initialize(u"another"), 1);
+  Execute("PRAGMA user_version=3");
+  EXPECT_EQ(outlook.initialize(u""), 0);
+  EXPECT_NE(outlook.lastError().find("newer version"), std::string::npos) << outlook.lastError();
+}
+
+TEST_F(SubItemsTest, ContentsThatWereMixedUpAreNeverHandedOut) {
+  const std::u16string other = CreateSeries(u"other");
+  const OLSubMetaData sub = Create(u"moved", kFirst);
+  // As a damaged index leads astray: each row leads to the other's content, checksum and all.
+  Execute(
+      "UPDATE items SET number=-number; UPDATE items SET number=3+number;"
+      "UPDATE items SET md5=(SELECT md5 FROM items AS o WHERE o.number=3-items.number);"
+      "UPDATE sub_items SET entry_id=entry_id||'0'");
+  ComPtr<IItemCommon> item;
+  EXPECT_EQ(outlook.GetItem(olAppointment, other, item), E_FAIL);
+  EXPECT_NE(outlook.lastError().find("not its own"), std::string::npos) << outlook.lastError();
+  EXPECT_EQ(outlook.GetSubItem(olAppointment, sub, item), E_FAIL);
+}
+
+}  // namespace
+}  // namespace qv::test
