@@ -296,9 +296,9 @@ bool VCalendarFields::ReadAllDay(const Line& line, std::string_view yes) {
   const auto token = TokenOf(line);
   if (!token || allDay_) return false;
   const bool isAllDay = SameWord(*token, yes) || SameWord(*token, "TRUE");
-  if (!isAllDay && *token != "0") return false;
-  allDay_ = isAllDay;
-  return true;
+  // As below: what the item is anyhow is not written, so a second line may still say otherwise.
+  if (isAllDay) allDay_ = true;
+  return isAllDay || *token == "0";
 }
 
 bool VCalendarFields::ReadStatus(const Line& line) {
@@ -325,8 +325,8 @@ bool VCalendarFields::ReadPriority(const Line& line) {
   for (const char c : *token) {
     if (c < '0' || c > '9') return false;
   }
-  priorityRead_ = true;
   item_.priority = std::stoi(std::string(*token));
+  priorityRead_ = item_.priority != 0;
   return true;
 }
 
@@ -334,8 +334,8 @@ bool VCalendarFields::ReadSensitivity(const Line& line) {
   const auto token = TokenOf(line);
   const auto sensitivity = token ? NumberOf(kSensitivities, *token) : std::nullopt;
   if (sensitivityRead_ || !sensitivity) return false;
-  sensitivityRead_ = true;
   item_.sensitivity = *sensitivity;
+  sensitivityRead_ = item_.sensitivity != 0;
   return true;
 }
 
@@ -456,7 +456,7 @@ void VCalendarFields::FinishTimes() {
   const std::optional<Moment>& end = item_.isTask ? due_ : end_;
   if (start_) item_.start = start_->utc;
   const bool isDate = start_ ? start_->isDate : end && end->isDate;
-  item_.allDay = isDate || allDay_.value_or(false);
+  item_.allDay = isDate || allDay_;
   if (end) {
     item_.end = end->utc;
     if (item_.allDay && end->isLastSecond) item_.end = Later(end->utc, 1);

@@ -128,7 +128,7 @@ class VCalendarFields {
   bool statusRead_ = false;
   bool priorityRead_ = false;
   bool sensitivityRead_ = false;
-  std::optional<bool> allDay_;
+  bool allDay_ = false;
   std::vector<Waiting> otherUids_;
   std::vector<Waiting> durations_;
   std::vector<Waiting> parents_;

@@ -2,36 +2,15 @@
 #include <gtest/gtest.h>
 
 #include "host/engine_rig.h"
+#include "host/series_texts.h"
 
 namespace qv {
 namespace {
 
 using test::Rig;
 
-constexpr const char* kZones[] = {"UTC0", "CET-1CEST,M3.5.0,M10.5.0/3",
-                                  "AEST-10AEDT,M10.1.0,M4.1.0/3", "EST5EDT,M3.2.0,M11.1.0"};
-
-std::string Wrap(const std::string& lines) {
-  return "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\n" + lines +
-         "END:VEVENT\r\nEND:VCALENDAR\r\n";
-}
-
-// A weekly series over the days on which clocks change, in both halves of the world.
-std::string Series(const std::string& name, const std::string& uid = {},
-                   const std::string& more = {}) {
-  return Wrap((uid.empty() ? "" : "UID:" + uid + "\r\n") + "SUMMARY:" + name +
-              "\r\nDTSTART:20240310T150000Z\r\nDTEND:20240310T160000Z\r\n"
-              "RRULE:W1 SU #8\r\n" +
-              more);
-}
-
-std::string Exception(const std::string& name, const std::string& occurrence,
-                      const std::string& uid = {}, const std::string& series = {}) {
-  return Wrap((uid.empty() ? "" : "UID:" + uid + "\r\n") + "SUMMARY:" + name +
-              "\r\nDTSTART:" + occurrence.substr(0, 9) +
-              "173000Z\r\nDTEND:" + occurrence.substr(0, 9) + "180000Z\r\nX-RECUR-ENTRY:2;" +
-              occurrence + "\r\n" + (series.empty() ? "" : "X-PARENT-UID:" + series + "\r\n"));
-}
+using test::Exception;
+using test::Series;
 
 constexpr char kFirst[] = "20240331T150000Z";
 constexpr char kSecond[] = "20240407T150000Z";
@@ -249,7 +228,7 @@ TEST_P(EngineSeries, OneWaySyncsLeaveWhatIsPendingPending) {
   ExpectInStep(4);
 }
 
-INSTANTIATE_TEST_SUITE_P(Zones, EngineSeries, testing::ValuesIn(kZones),
+INSTANTIATE_TEST_SUITE_P(Zones, EngineSeries, testing::ValuesIn(test::kSeriesZones),
                          [](const auto& info) { return std::string(info.param).substr(0, 3); });
 
 }  // namespace

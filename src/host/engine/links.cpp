@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <unordered_map>
+#include <utility>
 
 namespace qv {
 namespace {
@@ -55,14 +56,21 @@ std::vector<bool> RecordsWithFile(const Inventory& sides) {
   return have;
 }
 
+bool IsMissingOnPc(const Inventory& sides, const ItemLink& link) {
+  return link.phone >= 0 && At(sides.phone, link.phone).change != PhoneChange::Unreadable &&
+         (link.pc < 0 || At(sides.pc, link.pc).change == PcChange::Gone);
+}
+
 bool IsLonePhone(const Inventory& sides, const ItemLink& link) {
-  return link.record < 0 && link.pc < 0 && link.phone >= 0 &&
-         At(sides.phone, link.phone).change != PhoneChange::Unreadable;
+  return link.record < 0 && IsMissingOnPc(sides, link);
+}
+
+bool IsMissingOnPhone(const Inventory& sides, const ItemLink& link) {
+  return link.phone < 0 && link.pc >= 0 && At(sides.pc, link.pc).change != PcChange::Gone;
 }
 
 bool IsLonePc(const Inventory& sides, const ItemLink& link) {
-  return link.record < 0 && link.phone < 0 && link.pc >= 0 &&
-         At(sides.pc, link.pc).change != PcChange::Gone;
+  return link.record < 0 && IsMissingOnPhone(sides, link);
 }
 
 std::vector<int32_t> LinksThat(const Inventory& sides,
@@ -74,12 +82,13 @@ std::vector<int32_t> LinksThat(const Inventory& sides,
   return links;
 }
 
-// Moves the PC item of one lone link to the other; what is left empty is dropped by `DropEmpty`.
+// Moves the PC item of one lone link to the other. One that is gone and stood there is left by
+// itself; what is left empty is dropped by `DropEmpty`.
 ItemLink& Join(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
   ItemLink& link = At(sides.links, phoneLink);
   ItemLink& from = At(sides.links, pcLink);
-  link.pc = std::exchange(from.pc, -1);
-  link.statusWritten = from.statusWritten;
+  std::swap(link.pc, from.pc);
+  std::swap(link.statusWritten, from.statusWritten);
   return link;
 }
 
@@ -176,7 +185,13 @@ void SlowLinks::Emit() {
     ItemLink link;
     link.phone = i;
     link.pc = partner.pc;
-    if (partner.pc >= 0 && RecordedPc(item) == partner.pc) link.record = item.record;
+    const int32_t recorded = RecordedPc(item);
+    if (partner.pc >= 0 && recorded == partner.pc) link.record = item.record;
+    // What is known of an item that is gone from the PC goes when the phone's takes its place.
+    if (partner.pc < 0 && items_.IsFree(recorded)) {
+      link.pc = recorded;
+      items_.Take(recorded);
+    }
     if (partner.match != nullptr) {
       link.content = partner.match->content;
       link.newer = partner.match->newer;
@@ -315,15 +330,22 @@ void LinkRemaining(Inventory& sides, const std::vector<SlowMatch>& matches) {
 
 void LinkOccurrences(Inventory& sides, const std::vector<OccurrenceMatch>& matches) {
   if (matches.empty()) return;
-  std::unordered_map<std::u16string_view, int32_t> lone;
-  for (const int32_t link : LonePcLinks(sides)) {
-    lone.emplace(At(sides.pc, At(sides.links, link).pc).id, link);
+  std::unordered_map<std::u16string_view, int32_t> open;
+  for (const int32_t i : LinksThat(sides, IsMissingOnPhone)) {
+    open.emplace(At(sides.pc, At(sides.links, i).pc).id, i);
   }
   for (const OccurrenceMatch& match : matches) {
-    const auto found = lone.find(match.pcId);
-    if (found == lone.end()) continue;
-    Join(sides, match.link, found->second);
-    lone.erase(found);
+    const auto found = open.find(match.pcId);
+    if (found == open.end()) continue;
+    ItemLink& from = At(sides.links, found->second);
+    ItemLink& link = Join(sides, match.link, found->second);
+    open.erase(found);
+    // The phone's user put another file in the place of the known one.
+    if (from.record < 0 || link.record >= 0) continue;
+    std::swap(link.record, from.record);
+    PhoneItem& item = At(sides.phone, link.phone);
+    item.record = link.record;
+    item.change = PhoneChange::Changed;
   }
   DropEmpty(sides);
 }
@@ -343,6 +365,12 @@ void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
 
 std::vector<int32_t> LonePhoneLinks(const Inventory& sides) {
   return LinksThat(sides, IsLonePhone);
+}
+
+std::vector<int32_t> OpenExceptionLinks(const Inventory& sides) {
+  return LinksThat(sides, [](const Inventory& all, const ItemLink& link) {
+    return IsMissingOnPc(all, link) && !At(all.phone, link.phone).seriesUid.empty();
+  });
 }
 
 std::vector<int32_t> LonePcLinks(const Inventory& sides) {

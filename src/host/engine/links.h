@@ -32,8 +32,8 @@ struct SlowMatch {
 void LinkSlow(Inventory& sides, std::vector<SlowMatch>& matches);
 void LinkRemaining(Inventory& sides, const std::vector<SlowMatch>& matches);
 
-// An exception that both sides made of one occurrence is one item: a lone link of the phone, and
-// the identifier that the store found for it.
+// An exception that both sides made of one occurrence is one item: a link of the phone whose item
+// the PC lacks, and the identifier that the store found for it.
 struct OccurrenceMatch {
   int32_t link = -1;
   std::u16string pcId;
@@ -56,5 +56,7 @@ void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
 // The links of items that stand alone and can be matched.
 std::vector<int32_t> LonePhoneLinks(const Inventory& sides);
 std::vector<int32_t> LonePcLinks(const Inventory& sides);
+// New or changed exceptions of the phone that the PC lacks, or has no longer.
+std::vector<int32_t> OpenExceptionLinks(const Inventory& sides);
 
 }  // namespace qv

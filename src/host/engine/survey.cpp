@@ -177,10 +177,7 @@ std::vector<LoneItem> Survey::PcPrints(const std::vector<int32_t>& links) {
 
 // The series of a lone exception is known by the uid that the phone has for it.
 void Survey::MatchOccurrences() {
-  std::vector<int32_t> exceptions = LonePhoneLinks(sides_);
-  std::erase_if(exceptions, [this](int32_t link) {
-    return At(sides_.phone, At(sides_.links, link).phone).seriesUid.empty();
-  });
+  const std::vector<int32_t> exceptions = OpenExceptionLinks(sides_);
   if (exceptions.empty()) return;
   std::unordered_map<std::u16string_view, int32_t> seriesByUid;
   for (const ItemLink& link : sides_.links) {
