@@ -61,6 +61,7 @@ constexpr std::string_view kOtherKeys[] = {
 };
 
 constexpr std::string_view kStorePrefix = "DataStore.";
+constexpr std::string_view kFilterText = ".FilterRecordData";
 
 struct KnownKey {
   std::string key;
@@ -141,12 +142,26 @@ class Checker {
   }
 
   void CheckForm(const ConfEntry& entry, Form form) {
+    if (entry.key.ends_with(kFilterText)) CheckFilter(entry);
     const std::string shown = "the key " + entry.key + " holds \"" + entry.value + "\"";
     if (form == Form::Switch && entry.value != "true" && entry.value != "false") {
       WarnAt(entry.line, shown + ", which counts as \"false\"; write \"true\" or \"false\"");
     }
     if (form == Form::Number && entry.value.find_first_not_of("0123456789") != std::string::npos) {
       WarnAt(entry.line, shown + ", which is no whole number");
+    }
+  }
+
+  // Half a window would let everything through without a word.
+  void CheckFilter(const ConfEntry& entry) {
+    const std::string shown = "the key " + entry.key;
+    const bool isWindow = entry.value.find("SINCE&EQ;") != std::string::npos &&
+                          entry.value.find("BEFORE&EQ;") != std::string::npos;
+    if (!entry.key.starts_with("DataStore.Schedule.")) {
+      WarnAt(entry.line, shown + " is not read; only DataStore.Schedule has a filter");
+    } else if (!entry.value.empty() && !isWindow) {
+      WarnAt(entry.line, shown + " is no window and lets everything through; write " +
+                             "SINCE&EQ;20260101T000000Z&AND;BEFORE&EQ;20261231T235959Z");
     }
   }
 

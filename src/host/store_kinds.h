@@ -26,6 +26,7 @@ class ItemTexts {
 
 struct StoreKind {
   std::string_view name;          // on the command line, and the phone's folder
+  std::string_view items;         // what many of them are called
   std::string_view configName;    // the store's name in the bag
   std::u16string_view className;  // whose identifier `init` writes
   std::u16string_view mimeType;

@@ -174,11 +174,7 @@ bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
     case CalendarField::Due:
       return item_.isTask && ReadMoment(line, due_);
     case CalendarField::End:
-      if (!item_.isTask) return ReadMoment(line, end_);
-      if (endWaits_ || !ReadMoment(line, end_)) return false;
-      endWaits_ = true;
-      endExtra_ = item_.fields.extras.size();
-      return false;
+      return item_.isTask ? WaitForEnd(line) : ReadMoment(line, end_);
     case CalendarField::Duration:
       return Wait(line, durations_);
     case CalendarField::AllDay:
@@ -290,6 +286,16 @@ bool VCalendarFields::ReadMoment(const Line& line, std::optional<Moment>& moment
   if (token->empty()) return true;
   moment = MomentOf(line, *token);
   return moment.has_value();
+}
+
+// When a task that says so in no other way is due.
+bool VCalendarFields::WaitForEnd(const Line& line) {
+  const auto token = TokenOf(line);
+  if (token && token->empty()) return true;
+  if (endWaits_ || !ReadMoment(line, end_)) return false;
+  endWaits_ = true;
+  endExtra_ = item_.fields.extras.size();
+  return false;
 }
 
 bool VCalendarFields::ReadAllDay(const Line& line, std::string_view yes) {

@@ -97,6 +97,7 @@ class VCalendarFields {
   bool ReadCompleted(const Line& line);
   bool ReadEntry(const Line& line);
   bool Wait(const Line& line, std::vector<Waiting>& list, bool isRule = false);
+  bool WaitForEnd(const Line& line);
   bool WaitForAlarm(const Line& line);
 
   std::optional<std::string_view> TokenOf(const Line& line);

@@ -140,11 +140,15 @@ TEST(CliProfileTest, WarningsDoNotStopACommandAndStayOffStandardOutput) {
     const std::string key = std::string("DataStore.") + store + ".Sync = ";
     text = Replaced(text, key + "true", key + "True");
   }
-  box.files().Put("profile/qvsync.conf", text + "My.Key = 1\nDataStore.Contact.SyncType = two\n");
+  box.files().Put("profile/qvsync.conf",
+                  text + "My.Key = 1\nDataStore.Contact.SyncType = two\n" +
+                      "DataStore.Task.FilterRecordData = STATUS&NE;COMPLETED\n" +
+                      "DataStore.Schedule.FilterRecordData = SINCE&EQ;20260101T000000Z\n");
   const Outcome outcome = box.Run({"list", "contacts", "--json"});
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.out, "[]\n");
-  for (const char* key : {"Contact.Sync holds \"True\"", "My.Key", "SyncType holds \"two\""}) {
+  for (const char* key : {"Contact.Sync holds \"True\"", "My.Key", "SyncType holds \"two\"",
+                          "only DataStore.Schedule has a filter", "is no window"}) {
     EXPECT_THAT(outcome.err, HasSubstr(key));
   }
   const Outcome sync = box.Run({"sync", "-d", box.files().File("phone")});

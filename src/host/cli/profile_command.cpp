@@ -63,6 +63,7 @@ ordered_json PhoneJson(const PendingChanges& phone) {
                            {"paired", phone.pairedItems},       {"last_sync", lastSync},
                            {"reachable", phone.phoneReachable}, {"pc", CountsJson(phone.pc)}};
   if (phone.phoneReachable) document["phone"] = CountsJson(phone.phone);
+  if (phone.leavePhone > 0) document["outside_filter"] = phone.leavePhone;
   return document;
 }
 
@@ -77,6 +78,10 @@ std::string PhoneText(const PendingChanges& phone) {
                      (phone.lastSync.empty() ? "never" : Printable(phone.lastSync)) + ", " +
                      std::to_string(phone.pairedItems) + " paired\n";
   text += "    pending on the PC     " + CountsText(phone.pc) + "\n";
+  if (phone.leavePhone > 0) {
+    text += "    outside the filter    " + std::to_string(phone.leavePhone) +
+            " that the phone holds; they stay on the PC alone\n";
+  }
   text += "    pending on the phone  " +
           (phone.phoneReachable ? CountsText(phone.phone) : "not known: it is not reachable") +
           "\n";

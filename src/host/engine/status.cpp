@@ -14,8 +14,10 @@ void CountPc(const Inventory& sides, const ItemLink& link, SideCounts& counts) {
     counts.deleted += known;
     return;
   }
+  const PcChange change = At(sides.pc, link.pc).change;
+  if (change == PcChange::Filtered) return;
   counts.added += !known;
-  counts.replaced += known && At(sides.pc, link.pc).change != PcChange::Same;
+  counts.replaced += known && change != PcChange::Same;
 }
 
 void CountPhone(const Inventory& sides, const ItemLink& link, SideCounts& counts) {
@@ -56,8 +58,12 @@ PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phon
   pending.pcItems = sides.pcCount;
   PhoneFolder folder(phone.path + "/" + std::string(kind.name), kind.extension);
   std::vector<FolderEntry> files;
-  pending.phoneReachable =
-      !phone.path.empty() && IsPhoneAt(phone.path, phone.id) && !folder.List(files);
+  if (!phone.path.empty() && IsPhoneAt(phone.path, phone.id)) {
+    const std::error_code error = folder.List(files);
+    // A folder that no sync has made yet holds nothing.
+    pending.phoneReachable =
+        !error || (sides.records.empty() && error == std::errc::no_such_file_or_directory);
+  }
   if (pending.phoneReachable) {
     std::vector<ItemFailure> failed;
     sides.phone =
@@ -69,6 +75,8 @@ PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phon
   for (const ItemLink& link : sides.links) {
     CountPc(sides, link, pending.pc);
     CountPhone(sides, link, pending.phone);
+    pending.leavePhone +=
+        link.record >= 0 && link.pc >= 0 && At(sides.pc, link.pc).change == PcChange::Filtered;
   }
   return pending;
 }

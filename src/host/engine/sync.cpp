@@ -132,7 +132,7 @@ bool StoreSync::List(PcStore& pc, const std::vector<RecordRow>& rows,
   std::vector<PcItem> items;
   int64_t present = 0;
   pc.ReadItems(items, present);
-  const std::string store(kind_.name);
+  const std::string store(kind_.items);
   Refuse("the phone's folder " + phone_.folder() + " cannot be read: " + error.message() + ". " +
          std::to_string(rows.size()) + " " + store + " were in step at the last sync; now the PC " +
          "holds " + std::to_string(present) +
@@ -158,7 +158,7 @@ void StoreSync::Sync(PcStore& pc) {
       Survey(pc, phone_, report_.failed).Load(report_.mode, std::move(rows), files, state_.endedNs);
   const SyncPlan plan = BuildPlan(report_.mode, sides);
   if (!session_.options.allowMassDelete) {
-    const std::string stop = SafetyStop(plan, sides, kind_.name);
+    const std::string stop = SafetyStop(plan, sides, kind_.items);
     if (!stop.empty()) return Refuse(stop);
   }
   report_.matched = plan.matched;

@@ -88,6 +88,8 @@ struct PendingChanges {
   bool phoneReachable = false;
   SideCounts pc;     // what changed on the PC side since then
   SideCounts phone;  // what changed on the phone; zeros when it is not reachable
+  // Known items that the filter keeps back from now on: the phone loses them, the PC does not.
+  int64_t leavePhone = 0;
 };
 std::vector<PendingChanges> ReadStatus(Profile& profile);
 
