@@ -23,6 +23,7 @@ class ItemFile {
   ItemFile(const ItemFile&) = delete;
   ItemFile& operator=(const ItemFile&) = delete;
 
+  const std::string& name() const { return name_; }
   // In the order of the file; an item that begins and never ends is a fault, and so is a file
   // without any item.
   const std::vector<FoundItem>& found() const { return found_; }

@@ -149,9 +149,9 @@ class Adding {
       }
     }
     if (other == nullptr) return;
-    changes_.Failed(path, "left out " + std::to_string(others) + " that belong in " +
-                              std::string(other->name) + "; `qvsync add " +
-                              std::string(other->name) + "` adds them");
+    changes_.Failed(file->name(), "left out " + std::to_string(others) + " that belong in " +
+                                      std::string(other->name) + "; `qvsync add " +
+                                      std::string(other->name) + "` adds them");
   }
 
   void AddExceptions() {
