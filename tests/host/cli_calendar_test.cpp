@@ -70,7 +70,7 @@ TEST_F(CliCalendarTest, AddsWhatBelongsAndNamesTheRest) {
   EXPECT_THAT(added.err, HasSubstr("standard input:45: the PC side cannot hold its rule"));
   EXPECT_EQ(box.Run({"add", "tasks", "-"}, kExport).code, 1);
   EXPECT_THAT(Occurrences("2026-06-10", "2026-06-10", "tasks"),
-              ElementsAre("2026-06-10 12:00|2026-06-10 12:00|tax"));
+              ElementsAre("2026-06-10T12:00|2026-06-10T12:00|tax"));
   const Outcome twice = box.Run(
       {"add", "calendar", "-"},
       "BEGIN:VEVENT\nUID:s\nDTSTART:20260601T090000Z\nRRULE:D1 #3\nEND:VEVENT\n"
@@ -82,11 +82,11 @@ TEST_F(CliCalendarTest, AddsWhatBelongsAndNamesTheRest) {
 
 TEST_F(CliCalendarTest, ShowsASpanAsACalendarDoes) {
   EXPECT_THAT(Occurrences("2026-06-01", "2026-06-30"),
-              ElementsAre("2026-05-30|2026-06-01|fair", "2026-06-01 07:00|2026-06-01 07:30|standup",
-                          "2026-06-03 10:00|2026-06-03 10:00|odd",
-                          "2026-06-09 12:00|2026-06-09 12:30|moved",
-                          "2026-06-22 07:00|2026-06-22 07:30|standup",
-                          "2026-06-29 07:00|2026-06-29 07:30|standup"));
+              ElementsAre("2026-05-30|2026-06-01|fair", "2026-06-01T07:00|2026-06-01T07:30|standup",
+                          "2026-06-03T10:00|2026-06-03T10:00|odd",
+                          "2026-06-09T12:00|2026-06-09T12:30|moved",
+                          "2026-06-22T07:00|2026-06-22T07:30|standup",
+                          "2026-06-29T07:00|2026-06-29T07:30|standup"));
   EXPECT_THAT(Occurrences("2026-06-08", "2026-06-08"), ElementsAre());
   EXPECT_THAT(Occurrences("2026-06-02", "2026-06-02"), ElementsAre()) << "the fair has ended";
   const Outcome text = box.Run({"occurrences", "calendar", "--from", "20260603", "--to=20260603"});
@@ -107,7 +107,7 @@ TEST_F(CliCalendarTest, EditsExceptionsLikeItems) {
                 .code,
             0);
   EXPECT_THAT(Occurrences("2026-06-07", "2026-06-09"),
-              ElementsAre("2026-06-07 08:00|2026-06-07 08:00|again"));
+              ElementsAre("2026-06-07T08:00|2026-06-07T08:00|again"));
   EXPECT_EQ(box.Run({"delete", "calendar", moved}).code, 0);
   EXPECT_THAT(Occurrences("2026-06-07", "2026-06-09"), ElementsAre()) << "an occurrence less";
   EXPECT_EQ(box.Run({"delete", "calendar", moved}).code, 1);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -53,6 +54,11 @@ std::string ShownEnd(const AgendaEntry& entry) {
   return ToUtf8(FormatDateTimeMinutes(entry.end));
 }
 
+std::string IsoTime(std::string shown) {
+  std::ranges::replace(shown, ' ', 'T');
+  return shown;
+}
+
 const StoreKind& DatedKindNamed(const std::string& name) {
   const StoreKind& kind = KindNamed(name);
   if (kind.pcKind != olAppointment && kind.pcKind != olTask) {
@@ -69,8 +75,8 @@ Exit PrintAgenda(const CommonOptions& common, const Agenda& agenda,
   if (common.json) {
     ordered_json list = ordered_json::array();
     for (const AgendaEntry& entry : entries) {
-      list.push_back({{"start", ShownStart(entry)},
-                      {"end", ShownEnd(entry)},
+      list.push_back({{"start", IsoTime(ShownStart(entry))},
+                      {"end", IsoTime(ShownEnd(entry))},
                       {"all_day", entry.allDay},
                       {"name", ToUtf8(entry.name)},
                       {"id", ToUtf8(entry.id)}});
