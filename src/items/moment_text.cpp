@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/system/system_time.h"
 #include "support/date_time.h"
+#include "support/vobject/lines.h"
 
 namespace qv {
 namespace {
@@ -170,6 +172,60 @@ std::string MomentText(DATE date) {
   AppendDigits(text, value.GetSecond(), 2);
   text += 'Z';
   return text;
+}
+
+std::optional<int64_t> ParseDuration(std::string_view text) {
+  constexpr int64_t kDaySeconds = 86400;
+  constexpr int64_t kMost = int64_t{10'000} * 366 * kDaySeconds;
+  text = Trimmed(text);
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) text.remove_prefix(1);
+  if (text.empty() || (text[0] != 'P' && text[0] != 'p')) return std::nullopt;
+  text.remove_prefix(1);
+  int64_t seconds = 0;
+  bool inTime = false;
+  bool any = false;
+  while (!text.empty()) {
+    if (text[0] == 'T' || text[0] == 't') {
+      if (inTime) return std::nullopt;
+      inTime = true;
+      text.remove_prefix(1);
+      continue;
+    }
+    int64_t number = 0;
+    size_t digits = 0;
+    for (; digits < text.size() && digits < 9 && text[digits] >= '0' && text[digits] <= '9';
+         ++digits) {
+      number = number * 10 + (text[digits] - '0');
+    }
+    if (digits == 0 || digits == text.size()) return std::nullopt;
+    struct Unit {
+      char letter;
+      bool inTime;
+      int64_t seconds;
+    };
+    constexpr Unit kUnits[] = {{'W', false, 7 * kDaySeconds},
+                               {'D', false, kDaySeconds},
+                               {'H', true, 3600},
+                               {'M', true, 60},
+                               {'S', true, 1}};
+    const char letter = static_cast<char>(text[digits] & ~0x20);
+    const auto unit = std::ranges::find_if(
+        kUnits, [&](const Unit& u) { return u.letter == letter && u.inTime == inTime; });
+    if (unit == std::end(kUnits)) return std::nullopt;
+    seconds += number * unit->seconds;
+    any = true;
+    if (seconds > kMost) return std::nullopt;
+    text.remove_prefix(digits + 1);
+  }
+  if (!any) return std::nullopt;
+  return negative ? -seconds : seconds;
+}
+
+DATE Later(DATE date, int64_t seconds) {
+  const std::optional<int64_t> from = VariantTimeToSeconds(date);
+  if (!from) return 0.0;
+  return SecondsToVariantTime(*from + seconds).value_or(0.0);
 }
 
 }  // namespace qv

@@ -26,6 +26,11 @@ struct Stamp {
 };
 std::optional<Stamp> ParseStamp(std::string_view text);
 
+// "PT15M", "-P1DT2H", "P2W" (RFC 5545, 3.3.6) in seconds; nothing for what is none.
+std::optional<int64_t> ParseDuration(std::string_view text);
+// The same moment, so much later; equal moments are equal numbers. 0.0 for one out of range.
+DATE Later(DATE date, int64_t seconds);
+
 // "YYYYMMDD" and "YYYYMMDDThhmmssZ"; empty for a date that is none.
 std::string DayText(DATE date);
 std::string MomentText(DATE date);

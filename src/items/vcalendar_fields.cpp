@@ -15,9 +15,6 @@
 namespace qv {
 namespace {
 
-constexpr size_t kMostEntries = 100'000;
-constexpr int64_t kDaySeconds = 86400;
-
 struct Property {
   std::string_view name;
   CalendarField field;
@@ -72,17 +69,6 @@ std::optional<int32_t> NumberOf(const Word (&words)[n], std::string_view text) {
   return found->number;
 }
 
-// The same moment, so much later; equal moments are equal numbers. 0.0 for one out of range.
-DATE Later(DATE date, int64_t seconds) {
-  const std::optional<int64_t> from = VariantTimeToSeconds(date);
-  if (!from) return 0.0;
-  return SecondsToVariantTime(*from + seconds).value_or(0.0);
-}
-
-DATE LocalAsUtc(DATE local) {
-  return LocalToUtc(local, true).value;
-}
-
 // Trailing separators say nothing.
 std::string_view WithoutEmptyParts(std::string_view text) {
   while (text.ends_with(';') || text.ends_with(' ')) text.remove_suffix(1);
@@ -90,53 +76,6 @@ std::string_view WithoutEmptyParts(std::string_view text) {
 }
 
 }  // namespace
-
-std::optional<int64_t> ParseDuration(std::string_view text) {
-  constexpr int64_t kMost = int64_t{10'000} * 366 * kDaySeconds;
-  text = Trimmed(text);
-  const bool negative = text.starts_with('-');
-  if (negative || text.starts_with('+')) text.remove_prefix(1);
-  if (text.empty() || (text[0] != 'P' && text[0] != 'p')) return std::nullopt;
-  text.remove_prefix(1);
-  int64_t seconds = 0;
-  bool inTime = false;
-  bool any = false;
-  while (!text.empty()) {
-    if (text[0] == 'T' || text[0] == 't') {
-      if (inTime) return std::nullopt;
-      inTime = true;
-      text.remove_prefix(1);
-      continue;
-    }
-    int64_t number = 0;
-    size_t digits = 0;
-    for (; digits < text.size() && digits < 9 && text[digits] >= '0' && text[digits] <= '9';
-         ++digits) {
-      number = number * 10 + (text[digits] - '0');
-    }
-    if (digits == 0 || digits == text.size()) return std::nullopt;
-    struct Unit {
-      char letter;
-      bool inTime;
-      int64_t seconds;
-    };
-    constexpr Unit kUnits[] = {{'W', false, 7 * kDaySeconds},
-                               {'D', false, kDaySeconds},
-                               {'H', true, 3600},
-                               {'M', true, 60},
-                               {'S', true, 1}};
-    const char letter = static_cast<char>(text[digits] & ~0x20);
-    const auto unit = std::ranges::find_if(
-        kUnits, [&](const Unit& u) { return u.letter == letter && u.inTime == inTime; });
-    if (unit == std::end(kUnits)) return std::nullopt;
-    seconds += number * unit->seconds;
-    any = true;
-    if (seconds > kMost) return std::nullopt;
-    text.remove_prefix(digits + 1);
-  }
-  if (!any) return std::nullopt;
-  return negative ? -seconds : seconds;
-}
 
 VCalendarFields::VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zones)
     : dialect_(dialect), zones_(zones) {
@@ -259,13 +198,15 @@ std::optional<VCalendarFields::Moment> VCalendarFields::MomentIn(std::string_vie
   } else if (stamp->hasTime && !zone.empty()) {
     const std::optional<DATE> utc = zones_.ToUtc(zone, stamp->date);
     missedZone_ = missedZone_ || !utc;
-    moment.utc = utc ? *utc : LocalAsUtc(stamp->date);
+    moment.utc = utc ? *utc : LocalToUtc(stamp->date, true).value;
   } else {
-    moment.utc = LocalAsUtc(stamp->date);
+    moment.utc = LocalToUtc(stamp->date, true).value;
   }
   // Whole seconds in one form, whatever the way here; and within the years there are.
   moment.utc = Later(moment.utc, 0);
   moment.local = moment.isDate ? stamp->date : UtcToLocal(moment.utc, true).value;
+  moment.own = stamp->date;
+  moment.isUtc = stamp->hasZone;
   if (moment.utc == 0.0 || !DateTimeValue(moment.local).IsDate()) return std::nullopt;
   return moment;
 }
@@ -434,149 +375,6 @@ void VCalendarFields::ReadNested(std::string_view header, std::string_view value
     }
   }
   if (alarm) alarms_.push_back(*alarm);
-}
-
-Calendar VCalendarFields::Take() {
-  FinishUid();
-  FinishTimes();
-  FinishSeries();
-  FinishRules();
-  FinishDeletions();
-  FinishReminder();
-  FinishStatus();
-  DropUnderstood();
-  return std::move(item_);
-}
-
-void VCalendarFields::FinishUid() {
-  if (!item_.fields.objUid.empty() || otherUids_.empty()) return;
-  item_.fields.objUid = otherUids_.front().uid;
-  Understood(otherUids_.front().extra);
-}
-
-void VCalendarFields::FinishTimes() {
-  if (endWaits_ && !due_) {
-    due_ = end_;
-    Understood(endExtra_);
-  }
-  const std::optional<Moment>& end = item_.isTask ? due_ : end_;
-  if (start_) item_.start = start_->utc;
-  const bool isDate = start_ ? start_->isDate : end && end->isDate;
-  item_.allDay = isDate || allDay_;
-  if (end) {
-    item_.end = end->utc;
-    if (item_.allDay && end->isLastSecond) item_.end = Later(end->utc, 1);
-  } else if (start_) {
-    const auto duration =
-        durations_.empty() ? std::nullopt : ParseDuration(durations_.front().value);
-    if (duration) {
-      item_.end =
-          isDate ? LocalAsUtc(Later(start_->local, *duration)) : Later(item_.start, *duration);
-      if (item_.end != 0.0) Understood(durations_.front().extra);
-    } else if (isDate && !item_.isTask) {
-      item_.end = LocalAsUtc(Later(start_->local, kDaySeconds));
-    }
-  }
-}
-
-DATE VCalendarFields::Beginning() const {
-  return item_.start != 0.0 ? item_.start : item_.isTask ? item_.end : 0.0;
-}
-
-// The link to a series. One to itself says nothing.
-void VCalendarFields::FinishSeries() {
-  std::u16string& uid = item_.fields.objUid;
-  for (const Waiting& parent : parents_) {
-    if (parent.uid.empty() || parent.uid == uid) continue;
-    item_.parentRecurUid = parent.uid;
-    Understood(parent.extra);
-    return;
-  }
-  if (occurrences_.empty() || uid.empty() || item_.entries.size() >= kMostEntries) return;
-  const DATE moment = occurrences_.front().moment.utc;
-  item_.parentRecurUid = uid;
-  uid += u"/" + FromAscii(MomentText(moment));
-  if (ReplacedOccurrence(item_) == 0.0) item_.entries.push_back({kReplacedOccurrence, moment});
-  Understood(occurrences_.front().extra);
-}
-
-void VCalendarFields::FinishRules() {
-  // An exception repeats nothing: a rule on it stays as it stands.
-  if (!item_.parentRecurUid.empty() || rules_.empty()) return;
-  item_.isRecurring = std::ranges::any_of(rules_, &Waiting::isRule);
-  if (rules_.size() > 1 || !item_.isRecurring) {
-    item_.isRecurring = true;
-    return;
-  }
-  const auto rule = ParseRule(rules_.front().value, UtcToLocal(Beginning(), true).value);
-  if (!rule) return;
-  item_.recurrence = *rule;
-  Understood(rules_.front().extra);
-}
-
-// Occurrences that are deleted, as entries. A date alone means the occurrence of that day.
-void VCalendarFields::FinishDeletions() {
-  if (!item_.parentRecurUid.empty() || item_.entries.size() + deletions_.size() > kMostEntries) {
-    return;
-  }
-  std::unordered_set<int64_t> known;
-  const auto secondsOf = [](DATE date) { return VariantTimeToSeconds(date).value_or(0); };
-  for (const RecurrenceEntry& entry : item_.entries) {
-    if (entry.kind == kDeletedOccurrence) known.insert(secondsOf(entry.moment));
-  }
-  const DATE localStart = UtcToLocal(Beginning(), true).value;
-  const int64_t timeOfDay = ((secondsOf(localStart) % kDaySeconds) + kDaySeconds) % kDaySeconds;
-  for (const Waiting& deletion : deletions_) {
-    const bool wholeDay = deletion.moment.isDate && !item_.allDay;
-    const DATE moment =
-        wholeDay ? LocalAsUtc(Later(deletion.moment.local, timeOfDay)) : deletion.moment.utc;
-    Understood(deletion.extra);
-    if (known.insert(secondsOf(moment)).second) {
-      item_.entries.push_back({kDeletedOccurrence, Later(moment, 0)});
-    }
-  }
-}
-
-void VCalendarFields::FinishReminder() {
-  const DATE beginning = Beginning();
-  if (beginning == 0.0) return;
-  constexpr int64_t kMinute = 60;
-  for (const Alarm& alarm : alarms_) {
-    int64_t lead = alarm.leadSeconds;
-    if (alarm.moment != 0.0) {
-      lead = VariantTimeToSeconds(beginning).value_or(0) -
-             VariantTimeToSeconds(alarm.moment).value_or(0);
-    }
-    const bool fits =
-        lead % kMinute == 0 && lead / kMinute <= std::numeric_limits<int32_t>::max() &&
-        lead / kMinute >= std::numeric_limits<int32_t>::min() && Later(beginning, -lead) != 0.0;
-    if (!fits) continue;
-    item_.reminderMinutes = static_cast<int32_t>(lead / kMinute);
-    Understood(alarm.extra);
-    return;
-  }
-}
-
-// An item says one status.
-void VCalendarFields::FinishStatus() {
-  if (item_.status == 0) return;
-  for (const size_t extra : statusExtras_) Understood(extra);
-}
-
-void VCalendarFields::DropUnderstood() {
-  if (understood_.empty()) return;
-  std::vector<ExtraProperty>& extras = item_.fields.extras;
-  std::vector<bool> drop(extras.size(), false);
-  for (const size_t extra : understood_) {
-    if (extra < drop.size()) drop[extra] = true;
-  }
-  size_t kept = 0;
-  for (size_t i = 0; i < extras.size(); ++i) {
-    if (drop[i]) continue;
-    if (kept != i) extras[kept] = std::move(extras[i]);
-    ++kept;
-  }
-  extras.resize(kept);
 }
 
 }  // namespace qv

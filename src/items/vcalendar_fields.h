@@ -41,6 +41,9 @@ enum class CalendarField : uint8_t {
   Entry,
 };
 
+// Of the dated entries of one item.
+inline constexpr size_t kMostEntries = 100'000;
+
 // What a field says of itself may depend on others behind it: when the reminder comes on the start,
 // what a rule leaves out too. Such a property joins the extras in its place and leaves them at the
 // end if it was understood. A field that holds one value keeps the first.
@@ -67,7 +70,9 @@ class VCalendarFields {
   struct Moment {
     DATE utc = 0.0;
     DATE local = 0.0;  // of a date alone its midnight
+    DATE own = 0.0;    // by the clock of the text: of the zone that it names, or UTC
     bool isDate = false;
+    bool isUtc = false;
     bool isLastSecond = false;  // 23:59:59, by its own clock
   };
   // A property that waits among the extras.
@@ -142,8 +147,5 @@ class VCalendarFields {
   bool overfull_ = false;
   bool missedZone_ = false;
 };
-
-// "PT15M", "-P1DT2H", "P2W" (RFC 5545, 3.3.6) in seconds; nothing for what is none.
-std::optional<int64_t> ParseDuration(std::string_view text);
 
 }  // namespace qv

@@ -15,6 +15,13 @@ namespace qv {
 // month that a rule leaves out.
 std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart);
 
+// The same for a series that tells its beginning by the clock of a zone of its own, `ownStart`: the
+// days of the rule are days there, and are told by those here where the numbers can. With `isUtc`
+// that is no zone but UTC, which the days of many texts do not mean: they do where the start fits
+// the rule by no other reading.
+std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart, DATE ownStart,
+                                    bool isUtc);
+
 // In the 1.0 grammar; empty for the type None.
 std::string RuleText(const Recurrence& rule, DATE localStart);
 

@@ -198,6 +198,34 @@ TEST_F(VCalendar, ReadsBothGrammarsOfRules) {
             "DTSTART:20240501T080000Z\nRRULE:D1 #2");
 }
 
+TEST_F(VCalendar, TellsTheDaysOfAnotherZoneByThoseHere) {
+  struct Rule {
+    const char* start;
+    const char* rule;
+    const char* written;
+  };
+  // 20 May 2026 is a Wednesday. Late in New York it is Thursday here, early in Tokyo Tuesday.
+  const Rule kRules[] = {
+      {";TZID=America/New_York:20260520T200000", "FREQ=WEEKLY;BYDAY=WE", "W1 TH #0"},
+      {";TZID=America/New_York:20260520T200000", "FREQ=WEEKLY", "W1 TH #0"},
+      {";TZID=America/New_York:20260520T200000", "FREQ=WEEKLY;BYDAY=WE,SA", "W1 SU TH #0"},
+      {";TZID=America/New_York:20260520T150000", "FREQ=WEEKLY;BYDAY=WE", "W1 WE #0"},
+      {";TZID=Asia/Tokyo:20260520T050000", "FREQ=WEEKLY;INTERVAL=2;BYDAY=WE,TH", "W2 TU WE #0"},
+      {";TZID=Asia/Tokyo:20260520T050000", "FREQ=MONTHLY;BYMONTHDAY=20", "MD1 19 #0"},
+      {";TZID=Asia/Tokyo:20260520T050000", "FREQ=DAILY;COUNT=3", "D1 #3"},
+      // By UTC, where the beginning fits in no other way.
+      {":20260520T230000Z", "FREQ=WEEKLY;BYDAY=WE", "W1 TH #0"},
+      {":20260520T230000Z", "FREQ=WEEKLY;BYDAY=TH", "W1 TH #0"},
+      {":20260520T230000Z", "W1 WE #0", "W1 WE #0"},
+      {":20260520T100000Z", "FREQ=WEEKLY;BYDAY=MO", "W1 MO #0"},
+  };
+  for (const Rule& rule : kRules) {
+    const std::string out = Through(
+        Component("VEVENT", std::string("DTSTART") + rule.start + "\nRRULE:" + rule.rule, "2.0"));
+    EXPECT_EQ(out.substr(out.find("RRULE:") + 6), rule.written) << rule.start << " " << rule.rule;
+  }
+}
+
 TEST_F(VCalendar, KeepsRulesThatTheItemCannotHold) {
   for (const char* rule : {"FREQ=MONTHLY;BYDAY=MO,TU;BYSETPOS=-1",
                            "FREQ=HOURLY",
