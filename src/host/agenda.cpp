@@ -11,21 +11,18 @@
 namespace qv {
 namespace {
 
-DATE Local(DATE utc) {
-  return UtcToLocal(utc, true).value;
-}
-
-// On the wall, so that three days stay three days when the clocks change.
-double LengthOf(const Calendar& item) {
-  return item.end == 0.0 ? 0.0 : std::max(0.0, Local(item.end) - Local(item.start));
-}
-
 // A task may say only when it is due.
 void GiveStart(Calendar& item) {
   if (item.start == 0.0) item.start = item.end;
 }
 
 }  // namespace
+
+// On the wall, so that three days stay three days when the clocks change.
+double Agenda::LengthOf(const Calendar& item) const {
+  if (item.end == 0.0) return 0.0;
+  return std::max(0.0, clock_.FromUtc(item.end) - clock_.FromUtc(item.start));
+}
 
 void Agenda::Add(std::u16string id, Calendar item) {
   Flush();
@@ -39,7 +36,7 @@ void Agenda::AddException(std::u16string id, const Calendar& item) {
   if (replaced != 0.0 && series_.id == SeriesPartOf(id)) series_.absent.push_back(replaced);
   Calendar moved = item;
   GiveStart(moved);
-  if (moved.start != 0.0) Put(id, moved, Local(moved.start));
+  if (moved.start != 0.0) Put(id, moved, clock_.FromUtc(moved.start));
 }
 
 void Agenda::Put(const std::u16string& id, const Calendar& item, DATE localStart) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "items/calendar.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 
@@ -42,9 +43,11 @@ class Agenda {
     bool open = false;
   };
 
+  double LengthOf(const Calendar& item) const;
   void Flush();
   void Put(const std::u16string& id, const Calendar& item, DATE localStart);
 
+  const WallClock clock_;
   DATE from_;
   DATE to_;
   size_t limit_;

@@ -8,6 +8,7 @@
 
 #include "platform/system/system_time.h"
 #include "support/date_time.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 namespace {
@@ -170,8 +171,8 @@ class RuleDays {
 // The wall-clock beginnings of a series.
 class Beginnings {
  public:
-  Beginnings(const CalendarContent& series, int64_t from, int64_t to)
-      : rule_(series.recurrence), from_(from), to_(to) {}
+  Beginnings(const CalendarContent& series, const WallClock& clock, int64_t from, int64_t to)
+      : rule_(series.recurrence), clock_(clock), from_(from), to_(to) {}
 
   void Walk(int64_t start, const std::function<bool(const Occurrence&)>& take) {
     // The start is the first occurrence whatever the rule says (RFC 5545, 3.8.5.3).
@@ -206,15 +207,16 @@ class Beginnings {
     if (seconds < from_) return true;
     const std::optional<DATE> local = SecondsToVariantTime(seconds);
     if (!local) return false;
-    return take({LocalToUtc(*local, true).value, *local});
+    return take({clock_.ToUtc(*local), *local});
   }
 
-  static std::optional<int64_t> LocalSeconds(DATE utc) {
+  std::optional<int64_t> LocalSeconds(DATE utc) const {
     if (utc == 0.0) return std::nullopt;
-    return VariantTimeToSeconds(UtcToLocal(utc, true).value);
+    return VariantTimeToSeconds(clock_.FromUtc(utc));
   }
 
   const Recurrence& rule_;
+  const WallClock& clock_;
   const int64_t from_;
   const int64_t to_;
   const std::optional<int64_t> until_ = LocalSeconds(rule_.until);
@@ -233,7 +235,8 @@ void ForEachOccurrence(const CalendarContent& series, DATE from, DATE to,
                        const std::function<bool(const Occurrence&)>& take) {
   const DATE begin = series.start != 0.0 ? series.start : series.end;
   if (begin == 0.0) return;
-  const DATE localBegin = UtcToLocal(begin, true).value;
+  const WallClock clock;
+  const DATE localBegin = clock.FromUtc(begin);
   const std::optional<int64_t> start = VariantTimeToSeconds(localBegin);
   const int64_t fromSeconds = ClampedSeconds(from);
   const int64_t toSeconds = ClampedSeconds(to);
@@ -242,7 +245,7 @@ void ForEachOccurrence(const CalendarContent& series, DATE from, DATE to,
     if (*start >= fromSeconds && *start < toSeconds) take({begin, localBegin});
     return;
   }
-  Beginnings(series, fromSeconds, toSeconds).Walk(*start, [&](const Occurrence& occurrence) {
+  Beginnings(series, clock, fromSeconds, toSeconds).Walk(*start, [&](const Occurrence& occurrence) {
     // The start is the moment itself, also in an hour that occurs twice.
     return take(occurrence.local == localBegin ? Occurrence{begin, localBegin} : occurrence);
   });

@@ -1,6 +1,6 @@
 // The occurrences of a series.
 //
-// A rule is followed in local wall-clock time, by the time-zone record: a meeting at nine stays at
+// A rule is followed in local wall-clock time, see WallClock: a meeting at nine stays at
 // nine when the clocks change. A series has at most one occurrence a day. Nothing is expanded
 // beyond the span that is asked for, and nothing beyond the years 100 to 9999.
 #pragma once

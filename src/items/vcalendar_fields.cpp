@@ -69,6 +69,19 @@ std::optional<int32_t> NumberOf(const Word (&words)[n], std::string_view text) {
   return found->number;
 }
 
+// The first value of a parameter; nothing for a line without it.
+std::optional<std::string_view> ParameterOf(const Line& line, std::string_view name) {
+  ParameterReader parameters(line.parameters);
+  for (Parameter parameter; parameters.Next(parameter);) {
+    if (SameWord(parameter.name, name)) return parameter.value;
+  }
+  return std::nullopt;
+}
+
+std::string_view ZoneOf(const Line& line) {
+  return ParameterOf(line, "TZID").value_or(std::string_view());
+}
+
 // Trailing separators say nothing.
 std::string_view WithoutEmptyParts(std::string_view text) {
   while (text.ends_with(';') || text.ends_with(' ')) text.remove_suffix(1);
@@ -109,6 +122,7 @@ bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
     case CalendarField::Location:
       return ReadText(line, item_.location);
     case CalendarField::Start:
+      if (!start_) startZone_ = ZoneOf(line);
       return ReadMoment(line, start_);
     case CalendarField::Due:
       return item_.isTask && ReadMoment(line, due_);
@@ -189,36 +203,30 @@ std::optional<VCalendarFields::Moment> VCalendarFields::MomentIn(std::string_vie
   if (!stamp) return std::nullopt;
   Moment moment;
   moment.isDate = !stamp->hasTime;
-  moment.isLastSecond = stamp->hasTime && Later(stamp->date, 1) != 0.0 &&
-                        DateTimeValue(Later(stamp->date, 1)).GetHour() == 0 &&
-                        DateTimeValue(stamp->date).GetSecond() == 59 &&
-                        DateTimeValue(stamp->date).GetMinute() == 59;
   if (stamp->hasZone) {
     moment.utc = stamp->date;
   } else if (stamp->hasTime && !zone.empty()) {
     const std::optional<DATE> utc = zones_.ToUtc(zone, stamp->date);
     missedZone_ = missedZone_ || !utc;
-    moment.utc = utc ? *utc : LocalToUtc(stamp->date, true).value;
+    moment.utc = utc ? *utc : clock_.ToUtc(stamp->date);
   } else {
-    moment.utc = LocalToUtc(stamp->date, true).value;
+    moment.utc = clock_.ToUtc(stamp->date);
   }
   // Whole seconds in one form, whatever the way here; and within the years there are.
   moment.utc = Later(moment.utc, 0);
-  moment.local = moment.isDate ? stamp->date : UtcToLocal(moment.utc, true).value;
+  moment.local = moment.isDate ? stamp->date : clock_.FromUtc(moment.utc);
   moment.own = stamp->date;
   moment.isUtc = stamp->hasZone;
-  if (moment.utc == 0.0 || !DateTimeValue(moment.local).IsDate()) return std::nullopt;
+  if (moment.utc == 0.0 || moment.local == 0.0) return std::nullopt;
+  const DateTimeValue next(Later(moment.local, 1));
+  moment.isLastSecond =
+      next.IsDate() && next.GetHour() == 0 && next.GetMinute() == 0 && next.GetSecond() == 0;
   return moment;
 }
 
 std::optional<VCalendarFields::Moment> VCalendarFields::MomentOf(const Line& line,
                                                                  std::string_view text) {
-  std::string_view zone;
-  ParameterReader parameters(line.parameters);
-  for (Parameter parameter; zone.empty() && parameters.Next(parameter);) {
-    if (SameWord(parameter.name, "TZID")) zone = parameter.value;
-  }
-  return MomentIn(zone, text);
+  return MomentIn(ZoneOf(line), text);
 }
 
 bool VCalendarFields::ReadMoment(const Line& line, std::optional<Moment>& moment) {
@@ -306,11 +314,14 @@ bool VCalendarFields::Wait(const Line& line, std::vector<Waiting>& list, bool is
   waiting.isRule = isRule;
   const auto token = TokenOf(line);
   if (!token && &list != &rules_) return false;
+  if (token && token->empty()) return true;
   if (token) waiting.value = *token;
+  if (isRule) waiting.saysMore = ParameterOf(line, "TZID").has_value();
   if (&list == &occurrences_) {
     const auto moment = MomentOf(line, *token);
     if (!moment) return false;
     waiting.moment = *moment;
+    waiting.saysMore = ParameterOf(line, "RANGE").has_value();
   } else if (&list == &otherUids_ || &list == &parents_) {
     if (!ReadUid(line, waiting.uid)) return false;
   } else if (&list == &deletions_) {
@@ -356,7 +367,12 @@ void VCalendarFields::ReadNested(std::string_view header, std::string_view value
   std::optional<Alarm> alarm;
   while (reader.Next(line)) {
     if (SameWord(line.name, "END")) break;
-    if (SameWord(line.name, "ACTION") || SameWord(line.name, "DESCRIPTION")) continue;
+    if (SameWord(line.name, "DESCRIPTION")) continue;
+    if (SameWord(line.name, "ACTION")) {
+      const std::string_view action = Trimmed(line.value);
+      if (!SameWord(action, "DISPLAY") && !SameWord(action, "AUDIO")) return;
+      continue;
+    }
     if (!SameWord(line.name, "TRIGGER") || alarm) return;
     alarm = Alarm{extra, 0.0, 0};
     ParameterReader parameters(line.parameters);

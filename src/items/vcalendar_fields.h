@@ -9,6 +9,7 @@
 #include "items/moment_text.h"
 #include "items/vcalendar_zone.h"
 #include "support/vobject/decode.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 
@@ -73,7 +74,7 @@ class VCalendarFields {
     DATE own = 0.0;    // by the clock of the text: of the zone that it names, or UTC
     bool isDate = false;
     bool isUtc = false;
-    bool isLastSecond = false;  // 23:59:59, by its own clock
+    bool isLastSecond = false;  // 23:59:59 of a local day
   };
   // A property that waits among the extras.
   struct Waiting {
@@ -82,6 +83,9 @@ class VCalendarFields {
     std::string value;
     std::u16string uid;
     bool isRule = false;  // of those that make a series: RRULE, and what no number holds
+    // More than can be told: a RECURRENCE-ID of more than one occurrence, an RRULE by the days of a
+    // zone of its own.
+    bool saysMore = false;
   };
   // A reminder as a moment, or as minutes before the beginning.
   struct Alarm {
@@ -124,11 +128,13 @@ class VCalendarFields {
 
   Dialect dialect_;
   CalendarZones& zones_;
+  const WallClock clock_;
   ValueDecoder decoder_;
   Calendar item_;
   std::optional<Moment> start_;
   std::optional<Moment> end_;
   std::optional<Moment> due_;
+  std::string startZone_;
   size_t endExtra_ = 0;  // of a task's DTEND, which waits for a DUE
   bool endWaits_ = false;
   bool statusRead_ = false;

@@ -1,5 +1,6 @@
 // What the properties of an event or task mean together, once all are read.
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <unordered_set>
 
@@ -8,14 +9,15 @@
 #include "platform/system/system_time.h"
 #include "support/date_time.h"
 #include "support/text.h"
+#include "support/vobject/raw_text.h"
 
 namespace qv {
 namespace {
 
 constexpr int64_t kDaySeconds = 86400;
 
-DATE LocalAsUtc(DATE local) {
-  return LocalToUtc(local, true).value;
+DATE MidnightOf(DATE date) {
+  return std::trunc(date);
 }
 
 }  // namespace
@@ -55,10 +57,11 @@ void VCalendarFields::FinishTimes() {
         durations_.empty() ? std::nullopt : ParseDuration(durations_.front().value);
     if (duration) {
       item_.end =
-          isDate ? LocalAsUtc(Later(start_->local, *duration)) : Later(item_.start, *duration);
+          isDate ? clock_.ToUtc(Later(start_->local, *duration)) : Later(item_.start, *duration);
       if (item_.end != 0.0) Understood(durations_.front().extra);
-    } else if (isDate && !item_.isTask) {
-      item_.end = LocalAsUtc(Later(start_->local, kDaySeconds));
+    } else if (item_.allDay && !item_.isTask) {
+      // The midnight behind the day on which it begins.
+      item_.end = clock_.ToUtc(Later(MidnightOf(start_->local), kDaySeconds));
     }
   }
 }
@@ -81,24 +84,32 @@ void VCalendarFields::FinishSeries() {
   item_.parentRecurUid = uid;
   uid += u"/" + FromAscii(MomentText(moment));
   if (ReplacedOccurrence(item_) == 0.0) item_.entries.push_back({kReplacedOccurrence, moment});
-  Understood(occurrences_.front().extra);
+  // A change of this and all later occurrences is kept as one of this; its line stays for the
+  // phone.
+  if (!occurrences_.front().saysMore) Understood(occurrences_.front().extra);
 }
 
 void VCalendarFields::FinishRules() {
   // An exception repeats nothing: a rule on it stays as it stands.
   if (!item_.parentRecurUid.empty() || rules_.empty()) return;
   item_.isRecurring = std::ranges::any_of(rules_, &Waiting::isRule);
-  if (rules_.size() > 1 || !item_.isRecurring) {
+  const Waiting& waiting = rules_.front();
+  if (rules_.size() > 1 || !item_.isRecurring || waiting.saysMore) {
     item_.isRecurring = true;
     return;
   }
-  const DATE local = UtcToLocal(Beginning(), true).value;
-  const std::string& text = rules_.front().value;
-  const auto rule =
-      start_ ? ParseRule(text, local, start_->own, start_->isUtc) : ParseRule(text, local);
-  if (!rule) return;
-  item_.recurrence = *rule;
-  Understood(rules_.front().extra);
+  const DATE local = clock_.FromUtc(Beginning());
+  const auto rule = start_ ? ParseRule(waiting.value, local, start_->own, start_->isUtc)
+                           : ParseRule(waiting.value, local);
+  if (rule) {
+    item_.recurrence = *rule;
+    Understood(waiting.extra);
+  } else if (start_ && !startZone_.empty() && ParseRule(waiting.value, local)) {
+    // The days there cannot be told by the days here. The item's own times are told in UTC, so the
+    // rule must say itself whose days it names.
+    std::erase(startZone_, '"');
+    item_.fields.extras[waiting.extra].property += u";TZID=\"" + TextFromRaw(startZone_) + u"\"";
+  }
 }
 
 // Occurrences that are deleted, as entries. A date alone means the occurrence of that day.
@@ -111,12 +122,12 @@ void VCalendarFields::FinishDeletions() {
   for (const RecurrenceEntry& entry : item_.entries) {
     if (entry.kind == kDeletedOccurrence) known.insert(secondsOf(entry.moment));
   }
-  const DATE localStart = UtcToLocal(Beginning(), true).value;
+  const DATE localStart = clock_.FromUtc(Beginning());
   const int64_t timeOfDay = ((secondsOf(localStart) % kDaySeconds) + kDaySeconds) % kDaySeconds;
   for (const Waiting& deletion : deletions_) {
     const bool wholeDay = deletion.moment.isDate && !item_.allDay;
     const DATE moment =
-        wholeDay ? LocalAsUtc(Later(deletion.moment.local, timeOfDay)) : deletion.moment.utc;
+        wholeDay ? clock_.ToUtc(Later(deletion.moment.local, timeOfDay)) : deletion.moment.utc;
     Understood(deletion.extra);
     if (known.insert(secondsOf(moment)).second) {
       item_.entries.push_back({kDeletedOccurrence, Later(moment, 0)});

@@ -19,7 +19,12 @@ bool IsModern(std::string_view text) {
 bool Fits(const Recurrence& rule, DATE start) {
   const StartDay day(start);
   const bool isDay = rule.dayOfMonth == 0 || rule.dayOfMonth == day.day;
-  return isDay && (rule.daysOfWeek == 0 || (rule.daysOfWeek & day.bit) != 0);
+  const bool isWeekday = rule.daysOfWeek == 0 || (rule.daysOfWeek & day.bit) != 0;
+  const bool isInstance =
+      rule.instance == 0 ||
+      (rule.instance == kLastInstance ? day.isInLastWeek : (day.day - 1) / 7 + 1 == rule.instance);
+  const bool isMonth = rule.monthOfYear == 0 || rule.monthOfYear == day.month;
+  return isDay && isWeekday && isInstance && isMonth;
 }
 
 // Says a rule by the days of a calendar that is one day on or behind. False where the numbers
@@ -87,11 +92,14 @@ std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart) {
 std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart, DATE ownStart,
                                     bool isUtc) {
   const std::optional<Recurrence> here = ParseRule(text, localStart);
-  const double days = std::trunc(localStart) - std::trunc(ownStart);
-  if (!here || days == 0.0 || (isUtc && (!IsModern(text) || Fits(*here, localStart)))) return here;
-  std::optional<Recurrence> there = ParseRule(text, ownStart);
-  if (isUtc && !(there && Fits(*there, ownStart))) return here;
-  return there && Move(*there, static_cast<int>(days)) ? there : here;
+  const auto days = static_cast<int>(std::trunc(localStart) - std::trunc(ownStart));
+  if (!here || days == 0 || !IsModern(text) || (isUtc && Fits(*here, localStart))) return here;
+  const std::optional<Recurrence> there = ParseRule(text, ownStart);
+  if (!there || (isUtc && !Fits(*there, ownStart))) return here;
+  Recurrence moved = *there;
+  if (Move(moved, days)) return moved;
+  // A rule that leaves its days out takes those of the start, wherever that is.
+  return isUtc || *here != *there ? here : std::nullopt;
 }
 
 std::string RuleText(const Recurrence& rule, DATE localStart) {

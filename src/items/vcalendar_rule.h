@@ -16,9 +16,9 @@ namespace qv {
 std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart);
 
 // The same for a series that tells its beginning by the clock of a zone of its own, `ownStart`: the
-// days of the rule are days there, and are told by those here where the numbers can. With `isUtc`
-// that is no zone but UTC, which the days of many texts do not mean: they do where the start fits
-// the rule by no other reading.
+// days of a 2.0 rule are days there, and are told by those here; nothing where the numbers cannot.
+// With `isUtc` that is no zone but UTC, which the days of many texts do not mean: they do where the
+// start fits the rule by no other reading.
 std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart, DATE ownStart,
                                     bool isUtc);
 

@@ -5,6 +5,7 @@
 #include "items/moment_text.h"
 #include "support/date_time.h"
 #include "support/vobject/lines.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 
@@ -37,9 +38,9 @@ std::optional<DATE> ParseRuleEnd(std::string_view text) {
   if (stamp->hasZone) return stamp->date;
   const DateTimeSpan day(0, 23, 59, 59);
   const DateTimeValue local = stamp->hasTime ? DateTimeValue(stamp->date) : stamp->date + day;
-  const DateTimeValue utc = LocalToUtc(local, true);
-  if (!utc.IsDate()) return std::nullopt;
-  return utc.value;
+  const DATE utc = WallClock().ToUtc(local.value);
+  if (utc == 0.0) return std::nullopt;
+  return utc;
 }
 
 StartDay::StartDay(DATE local) {
@@ -48,6 +49,7 @@ StartDay::StartDay(DATE local) {
   bit = 1 << (date.GetDayOfWeek() - 1);
   day = date.GetDay();
   month = date.GetMonth();
+  isInLastWeek = (date + DateTimeSpan(7, 0, 0, 0)).GetMonth() != month;
 }
 
 bool IsWhole(const Recurrence& rule) {

@@ -35,6 +35,7 @@ struct StartDay {
   int32_t bit = 0;
   int32_t day = 0;
   int32_t month = 0;
+  bool isInLastWeek = false;  // the last such weekday of its month
 };
 
 // Is every number there that the type needs? Where one is missing the start was to give it.

@@ -6,6 +6,7 @@
 #include "platform/system/system_time.h"
 #include "support/date_time.h"
 #include "support/vobject/encode.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 namespace {
@@ -96,7 +97,7 @@ class CalendarWriter {
 
   void WriteRecurrence() {
     if (item_.isRecurring) {
-      const std::string rule = RuleText(item_.recurrence, UtcToLocal(Beginning(), true).value);
+      const std::string rule = RuleText(item_.recurrence, WallClock().FromUtc(Beginning()));
       if (!rule.empty()) Plain("RRULE", rule);
     }
     WriteUid("X-PARENT-UID", item_.parentRecurUid);

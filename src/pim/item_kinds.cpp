@@ -24,6 +24,15 @@ bool PackCalendarItem(IUnknown* item, PackedItem& packed) {
   return true;
 }
 
+std::u16string CalendarKeyNow(std::string_view content) {
+  std::string ignored;
+  Calendar calendar;
+  if (std::optional<CalendarContent> values = UnpackCalendar(content, ignored)) {
+    static_cast<CalendarContent&>(calendar) = *std::move(values);
+  }
+  return MakeCalendarKey(calendar);
+}
+
 bool PackNoteItem(IUnknown* item, PackedItem& packed) {
   const Note* note = NoteOf(item);
   if (note == nullptr) return false;
@@ -47,10 +56,11 @@ constexpr auto kUnpackCalendar =
 constexpr auto kUnpackNote = UnpackItem<Note, Note, UnpackNote, MakeNoteItem>;
 
 constexpr ItemKind kKinds[] = {
-    {olContact, "contact", u"Contacts", PackContactItem, kUnpackContact},
-    {olAppointment, "appointment", u"Calendar", PackCalendarItem<false>, kUnpackCalendar},
-    {olTask, "task", u"Tasks", PackCalendarItem<true>, kUnpackCalendar},
-    {olNote, "note", u"Notes", PackNoteItem, kUnpackNote},
+    {olContact, "contact", u"Contacts", PackContactItem, nullptr, kUnpackContact},
+    {olAppointment, "appointment", u"Calendar", PackCalendarItem<false>, CalendarKeyNow,
+     kUnpackCalendar},
+    {olTask, "task", u"Tasks", PackCalendarItem<true>, CalendarKeyNow, kUnpackCalendar},
+    {olNote, "note", u"Notes", PackNoteItem, nullptr, kUnpackNote},
 };
 
 }  // namespace

@@ -22,6 +22,9 @@ struct ItemKind {
   const char16_t* folderName;  // of the folder that every profile has
   // False for an object that is no item of this kind.
   bool (*pack)(IUnknown* item, PackedItem& packed);
+  // The key text of a content, where it follows the zone that holds when it is asked for; null
+  // where the one that was packed holds for good.
+  std::u16string (*keyNow)(std::string_view content);
   // A new item; null, with the reason, for content that is damaged.
   ComPtr<IItemCommon> (*unpack)(std::string_view content, std::string& why);
 };

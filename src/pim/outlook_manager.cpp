@@ -165,10 +165,19 @@ HRESULT OutlookManager::GetMetaData(OlObjectClass kind, const std::u16string& en
 
 HRESULT OutlookManager::GetMetaDatas(OlObjectClass kind, const std::u16string& folderId,
                                      std::vector<OLMetaData>& datas, int withKeyText) {
-  const auto listing =
-      withKeyText != 0 ? ProfileFile::Listing::WithTexts : ProfileFile::Listing::WithoutTexts;
   return state_->RunList(datas, [&] {
-    state_->File().List(state_->Folder(kind, folderId), listing,
+    const int64_t number = state_->Folder(kind, folderId);
+    const auto keyNow = state_->Kind(kind).keyNow;
+    if (withKeyText != 0 && keyNow != nullptr) {
+      state_->File().ListContents(number, [&](ItemRow&& row, std::string_view content) {
+        row.keyText = keyNow(content);
+        datas.push_back(MetaDataOf(std::move(row)));
+      });
+      return;
+    }
+    const auto listing =
+        withKeyText != 0 ? ProfileFile::Listing::WithTexts : ProfileFile::Listing::WithoutTexts;
+    state_->File().List(number, listing,
                         [&](ItemRow&& row) { datas.push_back(MetaDataOf(std::move(row))); });
   });
 }

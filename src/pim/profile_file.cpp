@@ -59,6 +59,7 @@ enum StatementId : size_t {
   kListWithTexts,
   kListWithoutTexts,
   kListIdentifiers,
+  kListContents,
 };
 
 constexpr const char* kStatements[] = {
@@ -80,6 +81,8 @@ constexpr const char* kStatements[] = {
     "ORDER BY number",
     "SELECT entry_id,modified_utc,modified_local,md5 FROM items WHERE folder=? ORDER BY number",
     "SELECT entry_id FROM items WHERE folder=? ORDER BY number",
+    "SELECT i.entry_id,modified_utc,modified_local,md5,key_text,name,content FROM items AS i "
+    "LEFT JOIN contents AS c USING(number) WHERE folder=? ORDER BY number",
 };
 
 int64_t FormVersion(SqliteDatabase& db) {
@@ -244,6 +247,13 @@ void ProfileFile::List(int64_t folder, Listing listing,
       take(RowAt(*list, listing == Listing::WithTexts));
     }
   }
+}
+
+void ProfileFile::ListContents(
+    int64_t folder, const std::function<void(ItemRow&&, std::string_view content)>& take) {
+  auto list = statements_[kListContents];
+  list->Bind(1, folder);
+  while (list->Step()) take(RowAt(*list, true), list->Blob(6));
 }
 
 }  // namespace qv

@@ -46,6 +46,9 @@ class ProfileFile {
   // the key text, or the identifier alone.
   enum class Listing { WithTexts, WithoutTexts, Identifiers };
   void List(int64_t folder, Listing listing, const std::function<void(ItemRow&&)>& take);
+  // Everything, with the content; one that is missing is empty.
+  void ListContents(int64_t folder,
+                    const std::function<void(ItemRow&&, std::string_view content)>& take);
 
   // To read sub-items.
   SubItemTable& subItems() { return subItems_; }

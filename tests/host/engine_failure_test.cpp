@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "host/engine_rig.h"
+#include "host/series_texts.h"
 #include "support/date_time.h"
 
 namespace qv {
@@ -18,20 +19,42 @@ using test::Content;
 using test::FailingFiles;
 using test::Rig;
 
-// The same contacts in the end, after a sync that has everything to do: `Known` has synced before
+// The same items in the end, after a sync that has everything to do: `Known` has synced before
 // and changed on both sides in every way, `Unknown` never has and holds much on both sides.
-enum class Meeting { Known, Unknown };
+// `Series` is known, and a calendar of series with exceptions.
+enum class Meeting { Known, Unknown, Series };
 
-class Disturbed : public Rig {
+class Scene : public Rig {
  public:
-  explicit Disturbed(Meeting meeting) {
+  using Rig::Rig;
+  virtual ~Scene() = default;
+
+  void RunOnce() {
+    Profile profile(profileFolder());
+    RunSync(profile, phoneFolder(), {std::string(kind.name)}, {});
+  }
+  void ExpectHealed(const std::string& after) {
+    const StoreReport healed = Sync();
+    EXPECT_EQ(healed.result, SyncResult::Ok) << after << ": " << healed.message;
+    ExpectEnd(after);
+    const StoreReport quiet = Sync();
+    EXPECT_EQ(quiet.pc.added + quiet.pc.replaced + quiet.pc.deleted, 0) << after;
+    EXPECT_EQ(quiet.phone.added + quiet.phone.replaced + quiet.phone.deleted, 0) << after;
+  }
+
+ private:
+  virtual void ExpectEnd(const std::string& after) = 0;
+};
+
+class Contacts final : public Scene {
+ public:
+  explicit Contacts(Meeting meeting) {
     meeting == Meeting::Known ? Disturb() : FillBoth();
     Keep();
   }
 
-  void ExpectHealed(const std::string& after) {
-    const StoreReport healed = Sync();
-    EXPECT_EQ(healed.result, SyncResult::Ok) << after << ": " << healed.message;
+ private:
+  void ExpectEnd(const std::string& after) override {
     std::multiset<std::string> expected;
     for (const auto& [name, note] : {std::pair{"pcEdit", "new"},
                                      {"phoneEdit", "new"},
@@ -51,12 +74,8 @@ class Disturbed : public Rig {
       EXPECT_THAT(phone, testing::HasSubstr(pet)) << after;
     }
     EXPECT_THAT(ConflictTexts(), testing::Contains(testing::HasSubstr("NOTE:older"))) << after;
-    const StoreReport quiet = Sync();
-    EXPECT_EQ(quiet.pc.added + quiet.pc.replaced + quiet.pc.deleted, 0) << after;
-    EXPECT_EQ(quiet.phone.added + quiet.phone.replaced + quiet.phone.deleted, 0) << after;
   }
 
- private:
   void Disturb() {
     for (const char* name :
          {"pcEdit", "phoneEdit", "pcGone", "phoneGone", "conflict", "sameEdit"}) {
@@ -114,9 +133,59 @@ class Disturbed : public Rig {
   std::map<std::string, std::u16string> ids_;
 };
 
+class SeriesScene final : public Scene {
+ public:
+  SeriesScene() : Scene("calendar") {
+    for (const char* name : {"kept", "phoneEdit", "pcGone"}) {
+      ids_[name] = PcAdd(test::Series(name));
+      PcAddException(ids_[name], test::Exception(std::string(name) + "-moved", kFirst));
+    }
+    ids_["dropped"] = PcAddException(ids_["kept"], test::Exception("dropped", kSecond));
+    EXPECT_EQ(Sync().result, SyncResult::Ok);
+    clock.Advance(100);
+    PcDelete(ids_["dropped"]);
+    PcDelete(ids_["pcGone"]);
+    PcEdit(PcIdOf(test::Exception("phoneEdit-moved", kFirst)), test::Exception("pcEdit", kFirst));
+    const std::u16string added = PcAdd(test::Series("pcNew"));
+    PcAddException(added, test::Exception("pcNew-moved", kFirst));
+    std::string uid;
+    for (const auto& [file, text] : PhoneFiles()) {
+      if (text.find("SUMMARY:phoneEdit\r") == text.npos) continue;
+      const size_t from = text.find("UID:") + 4;
+      uid = text.substr(from, text.find('\r', from) - from);
+      PhonePut(file, test::Series("renamed", uid));
+    }
+    PhonePut("e.vcs", test::Exception("phoneNew", kSecond, "e", uid));
+    Keep();
+  }
+
+ private:
+  void ExpectEnd(const std::string& after) override {
+    const std::string deleted = std::string("X-RECUR-ENTRY:1;") + kSecond + "\r\n";
+    std::multiset<std::string> expected;
+    for (const std::string& text :
+         {test::Series("kept", {}, deleted), test::Exception("kept-moved", kFirst),
+          test::Series("renamed"), test::Exception("pcEdit", kFirst),
+          test::Exception("phoneNew", kSecond), test::Series("pcNew"),
+          test::Exception("pcNew-moved", kFirst)}) {
+      expected.insert(Content(text, true, kind));
+    }
+    EXPECT_EQ(PcContents(), expected) << after;
+    EXPECT_EQ(PhoneContents(), expected) << after;
+  }
+
+  static constexpr char kFirst[] = "20240331T150000Z";
+  static constexpr char kSecond[] = "20240407T150000Z";
+  std::map<std::string, std::u16string> ids_;
+};
+
+std::unique_ptr<Scene> MakeScene(Meeting meeting) {
+  if (meeting == Meeting::Series) return std::make_unique<SeriesScene>();
+  return std::make_unique<Contacts>(meeting);
+}
+
 // Runs a sync whose database object was prepared; false when that object failed nothing.
-bool SyncWith(Rig& rig, const std::function<void(test::RecordingAccessor&)>& prepare) {
-  Profile profile(rig.profileFolder());
+bool SyncWith(Scene& rig, const std::function<void(test::RecordingAccessor&)>& prepare) {
   ComPtr<test::RecordingAccessor> made;
   const ClassCreator before = RegisterClass(CLSID_DBAccessor, [&] {
     made = MakeObject<test::RecordingAccessor>();
@@ -124,19 +193,20 @@ bool SyncWith(Rig& rig, const std::function<void(test::RecordingAccessor&)>& pre
     made->AddRef();  // for the creator's caller
     return CreatedObject{made.get()};
   });
-  RunSync(profile, rig.phoneFolder(), {}, {});
+  rig.RunOnce();
   RegisterClass(CLSID_DBAccessor, before);
   return made->hasFailed();
 }
 
 class EngineFailureTest : public testing::TestWithParam<Meeting> {
  protected:
-  Disturbed rig{GetParam()};
+  const std::unique_ptr<Scene> scene_ = MakeScene(GetParam());
+  Scene& rig = *scene_;
 };
-INSTANTIATE_TEST_SUITE_P(Both, EngineFailureTest, testing::Values(Meeting::Known, Meeting::Unknown),
-                         [](const auto& test) {
-                           return test.param == Meeting::Known ? "Known" : "Unknown";
-                         });
+constexpr const char* kMeetings[] = {"Known", "Unknown", "Series"};
+INSTANTIATE_TEST_SUITE_P(All, EngineFailureTest,
+                         testing::Values(Meeting::Known, Meeting::Unknown, Meeting::Series),
+                         [](const auto& test) { return kMeetings[static_cast<int>(test.param)]; });
 
 TEST_P(EngineFailureTest, AFailedStatementAnywhereIsHealedByTheNextRun) {
   size_t n = 0;
@@ -151,7 +221,7 @@ TEST_P(EngineFailureTest, AFailedStatementAnywhereIsHealedByTheNextRun) {
 // Not with a known phone: a store whose last agreement ends early says so to nobody, and what went
 // on one side comes back.
 TEST(EngineRowFailureTest, AFailedReadOfARowAnywhereIsHealedByTheNextRun) {
-  Disturbed rig(Meeting::Unknown);
+  Contacts rig(Meeting::Unknown);
   size_t n = 0;
   for (bool failed = true; failed; ++n) {
     rig.Restore();
@@ -175,11 +245,10 @@ TEST_P(EngineFailureTest, AFailedFileOperationAnywhereIsHealedByTheNextRun) {
     size_t n = 0;
     do {
       rig.Restore();
-      Profile profile(rig.profileFolder());
       {
         ScopedService<Files> use(files);
         files.FailAt(n, keepFailing ? ENOSPC : EIO, keepFailing);
-        RunSync(profile, rig.phoneFolder(), {}, {});
+        rig.RunOnce();
       }
       rig.ExpectHealed("file operation " + std::to_string(n) + (keepFailing ? " and on" : ""));
       ++n;
@@ -228,8 +297,7 @@ TEST_P(EngineFailureTest, AKillAnywhereIsHealedByTheNextRun) {
     ASSERT_GE(child, 0);
     if (child == 0) {
       Killer killer(rig.clock, n);
-      Profile profile(rig.profileFolder());
-      RunSync(profile, rig.phoneFolder(), {}, {});
+      rig.RunOnce();
       _exit(0);
     }
     int status = 0;

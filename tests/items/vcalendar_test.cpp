@@ -104,6 +104,9 @@ TEST_F(VCalendar, KnowsAllDayInEveryForm) {
       {"DTSTART:20240331", day},
       {"X-ALLDAY:0\nDTSTART:20240331T000000\nDTEND:20240331T235959",
        "DTSTART:20240330T230000Z\nDTEND:20240331T215959Z"},
+      // The last second is one of the local day.
+      {"X-ALLDAY:1\nDTSTART:20240330T230000Z\nDTEND:20240331T215959Z", day},
+      {"X-ALLDAY:1\nDTSTART:20240331T000000", day},
       {"X-EVENTTYPE:REMINDER\nDTSTART:20240331T000000Z",
        "DTSTART:20240331T000000Z\nX-EVENTTYPE:REMINDER"},
   };
@@ -141,6 +144,9 @@ TEST_F(VCalendar, ReadsTheModernDialect) {
        "END:VALARM",
        "DTSTART:20240102T100000Z\nBEGIN:VALARM\nACTION:EMAIL\nATTENDEE:mailto:a@b\nTRIGGER:-PT10M\n"
        "END:VALARM"},
+      {"DTSTART:20240102T100000Z\nBEGIN:VALARM\nACTION:EMAIL\nTRIGGER:-PT10M\nEND:VALARM",
+       "DTSTART:20240102T100000Z\nBEGIN:VALARM\nACTION:EMAIL\nTRIGGER:-PT10M\nEND:VALARM"},
+      {"DTSTART:20240102T100000Z\nRRULE:\nEXDATE:", "DTSTART:20240102T100000Z"},
       {"ORGANIZER;CN=\"a;b:c\":mailto:x@y\nATTENDEE;PARTSTAT=ACCEPTED:mailto:z@y",
        "ORGANIZER;CN=\"a;b:c\":mailto:x@y\nATTENDEE;PARTSTAT=ACCEPTED:mailto:z@y"},
   };
@@ -213,6 +219,7 @@ TEST_F(VCalendar, TellsTheDaysOfAnotherZoneByThoseHere) {
       {";TZID=Asia/Tokyo:20260520T050000", "FREQ=WEEKLY;INTERVAL=2;BYDAY=WE,TH", "W2 TU WE #0"},
       {";TZID=Asia/Tokyo:20260520T050000", "FREQ=MONTHLY;BYMONTHDAY=20", "MD1 19 #0"},
       {";TZID=Asia/Tokyo:20260520T050000", "FREQ=DAILY;COUNT=3", "D1 #3"},
+      {";TZID=Asia/Tokyo:20260601T050000", "FREQ=YEARLY", "YM1 5 #0"},
       // By UTC, where the beginning fits in no other way.
       {":20260520T230000Z", "FREQ=WEEKLY;BYDAY=WE", "W1 TH #0"},
       {":20260520T230000Z", "FREQ=WEEKLY;BYDAY=TH", "W1 TH #0"},
@@ -224,6 +231,36 @@ TEST_F(VCalendar, TellsTheDaysOfAnotherZoneByThoseHere) {
         Component("VEVENT", std::string("DTSTART") + rule.start + "\nRRULE:" + rule.rule, "2.0"));
     EXPECT_EQ(out.substr(out.find("RRULE:") + 6), rule.written) << rule.start << " " << rule.rule;
   }
+}
+
+TEST_F(VCalendar, LeavesRulesAloneThatTheDaysHereCannotTell) {
+  struct Rule {
+    const char* start;
+    const char* rule;
+  };
+  for (const Rule& rule :
+       {Rule{"America/New_York:20260511T200000", "\"America/New_York\":FREQ=MONTHLY;BYDAY=2MO"},
+        Rule{"America/New_York:20260531T200000", "\"America/New_York\":FREQ=MONTHLY;BYMONTHDAY=31"},
+        Rule{"Asia/Tokyo:20260520T050000", "\"Asia/Tokyo\":FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,WE"},
+        Rule{"Asia/Tokyo:20260525T050000", "\"Asia/Tokyo\":FREQ=MONTHLY;BYDAY=-1MO"}}) {
+    const std::string text = std::string(rule.rule).substr(std::string(rule.rule).find(':') + 1);
+    const std::string in = std::string("DTSTART;TZID=") + rule.start + "\nRRULE:" + text;
+    const std::string out = Through(Component("VEVENT", in, "2.0"));
+    EXPECT_EQ(out.substr(out.find("RRULE")), std::string("RRULE;TZID=") + rule.rule);
+    EXPECT_TRUE(ParseVCalendar(Component("VEVENT", in, "2.0"))->isRecurring);
+  }
+}
+
+TEST_F(VCalendar, TellsTimesWithoutAZoneByTheChangeOfTheClocksItself) {
+  zone.Set(ParsePosixZone("EST5EDT,M3.2.0,M11.1.0"));
+  const Row kRows[] = {
+      {"DTSTART:20240305T090000", "DTSTART:20240305T140000Z"},
+      {"DTSTART:20240310T013000\nDTEND:20240310T033000",
+       "DTSTART:20240310T063000Z\nDTEND:20240310T073000Z"},
+      {"DTSTART:20241103", "DTSTART:20241103T040000Z\nDTEND:20241104T050000Z\nX-ALLDAY:1"},
+      {"DTSTART:20240303", "DTSTART:20240303T050000Z\nDTEND:20240304T050000Z\nX-ALLDAY:1"},
+  };
+  Expect(kRows, "VEVENT", "1.0");
 }
 
 TEST_F(VCalendar, KeepsRulesThatTheItemCannotHold) {
@@ -280,6 +317,9 @@ TEST_F(VCalendar, ReadsExceptionsInBothForms) {
        "UID:s/20240430T230000Z\nDTSTART:20240501T090000Z\nX-PARENT-UID:s\n"
        "X-RECUR-ENTRY:2;20240430T230000Z"},
       {"RECURRENCE-ID:20240501T080000Z", "RECURRENCE-ID:20240501T080000Z"},
+      {"UID:s\nRECURRENCE-ID;RANGE=THISANDFUTURE:20240501T080000Z",
+       "UID:s/20240501T080000Z\nX-PARENT-UID:s\nX-RECUR-ENTRY:2;20240501T080000Z\n"
+       "RECURRENCE-ID;RANGE=THISANDFUTURE:20240501T080000Z"},
       {"UID:s\nDTSTART:20240330T080000Z\nRRULE:FREQ=DAILY\nEXDATE;VALUE=DATE:20240401\n"
        "EXDATE;TZID=Europe/Berlin:20240402T100000,20240403T100000\nEXDATE:20240401T070000Z",
        "UID:s\nDTSTART:20240330T080000Z\nRRULE:D1 #0\nX-RECUR-ENTRY:1;20240401T070000Z\n"

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "items/item_objects.h"
+#include "items/key_text.h"
 #include "kit/platform_fakes.h"
 #include "pim/calendar_content.h"
 #include "pim/outlook_manager.h"
@@ -217,6 +218,16 @@ TEST_F(SubItemsTest, ListsManySeriesInTheOrderThatIsAskedFor) {
   EXPECT_EQ(datas[2].parentId, first);
   ASSERT_EQ(outlook.GetSubMetaDatas(olTask, {series}, datas), S_OK);
   EXPECT_TRUE(datas.empty());
+}
+
+TEST_F(SubItemsTest, KeyTextsAreThoseOfTheZoneThatHolds) {
+  for (const char* rule : {"CET-1CEST,M3.5.0,M10.5.0/3", "JST-9"}) {
+    zone.Set(ParsePosixZone(rule));
+    std::vector<OLMetaData> datas;
+    ASSERT_EQ(outlook.GetMetaDatas(olAppointment, outlook.DefaultFolder(olAppointment), datas, 1),
+              S_OK);
+    EXPECT_EQ(datas.at(0).keyText, MakeCalendarKey(*CalendarOf(Item(u"series").get()))) << rule;
+  }
 }
 
 TEST_F(SubItemsTest, AFileOfTheFirstFormIsBroughtUpWhole) {

@@ -12,6 +12,7 @@
 #include "platform/system/service.h"
 #include "support/date_time.h"
 #include "support/text.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 namespace {
@@ -37,8 +38,7 @@ DATE DayNamed(const std::string& option, const std::string& text) {
 }
 
 DATE Today() {
-  return std::floor(
-      UtcToLocal(DateFromUnixSeconds(Service<Clock>::Get().UtcSeconds()), true).value);
+  return std::floor(WallClock().FromUtc(DateFromUnixSeconds(Service<Clock>::Get().UtcSeconds())));
 }
 
 std::string DayWords(DATE day) {

@@ -23,7 +23,7 @@ HRESULT ItemFilter::Includes(const std::u16string& id, bool& included) {
   }
   if (!compiled_) return S_OK;
   ComPtr<IItemCommon> item;
-  const HRESULT status = read_(id, item);
+  const HRESULT status = Guarded([&] { return read_(id, item); });
   const Calendar* calendar = CalendarOf(item.get());
   if (calendar != nullptr) included = compiled_(*calendar);
   return status;

@@ -270,17 +270,25 @@ HRESULT OutlookStore::OnPrepareSlowSync() {
 
 HRESULT OutlookStore::OnProcessDuplication(const IncomingText& text, DuplicateAnswer& answer) {
   if (keyFields_.IsEmpty()) return S_OK;
-  const bool walks = !text.IsFolderDocument();
-  if (walks && IsSyncStopped()) return E_FAIL;
-  const HRESULT result = walks ? FindDuplicate(text, answer) : E_FAIL;
+  HRESULT result = E_FAIL;
+  ComPtr<IItemCommon> item;
+  if (!text.IsFolderDocument()) {
+    result = Guarded([&] {
+      item = cachedItem() ? cachedItem() : OnParse(text);
+      return item ? S_OK : E_FAIL;
+    });
+  }
+  if (item) {
+    if (IsSyncStopped()) return E_FAIL;
+    result = FindDuplicate(item, text.parent, answer);
+  }
   if (!traits_.duplicationEnd.empty()) OutputDebugStringW(traits_.duplicationEnd);
   return result;
 }
 
 // Throws what keeps the walk from its end.
-HRESULT OutlookStore::FindDuplicate(const IncomingText& text, DuplicateAnswer& answer) {
-  const ComPtr<IItemCommon> item = cachedItem() ? cachedItem() : OnParse(text);
-  if (!item) return E_FAIL;
+HRESULT OutlookStore::FindDuplicate(const ComPtr<IItemCommon>& item, std::u16string_view parent,
+                                    DuplicateAnswer& answer) {
   ItemFields& incoming = Fields(item);
   if (traits_.keyText != nullptr) incoming.keyFields = traits_.keyText(item.get());
   const auto position = keyFields_.Find(incoming);
@@ -288,9 +296,8 @@ HRESULT OutlookStore::FindDuplicate(const IncomingText& text, DuplicateAnswer& a
   const ItemFields& match = keyFields_.At(*position);
   answer.sourceUid = match.sourceUid;
   answer.duplicated = true;
-  Check(OnUpdateStatus(STATDBUPDATE_ADD,
-                       {match.sourceUid, std::u16string(NormaliseParent(text.parent)),
-                        UtcToLocal(match.modified, true), false, match.md5}));
+  Check(OnUpdateStatus(STATDBUPDATE_ADD, {match.sourceUid, std::u16string(NormaliseParent(parent)),
+                                          UtcToLocal(match.modified, true), false, match.md5}));
   answer.winner = NewerSide(match.objModified, incoming.objModified);
   keyFields_.Remove(*position);
   return S_OK;

@@ -61,7 +61,8 @@ class OutlookStore : public StoreBase {
   HRESULT RefreshSeries(const StoredItem& exception, std::u16string_view parent,
                         std::u16string_view md5);
   HRESULT RefreshExceptions(const std::u16string& seriesId);
-  HRESULT FindDuplicate(const IncomingText& text, DuplicateAnswer& answer);
+  HRESULT FindDuplicate(const ComPtr<IItemCommon>& item, std::u16string_view parent,
+                        DuplicateAnswer& answer);
   HRESULT WriteSideRows(const std::u16string& sourceUid, IUnknown* item, bool replace);
   HRESULT ReadSideRows(const std::u16string& sourceUid, IUnknown* item);
   HRESULT DeleteSideRows(const std::u16string& sourceUid);

@@ -150,7 +150,8 @@ HRESULT RecurrenceIndex::FindSameOccurrence(const std::u16string& seriesId, IIte
   const Calendar* incoming = CalendarOf(item);
   if (incoming == nullptr) return E_FAIL;
   // One that names no occurrence meets a row without a date.
-  const DATE occurrence = UtcToLocal(ReplacedOccurrence(*incoming), true).value;
+  const DATE replaced = ReplacedOccurrence(*incoming);
+  const DATE occurrence = replaced == 0.0 ? 0.0 : UtcToLocal(replaced, true).value;
   std::vector<ExceptionRow> rows;
   Check(table_.OfSeries(seriesId, rows));
   const auto same = std::ranges::find_if(rows, [&](const ExceptionRow& row) {
