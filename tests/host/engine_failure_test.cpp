@@ -29,8 +29,10 @@ class Scene : public Rig {
   using Rig::Rig;
   virtual ~Scene() = default;
 
-  void RunOnce() {
+  // `prepare` runs when the profile is open.
+  void RunOnce(const std::function<void()>& prepare = [] {}) {
     Profile profile(profileFolder());
+    prepare();
     RunSync(profile, phoneFolder(), {std::string(kind.name)}, {});
   }
   void ExpectHealed(const std::string& after) {
@@ -187,13 +189,15 @@ std::unique_ptr<Scene> MakeScene(Meeting meeting) {
 // Runs a sync whose database object was prepared; false when that object failed nothing.
 bool SyncWith(Scene& rig, const std::function<void(test::RecordingAccessor&)>& prepare) {
   ComPtr<test::RecordingAccessor> made;
-  const ClassCreator before = RegisterClass(CLSID_DBAccessor, [&] {
-    made = MakeObject<test::RecordingAccessor>();
-    prepare(*made);
-    made->AddRef();  // for the creator's caller
-    return CreatedObject{made.get()};
+  ClassCreator before;
+  rig.RunOnce([&] {
+    before = RegisterClass(CLSID_DBAccessor, [&] {
+      made = MakeObject<test::RecordingAccessor>();
+      prepare(*made);
+      made->AddRef();  // for the creator's caller
+      return CreatedObject{made.get()};
+    });
   });
-  rig.RunOnce();
   RegisterClass(CLSID_DBAccessor, before);
   return made->hasFailed();
 }
@@ -245,11 +249,12 @@ TEST_P(EngineFailureTest, AFailedFileOperationAnywhereIsHealedByTheNextRun) {
     size_t n = 0;
     do {
       rig.Restore();
-      {
-        ScopedService<Files> use(files);
+      std::optional<ScopedService<Files>> use;
+      rig.RunOnce([&] {
+        use.emplace(files);
         files.FailAt(n, keepFailing ? ENOSPC : EIO, keepFailing);
-        rig.RunOnce();
-      }
+      });
+      use.reset();
       rig.ExpectHealed("file operation " + std::to_string(n) + (keepFailing ? " and on" : ""));
       ++n;
     } while (files.hasFailed());
