@@ -99,6 +99,7 @@ TEST_P(EngineSeries, ComeFromThePhoneInAnyOrder) {
   rig.PhonePut("a-exception.vcs", Exception("moved", kFirst, "e1", "s1"));
   const StoreReport early = rig.Sync();
   ASSERT_EQ(early.failed.size(), 1u) << "its series is unknown";
+  EXPECT_NE(early.failed[0].reason.find("of the series s1"), std::string::npos);
   EXPECT_EQ(rig.PcItems().size(), 0u);
   EXPECT_NE(PhoneText("moved"), "") << "and it stays where it is";
   rig.PhonePut("b-series.vcs", Series("standup", "s1"));

@@ -248,8 +248,18 @@ std::u16string PcStore::Add(std::string_view text) {
   const DatabaseReason reason;
   Bstr id;
   const HRESULT status = store_->Add(Content(text).get(), mimeType_, root_, id.Out());
-  if (Failed(status)) throw ItemError(reason.Explain("the PC cannot take it", status));
+  if (Failed(status)) throw ItemError(reason.Explain(Refused(text), status));
   return id.str();
+}
+
+// What may be wrong with a text that the store has refused.
+std::string PcStore::Refused(std::string_view text) {
+  const auto calendar = Query<ICalendarItem>(Parse(text));
+  Bstr series;
+  if (calendar) Check(calendar->get_ParentRecurUid(series.Out()));
+  if (series.view().empty()) return "the PC cannot take it";
+  return "the PC cannot take it: it is an exception of the series " + ToUtf8(series.view()) +
+         ", which is not there or has another one of the same occurrence";
 }
 
 void PcStore::Replace(const std::u16string& id, std::string_view text) {
@@ -257,7 +267,7 @@ void PcStore::Replace(const std::u16string& id, std::string_view text) {
   Bstr fields;
   const HRESULT status =
       store_->Replace(Bstr(id), Content(text).get(), mimeType_, kFalse, root_, fields.Out());
-  if (Failed(status)) throw ItemError(reason.Explain("the PC cannot take it", status));
+  if (Failed(status)) throw ItemError(reason.Explain(Refused(text), status));
 }
 
 void PcStore::Delete(const std::u16string& id) {

@@ -119,6 +119,7 @@ class PcStore {
 
  private:
   ComPtr<IContentData> Content(std::string_view text);
+  std::string Refused(std::string_view text);
   bool IsFiltered() const;
   std::vector<std::u16string> AllIds();
   void UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id);
