@@ -69,6 +69,13 @@ std::optional<int32_t> NumberOf(const Word (&words)[n], std::string_view text) {
   return found->number;
 }
 
+// Within days of the first or last year that a date may have: local time may lie outside.
+bool IsNearTheEnds(DATE utc) {
+  constexpr DATE kYear200 = -620'000;
+  constexpr DATE kYear9900 = 2'920'000;
+  return utc < kYear200 || utc > kYear9900;
+}
+
 // The first value of a parameter; nothing for a line without it.
 std::optional<std::string_view> ParameterOf(const Line& line, std::string_view name) {
   ParameterReader parameters(line.parameters);
@@ -197,6 +204,15 @@ bool VCalendarFields::ReadModified(const Line& line) {
   return moment.has_value();
 }
 
+const WallClock& VCalendarFields::LocalClock() {
+  if (!clock_) clock_.emplace();
+  return *clock_;
+}
+
+DATE VCalendarFields::LocalOf(const Moment& moment) {
+  return moment.isDate ? moment.own : LocalClock().FromUtc(moment.utc);
+}
+
 std::optional<VCalendarFields::Moment> VCalendarFields::MomentIn(std::string_view zone,
                                                                  std::string_view text) {
   const std::optional<Stamp> stamp = ParseStamp(text);
@@ -208,19 +224,17 @@ std::optional<VCalendarFields::Moment> VCalendarFields::MomentIn(std::string_vie
   } else if (stamp->hasTime && !zone.empty()) {
     const std::optional<DATE> utc = zones_.ToUtc(zone, stamp->date);
     missedZone_ = missedZone_ || !utc;
-    moment.utc = utc ? *utc : clock_.ToUtc(stamp->date);
+    moment.utc = utc ? *utc : LocalClock().ToUtc(stamp->date);
   } else {
-    moment.utc = clock_.ToUtc(stamp->date);
+    moment.utc = LocalClock().ToUtc(stamp->date);
   }
   // Whole seconds in one form, whatever the way here; and within the years there are.
   moment.utc = Later(moment.utc, 0);
-  moment.local = moment.isDate ? stamp->date : clock_.FromUtc(moment.utc);
   moment.own = stamp->date;
   moment.isUtc = stamp->hasZone;
-  if (moment.utc == 0.0 || moment.local == 0.0) return std::nullopt;
-  const DateTimeValue next(Later(moment.local, 1));
-  moment.isLastSecond =
-      next.IsDate() && next.GetHour() == 0 && next.GetMinute() == 0 && next.GetSecond() == 0;
+  if (moment.utc == 0.0 || (IsNearTheEnds(moment.utc) && LocalOf(moment) == 0.0)) {
+    return std::nullopt;
+  }
   return moment;
 }
 

@@ -70,11 +70,10 @@ class VCalendarFields {
   // A moment of the text.
   struct Moment {
     DATE utc = 0.0;
-    DATE local = 0.0;  // of a date alone its midnight
-    DATE own = 0.0;    // by the clock of the text: of the zone that it names, or UTC
+    DATE own = 0.0;  // by the clock of the text: of the zone that it names, or UTC; of a date alone
+                     // its midnight
     bool isDate = false;
     bool isUtc = false;
-    bool isLastSecond = false;  // 23:59:59 of a local day
   };
   // A property that waits among the extras.
   struct Waiting {
@@ -111,6 +110,8 @@ class VCalendarFields {
 
   std::optional<std::string_view> TokenOf(const Line& line);
   std::optional<Moment> MomentOf(const Line& line, std::string_view text);
+  const WallClock& LocalClock();
+  DATE LocalOf(const Moment& moment);
   std::optional<Moment> MomentIn(std::string_view zone, std::string_view text);
 
   void KeepExtra(std::string_view header, std::string_view value);
@@ -125,10 +126,11 @@ class VCalendarFields {
   void DropUnderstood();
   // What the reminder and the rules count from.
   DATE Beginning() const;
+  DATE LocalBeginning() { return LocalClock().FromUtc(Beginning()); }
 
   Dialect dialect_;
   CalendarZones& zones_;
-  const WallClock clock_;
+  std::optional<WallClock> clock_;  // most texts never ask
   ValueDecoder decoder_;
   Calendar item_;
   std::optional<Moment> start_;

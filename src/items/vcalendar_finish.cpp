@@ -16,6 +16,12 @@ namespace {
 
 constexpr int64_t kDaySeconds = 86400;
 
+// 23:59:59
+bool IsLastSecond(DATE date) {
+  const DateTimeValue next(Later(date, 1));
+  return next.IsDate() && next.GetHour() == 0 && next.GetMinute() == 0 && next.GetSecond() == 0;
+}
+
 DATE MidnightOf(DATE date) {
   return std::trunc(date);
 }
@@ -51,17 +57,17 @@ void VCalendarFields::FinishTimes() {
   item_.allDay = isDate || allDay_;
   if (end) {
     item_.end = end->utc;
-    if (item_.allDay && end->isLastSecond) item_.end = Later(end->utc, 1);
+    if (item_.allDay && IsLastSecond(LocalOf(*end))) item_.end = Later(end->utc, 1);
   } else if (start_) {
     const auto duration =
         durations_.empty() ? std::nullopt : ParseDuration(durations_.front().value);
     if (duration) {
-      item_.end =
-          isDate ? clock_.ToUtc(Later(start_->local, *duration)) : Later(item_.start, *duration);
+      item_.end = isDate ? LocalClock().ToUtc(Later(start_->own, *duration))
+                         : Later(item_.start, *duration);
       if (item_.end != 0.0) Understood(durations_.front().extra);
     } else if (item_.allDay && !item_.isTask) {
       // The midnight behind the day on which it begins.
-      item_.end = clock_.ToUtc(Later(MidnightOf(start_->local), kDaySeconds));
+      item_.end = LocalClock().ToUtc(Later(MidnightOf(LocalOf(*start_)), kDaySeconds));
     }
   }
 }
@@ -98,7 +104,7 @@ void VCalendarFields::FinishRules() {
     item_.isRecurring = true;
     return;
   }
-  const DATE local = clock_.FromUtc(Beginning());
+  const DATE local = LocalBeginning();
   const auto rule = start_ ? ParseRule(waiting.value, local, start_->own, start_->isUtc)
                            : ParseRule(waiting.value, local);
   if (rule) {
@@ -114,7 +120,8 @@ void VCalendarFields::FinishRules() {
 
 // Occurrences that are deleted, as entries. A date alone means the occurrence of that day.
 void VCalendarFields::FinishDeletions() {
-  if (!item_.parentRecurUid.empty() || item_.entries.size() + deletions_.size() > kMostEntries) {
+  if (deletions_.empty() || !item_.parentRecurUid.empty() ||
+      item_.entries.size() + deletions_.size() > kMostEntries) {
     return;
   }
   std::unordered_set<int64_t> known;
@@ -122,12 +129,12 @@ void VCalendarFields::FinishDeletions() {
   for (const RecurrenceEntry& entry : item_.entries) {
     if (entry.kind == kDeletedOccurrence) known.insert(secondsOf(entry.moment));
   }
-  const DATE localStart = clock_.FromUtc(Beginning());
+  const DATE localStart = LocalBeginning();
   const int64_t timeOfDay = ((secondsOf(localStart) % kDaySeconds) + kDaySeconds) % kDaySeconds;
   for (const Waiting& deletion : deletions_) {
     const bool wholeDay = deletion.moment.isDate && !item_.allDay;
     const DATE moment =
-        wholeDay ? clock_.ToUtc(Later(deletion.moment.local, timeOfDay)) : deletion.moment.utc;
+        wholeDay ? LocalClock().ToUtc(Later(deletion.moment.own, timeOfDay)) : deletion.moment.utc;
     Understood(deletion.extra);
     if (known.insert(secondsOf(moment)).second) {
       item_.entries.push_back({kDeletedOccurrence, Later(moment, 0)});
