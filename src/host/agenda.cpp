@@ -41,7 +41,9 @@ void Agenda::AddException(std::u16string id, const Calendar& item) {
 
 void Agenda::Put(const std::u16string& id, const Calendar& item, DATE localStart) {
   if (isOverfull()) return;
-  AgendaEntry entry{localStart, localStart + LengthOf(item), item.allDay, item.subject, id};
+  constexpr DATE kLastDay = 2'958'465;  // of the year 9999
+  const DATE end = std::min(kLastDay, localStart + LengthOf(item));
+  AgendaEntry entry{localStart, std::max(localStart, end), item.allDay, item.subject, id};
   const bool overlaps = entry.start < to_ && (entry.end > from_ || entry.start >= from_);
   if (overlaps) entries_.push_back(std::move(entry));
 }

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "host/store_kinds.h"
+#include "items/moment_text.h"
 #include "platform/com/class_factory.h"
 #include "platform/system/code_page.h"
 #include "platform/system/service.h"
@@ -152,15 +153,27 @@ class Checker {
     }
   }
 
+  // The date behind a word, up to the next part.
+  static DATE BoundIn(const std::string& text, std::string_view word) {
+    const size_t from = text.find(word);
+    if (from == std::string::npos) return 0.0;
+    const std::string_view value = std::string_view(text).substr(from + word.size());
+    const std::optional<Stamp> stamp = ParseStamp(value.substr(0, value.find('&')));
+    return stamp && stamp->hasTime ? stamp->date : 0.0;
+  }
+  static bool IsWindow(const std::string& text) {
+    const DATE since = BoundIn(text, "SINCE&EQ;");
+    const DATE before = BoundIn(text, "BEFORE&EQ;");
+    return since != 0.0 && before != 0.0 && since <= before;
+  }
+
   // Half a window would let everything through without a word.
   void CheckFilter(const ConfEntry& entry) {
     const std::string shown = "the key " + entry.key;
-    const bool isWindow = entry.value.find("SINCE&EQ;") != std::string::npos &&
-                          entry.value.find("BEFORE&EQ;") != std::string::npos;
     if (!entry.key.starts_with("DataStore.Schedule.")) {
       WarnAt(entry.line, shown + " is not read; only DataStore.Schedule has a filter");
-    } else if (!entry.value.empty() && !isWindow) {
-      WarnAt(entry.line, shown + " is no window and lets everything through; write " +
+    } else if (!entry.value.empty() && !IsWindow(entry.value)) {
+      WarnAt(entry.line, shown + " is no window of two moments, the earlier first; write " +
                              "SINCE&EQ;20260101T000000Z&AND;BEFORE&EQ;20261231T235959Z");
     }
   }

@@ -38,6 +38,14 @@ class CalendarTexts final : public ItemTexts {
     std::optional<Calendar> calendar = text_.Read(index);
     return calendar ? MakeCalendarItem(*std::move(calendar)) : nullptr;
   }
+  std::string Doubts() const override {
+    std::string names;
+    for (const std::string& zone : text_.UnknownZones()) {
+      names.append(names.empty() ? "" : ", ").append(zone);
+    }
+    if (names.empty()) return names;
+    return "the time zone " + names + " is not known here; its times were taken for local ones";
+  }
 
  private:
   CalendarText text_;

@@ -22,6 +22,8 @@ class ItemTexts {
   virtual std::string_view At(size_t index) const = 0;
   // Null for one that cannot be read. Throws StatusError.
   virtual ComPtr<IItemCommon> Read(size_t index) const = 0;
+  // What was taken for something else in what was read so far, for a person; empty for nothing.
+  virtual std::string Doubts() const { return {}; }
 };
 
 struct StoreKind {

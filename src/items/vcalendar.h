@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -34,6 +35,9 @@ class CalendarText {
   std::string_view At(size_t index) const;
   // Nothing for one that cannot be read.
   std::optional<Calendar> Read(size_t index) const;
+  // Names of time zones that what was read so far names and nobody knows: their times were taken
+  // for local ones.
+  const std::set<std::string>& UnknownZones() const;
 
  private:
   struct State;

@@ -40,6 +40,7 @@ constexpr Property kProperties[] = {
     {"RRULE", CalendarField::Rule},
     {"RDATE", CalendarField::OtherRule},
     {"EXRULE", CalendarField::OtherRule},
+    {"X-RECURRING", CalendarField::Recurring},
     {"EXDATE", CalendarField::Deletion},
     {"RECURRENCE-ID", CalendarField::Occurrence},
     {"X-PARENT-UID", CalendarField::Parent},
@@ -155,6 +156,8 @@ bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
       return Wait(line, rules_, true);
     case CalendarField::OtherRule:
       return Wait(line, rules_);
+    case CalendarField::Recurring:
+      return ReadRecurring(line);
     case CalendarField::Deletion:
       return Wait(line, deletions_);
     case CalendarField::Occurrence:
@@ -305,6 +308,14 @@ bool VCalendarFields::ReadSensitivity(const Line& line) {
   if (sensitivityRead_ || !sensitivity) return false;
   item_.sensitivity = *sensitivity;
   sensitivityRead_ = item_.sensitivity != 0;
+  return true;
+}
+
+// X-RECURRING:1, of a series whose rule is not in the text.
+bool VCalendarFields::ReadRecurring(const Line& line) {
+  const auto token = TokenOf(line);
+  if (!token || *token != "1") return false;
+  recurs_ = true;
   return true;
 }
 

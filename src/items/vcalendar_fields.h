@@ -36,6 +36,7 @@ enum class CalendarField : uint8_t {
   Alarm,
   Rule,
   OtherRule,
+  Recurring,
   Deletion,
   Occurrence,
   Parent,
@@ -103,6 +104,7 @@ class VCalendarFields {
   bool ReadPriority(const Line& line);
   bool ReadSensitivity(const Line& line);
   bool ReadCompleted(const Line& line);
+  bool ReadRecurring(const Line& line);
   bool ReadEntry(const Line& line);
   bool Wait(const Line& line, std::vector<Waiting>& list, bool isRule = false);
   bool WaitForEnd(const Line& line);
@@ -143,6 +145,7 @@ class VCalendarFields {
   bool priorityRead_ = false;
   bool sensitivityRead_ = false;
   bool allDay_ = false;
+  bool recurs_ = false;
   std::vector<Waiting> otherUids_;
   std::vector<Waiting> durations_;
   std::vector<Waiting> parents_;

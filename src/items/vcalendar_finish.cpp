@@ -97,7 +97,9 @@ void VCalendarFields::FinishSeries() {
 
 void VCalendarFields::FinishRules() {
   // An exception repeats nothing: a rule on it stays as it stands.
-  if (!item_.parentRecurUid.empty() || rules_.empty()) return;
+  if (!item_.parentRecurUid.empty()) return;
+  item_.isRecurring = recurs_;
+  if (rules_.empty()) return;
   item_.isRecurring = std::ranges::any_of(rules_, &Waiting::isRule);
   const Waiting& waiting = rules_.front();
   if (rules_.size() > 1 || !item_.isRecurring || waiting.saysMore) {

@@ -118,6 +118,10 @@ std::string_view CalendarText::At(size_t index) const {
   return state_->text.substr(component.begin, component.end - component.begin);
 }
 
+const std::set<std::string>& CalendarText::UnknownZones() const {
+  return state_->zones.unknown();
+}
+
 std::optional<Calendar> CalendarText::Read(size_t index) const {
   const State::Component& component = state_->components[index];
   LineReader reader(At(index));

@@ -38,6 +38,10 @@ class CalendarWriter {
     WriteReminder();
     WriteRecurrence();
     WriteExtras();
+    // That it is a series whose rule nobody here could keep: an edit must not make it a plain item.
+    if (item_.isRecurring && item_.recurrence.type == RecurrenceType::None && !hasRule_) {
+      Plain("X-RECURRING", "1");
+    }
     Plain("END", name);
     Plain("END", "VCALENDAR");
     return writer_.Take();
@@ -123,12 +127,15 @@ class CalendarWriter {
       LineReader reader(rendered);
       Line line;
       const bool keep = reader.Next(line) && !IsOutdated(line.name);
+      hasRule_ = hasRule_ || SameWord(line.name, "RRULE") || SameWord(line.name, "RDATE") ||
+                 SameWord(line.name, "EXRULE");
       if (!keep || !IsOneProperty(rendered, kOwn)) writer_.Cut(before);
     }
   }
 
   const Calendar& item_;
   LineWriter writer_;
+  bool hasRule_ = false;  // among the extras
 };
 
 }  // namespace

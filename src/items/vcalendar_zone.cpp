@@ -134,8 +134,9 @@ std::optional<DATE> CalendarZones::ToUtc(std::string_view name, DATE local) {
     meaning.rules = Service<NamedZones>::Get().Find(name);
     if (const auto own = own_.find(std::string(name)); own != own_.end())
       meaning.own = &own->second;
-    if (known_.size() >= kMostZones && meaning.rules == nullptr && meaning.own == nullptr) {
-      return std::nullopt;
+    if (meaning.rules == nullptr && meaning.own == nullptr) {
+      if (known_.size() >= kMostZones) return std::nullopt;
+      unknown_.emplace(name);
     }
     known = known_.emplace(name, meaning).first;
   }

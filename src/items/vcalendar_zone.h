@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -22,6 +23,9 @@ class CalendarZones {
 
   // Nothing for a zone that neither the system nor the text knows, and for a result out of range.
   std::optional<DATE> ToUtc(std::string_view name, DATE local);
+
+  // The names that were asked for in vain.
+  const std::set<std::string>& unknown() const { return unknown_; }
 
  private:
   // One of STANDARD and DAYLIGHT: from its onset on, or each year's, this offset holds. Seconds
@@ -47,6 +51,7 @@ class CalendarZones {
     const Observances* own = nullptr;
   };
   std::unordered_map<std::string, Meaning> known_;
+  std::set<std::string> unknown_;
 };
 
 }  // namespace qv

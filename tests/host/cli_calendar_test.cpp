@@ -124,6 +124,26 @@ TEST_F(CliCalendarTest, EditsExceptionsLikeItems) {
   EXPECT_EQ(exception.code, 2);
 }
 
+TEST_F(CliCalendarTest, SaysWhatIsLostAndWhatIsTakenForSomethingElse) {
+  const Outcome odd = box.Run({"add", "calendar", "-"},
+                              "BEGIN:VEVENT\nSUMMARY:a\nDTSTART:20260230T100000Z\nEND:VEVENT\n"
+                              "BEGIN:VEVENT\nDTSTART;TZID=Mars/Olympus:20260601T100000\n"
+                              "END:VEVENT\n");
+  EXPECT_EQ(odd.code, 0);
+  EXPECT_THAT(odd.err, HasSubstr("input:1: DTSTART is no date (\"20260230T100000Z\")"));
+  EXPECT_THAT(odd.err, HasSubstr("the time zone Mars/Olympus is not known here"));
+  box.Run({"add", "calendar", "-"},
+          "BEGIN:VEVENT\nUID:s\nDTSTART:20260601T090000Z\nRRULE:D1 #9\nEND:VEVENT\n"
+          "BEGIN:VEVENT\nUID:a\nX-PARENT-UID:s\nX-RECUR-ENTRY:2;20260602T090000Z\nEND:VEVENT\n"
+          "BEGIN:VEVENT\nUID:b\nX-PARENT-UID:s\nX-RECUR-ENTRY:2;20260603T090000Z\nEND:VEVENT\n");
+  const auto list = box.Run({"list", "calendar", "--json"}).Json();
+  const std::string last = list[list.size() - 1]["id"];
+  const Outcome taken = box.Run({"replace", "calendar", last, "-"},
+                                "BEGIN:VEVENT\nX-RECUR-ENTRY:2;20260602T090000Z\nEND:VEVENT\n");
+  EXPECT_EQ(taken.code, 1);
+  EXPECT_THAT(taken.err, HasSubstr("another exception of the same occurrence"));
+}
+
 TEST_F(CliCalendarTest, RefusesSpansThatAreNone) {
   struct Bad {
     std::vector<std::string> arguments;

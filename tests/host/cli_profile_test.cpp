@@ -148,7 +148,7 @@ TEST(CliProfileTest, WarningsDoNotStopACommandAndStayOffStandardOutput) {
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.out, "[]\n");
   for (const char* key : {"Contact.Sync holds \"True\"", "My.Key", "SyncType holds \"two\"",
-                          "only DataStore.Schedule has a filter", "is no window"}) {
+                          "only DataStore.Schedule has a filter", "is no window of two moments"}) {
     EXPECT_THAT(outcome.err, HasSubstr(key));
   }
   const Outcome sync = box.Run({"sync", "-d", box.files().File("phone")});

@@ -127,7 +127,7 @@ std::string SeriesPlan(const char* series, const char* exception, DS_SYNCTYPE mo
     link.content = ContentMatch::Different;
     if (state[0] != 'n' && state[1] != 'n') {
       link.record = IndexOf(sides.records);
-      sides.records.push_back({file, 0, 0, {}, {}, id});
+      sides.records.push_back({file, 0, 0, {}, isException ? u"e" : u"s", id});
     }
     const auto pcChange = [&] {
       return state[0] == 's'   ? PcChange::Same
@@ -171,15 +171,25 @@ TEST(EnginePlanTest, AnExceptionAndItsSeriesGoAndStayTogether) {
     const char* fromPhone;
   };
   const Row kRows[] = {
-      {"sg", "sg", "pc-S pc-E", "pc-S pc-E"},     {"sg", "ss", "pc-S phone-E", "pc-S phone-E"},
-      {"sg", "sc", "pc-S orphan", "pc-S orphan"}, {"sg", "cg", "phone+S phone+E", ""},
-      {"sg", "n-", "phone+S phone+E", ""},        {"cg", "sg", "phone+S phone+E", "pc-E"},
-      {"gs", "gs", "phone-S phone-E", ""},        {"gs", "gc", "pc+S pc+E", "pc+S pc+E"},
-      {"gs", "-n", "pc+S pc+E", "pc+S pc+E"},     {"gc", "gs", "pc+S pc+E", "pc+S pc+E"},
-      {"ss", "sg", "pc-E phone~S", "pc-E"},       {"sc", "sg", "pc~S pc-E phone~S", "pc~S pc-E"},
-      {"cs", "sg", "pc-E phone~S", "pc-E"},       {"ss", "gs", "phone-E", ""},
-      {"ns", "-n", "pc+E phone~S", "pc~S pc+E"},  {"-n", "-n", "pc+S pc+E", "pc+S pc+E"},
-      {"n-", "n-", "phone+S phone+E", ""},        {"sc", "sc", "pc~S pc~E", "pc~S pc~E"},
+      {"sg", "sg", "pc-S pc-E", "pc-S pc-E"},
+      {"sg", "ss", "pc-S phone-E", "pc-S phone-E"},
+      {"sg", "sc", "pc-S orphan", "pc-S orphan"},
+      {"sg", "-n", "pc-S orphan", "pc-S orphan"},
+      {"sg", "cg", "phone+S phone+E", ""},
+      {"sg", "n-", "phone+S phone+E", ""},
+      {"cg", "sg", "phone+S phone+E", "pc-E"},
+      {"gs", "gs", "phone-S phone-E", ""},
+      {"gs", "gc", "pc+S pc+E", "pc+S pc+E"},
+      {"gs", "-n", "pc+S pc+E", "pc+S pc+E"},
+      {"gc", "gs", "pc+S pc+E", "pc+S pc+E"},
+      {"ss", "sg", "pc-E phone~S", "pc-E"},
+      {"sc", "sg", "pc~S pc-E phone~S", "pc~S pc-E"},
+      {"cs", "sg", "pc-E phone~S", "pc-E"},
+      {"ss", "gs", "phone-E", ""},
+      {"ns", "-n", "pc+E phone~S", "pc~S pc+E"},
+      {"-n", "-n", "pc+S pc+E", "pc+S pc+E"},
+      {"n-", "n-", "phone+S phone+E", ""},
+      {"sc", "sc", "pc~S pc~E", "pc~S pc~E"},
   };
   for (const Row& row : kRows) {
     EXPECT_EQ(SeriesPlan(row.series, row.exception, DS_SYNCTYPE_TWO_NORMAL), row.twoWay)

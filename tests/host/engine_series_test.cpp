@@ -203,6 +203,78 @@ TEST_P(EngineSeries, AnItemMayBecomeAnExceptionAndOneMayBreakFree) {
   ExpectInStep(2);
 }
 
+TEST_P(EngineSeries, ANewExceptionOfASeriesThatThePhoneDeletedStaysThereAndIsNamed) {
+  rig.PhonePut("s.vcs", Series("standup", "s1"));
+  Sync();
+  rig.PhonePut("e.vcs", Exception("precious", kFirst, "e1", "s1"));
+  rig.PhoneDelete("s.vcs");
+  SyncOptions options;
+  options.allowMassDelete = true;
+  for (int round = 0; round < 2; ++round) {
+    const StoreReport report = rig.Sync(DS_SYNCTYPE_NONE, options);
+    ASSERT_EQ(report.failed.size(), 1u);
+    EXPECT_EQ(report.failed[0].item, "e.vcs");
+    EXPECT_NE(PhoneText("precious"), "");
+  }
+  rig.PhonePut("s.vcs", Series("standup", "s1"));
+  Sync();
+  ExpectInStep(2);
+}
+
+TEST_P(EngineSeries, ExceptionsMoveToOtherSeriesAndToOtherOccurrences) {
+  rig.PhonePut("s.vcs", Series("standup", "s1"));
+  rig.PhonePut("t.vcs", Series("review", "t1"));
+  rig.PhonePut("e.vcs", Exception("roving", kFirst, "e1", "s1"));
+  Sync();
+  PhoneEdit("roving", "X-PARENT-UID:s1", "X-PARENT-UID:t1");
+  Sync();
+  Sync();  // the occurrence that it left is a deleted one
+  ExpectInStep(3);
+  // It moves on, and another takes its place.
+  rig.PhonePut("e.vcs", Exception("roving", kSecond, "e1", "t1"));
+  rig.PhonePut("f.vcs", Exception("following", kFirst, "f1", "t1"));
+  Sync();
+  ExpectInStep(4);
+}
+
+TEST_P(EngineSeries, ATouchedSeriesAndADeletedExceptionAreOneChange) {
+  const std::u16string series = rig.PcAdd(Series("standup"));
+  rig.PcAddException(series, Exception("moved", kFirst));
+  Sync();
+  const std::string text = PhoneText("standup");
+  rig.PhonePut("renamed.vcs", text);
+  rig.PhoneDelete(FileOf("standup") == "renamed.vcs" ? "none" : FileOf("standup"));
+  rig.PhoneDelete(FileOf("moved"));
+  Sync();
+  ExpectInStep(1);
+}
+
+TEST_P(EngineSeries, AnEditInTheSecondOfTheLastChangeIsSeen) {
+  const int64_t now = rig.clock.UtcSeconds();
+  const std::u16string series = rig.PcAdd(Series("standup"));
+  const std::u16string moved = rig.PcAddException(series, Exception("moved", kFirst));
+  Sync();
+  rig.clock.Set(now - 10);
+  rig.PcEdit(moved, Exception("again", kFirst));
+  Sync();
+  EXPECT_NE(PhoneText("again"), "");
+  ExpectInStep(2);
+}
+
+TEST_P(EngineSeries, ARuleThatThePcCannotHoldOutlivesItsEdits) {
+  const std::string hourly = "RRULE:FREQ=HOURLY;INTERVAL=7\r\n";
+  rig.PhonePut("s.vcs",
+               test::Event("UID:s1\r\nSUMMARY:odd\r\nDTSTART:20240310T150000Z\r\n" + hourly));
+  // The PC has the same, without its rule.
+  rig.PcAdd(test::Event("SUMMARY:odd\r\nDTSTART:20240310T150000Z\r\nX-RECURRING:1\r\n"));
+  EXPECT_EQ(Sync().matched, 1);
+  const auto [id, text] = *rig.PcItems().begin();
+  std::string edited = text;
+  rig.PcEdit(id, edited.replace(edited.find("odd"), 3, "edited"));
+  Sync();
+  EXPECT_NE(PhoneText("edited").find(hourly), std::string::npos);
+}
+
 TEST_P(EngineSeries, OneWaySyncsLeaveWhatIsPendingPending) {
   const std::u16string series = rig.PcAdd(Series("standup"));
   const std::u16string moved = rig.PcAddException(series, Exception("moved", kFirst));

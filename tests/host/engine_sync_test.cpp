@@ -135,6 +135,22 @@ TEST(EngineSyncTest, ChangesBeatDeletionsAndEqualChangesAreNoConflict) {
   ExpectQuiet(rig);
 }
 
+TEST(EngineSyncTest, WhatIsBackOnThePcAsThePhoneHasItIsNotDoubled) {
+  Rig rig;
+  const std::u16string id = rig.PcAdd(CardText({.name = "Ann"}));
+  rig.Sync();
+  rig.PcDelete(id);
+  const auto [file, text] = *rig.PhoneFiles().begin();
+  Contact contact = *ParseVCard(text);
+  contact.note = u"later";
+  rig.PhonePut(file, WriteVCard(contact));
+  // As another phone, or a run that was killed, has left it.
+  rig.PcAdd(CardText({.name = "Ann", .note = "later"}));
+  rig.Sync();
+  EXPECT_EQ(rig.PcItems().size(), 1u);
+  EXPECT_EQ(rig.PhoneContents(), rig.PcContents());
+}
+
 TEST(EngineSyncTest, RenamedTouchedAndTwiceMadeItemsMoveNothing) {
   Rig rig;
   rig.PhonePut("a.vcf", CardText({.name = "A", .uid = "a"}));

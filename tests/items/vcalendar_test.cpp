@@ -233,6 +233,23 @@ TEST_F(VCalendar, TellsTheDaysOfAnotherZoneByThoseHere) {
   }
 }
 
+TEST_F(VCalendar, SaysOfASeriesThatLostItsRuleThatItIsOne) {
+  Calendar item = *ParseVCalendar(
+      Component("VEVENT", "DTSTART:20240501T080000Z\nRRULE:FREQ=HOURLY", "2.0"));
+  item.fields.extras.clear();
+  EXPECT_EQ(Written(item), "DTSTART:20240501T080000Z\nX-RECURRING:1");
+  EXPECT_TRUE(ParseVCalendar(WriteVCalendar(item))->isRecurring);
+  const Row kRows[] = {
+      {"DTSTART:20240501T080000Z\nX-RECURRING:1\nRRULE:D1 #3",
+       "DTSTART:20240501T080000Z\nRRULE:D1 #3"},
+      {"DTSTART:20240501T080000Z\nX-RECURRING:1\nRRULE:FREQ=HOURLY",
+       "DTSTART:20240501T080000Z\nRRULE:FREQ=HOURLY"},
+      {"UID:e\nX-PARENT-UID:s\nX-RECURRING:1", "UID:e\nX-PARENT-UID:s"},
+      {"X-RECURRING:yes", "X-RECURRING:yes"},
+  };
+  Expect(kRows, "VEVENT", "1.0");
+}
+
 TEST_F(VCalendar, LeavesRulesAloneThatTheDaysHereCannotTell) {
   struct Rule {
     const char* start;

@@ -30,6 +30,7 @@ class ItemFile {
   // Null, with the reason, for a fault and for one that cannot be read. An item may be of a kind
   // that shares its texts with this one, see KindOf.
   ComPtr<IItemCommon> Read(const FoundItem& found, std::string& fault) const;
+  std::string Doubts() const { return items_->Doubts(); }
 
  private:
   void AddGap(size_t begin, size_t end);

@@ -143,10 +143,14 @@ class Adding {
         other = &kind;
         ++others;
       } else if (ExceptionIn(item) != nullptr) {
+        NoteLostDate(found.place, item);
         exceptions_.push_back({found.place, item});
       } else {
         AddOne(found.place, item);
       }
+    }
+    if (const std::string doubts = file->Doubts(); !doubts.empty()) {
+      PrintMessage("note: " + file->name() + ": " + doubts);
     }
     if (other == nullptr) return;
     changes_.Failed(file->name(), "left out " + std::to_string(others) + " that belong in " +
@@ -178,11 +182,28 @@ class Adding {
     if (const std::u16string& uid = FieldsOf(item.get())->objUid; !uid.empty()) {
       added_.emplace(uid, id);
     }
+    NoteLostDate(place, item);
     const Calendar* calendar = CalendarOf(item.get());
     if (calendar != nullptr && calendar->isRecurring &&
         calendar->recurrence.type == RecurrenceType::None) {
       PrintMessage("note: " + place + ": the PC side cannot hold its rule; it is added with its " +
                    "first day alone");
+    }
+  }
+
+  // A date that stands in the text and is none is only an extra, which the PC side does not keep.
+  static void NoteLostDate(const std::string& place, const ComPtr<IItemCommon>& item) {
+    if (CalendarOf(item.get()) == nullptr) return;
+    for (const ExtraProperty& extra : FieldsOf(item.get())->extras) {
+      for (const std::u16string_view name : {u"DTSTART", u"DTEND", u"DUE"}) {
+        const bool isIt =
+            extra.property.starts_with(name) &&
+            (extra.property.size() == name.size() || extra.property[name.size()] == u';');
+        if (isIt) {
+          PrintMessage("note: " + place + ": " + ToUtf8(name) + " is no date (\"" +
+                       ToUtf8(extra.value) + "\"); it is added without it");
+        }
+      }
     }
   }
 
@@ -233,10 +254,14 @@ Exit ReplaceItem(const CommonOptions& common, const ItemArguments& given) {
   const ComPtr<IItemCommon> item = OnlyItemOf(file, kind, IsSubItemId(FromUtf8(id)));
   PcFolder pc(profile, kind);
   Changes changes(common, "replaced");
-  if (pc.Replace(id, item)) {
-    changes.Done(id);
-  } else {
-    changes.Failed(id, UnknownItem(kind));
+  try {
+    if (pc.Replace(id, item)) {
+      changes.Done(id);
+    } else {
+      changes.Failed(id, UnknownItem(kind));
+    }
+  } catch (const UsageError& error) {
+    changes.Failed(id, error.what());
   }
   return changes.Finish();
 }

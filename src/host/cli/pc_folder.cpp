@@ -34,8 +34,12 @@ PcFolder::PcFolder(const Profile& profile, const StoreKind& kind) : kind_(kind) 
 }
 
 void PcFolder::CheckStatus(HRESULT status, const std::string& what) {
+  CheckStatus(status, what, outlook_.lastError());
+}
+
+void PcFolder::CheckStatus(HRESULT status, const std::string& what, const std::string& reason) {
   if (Failed(status)) {
-    throw CommandError(Exit::Failed, "cannot " + what + " on the PC side: " + outlook_.lastError());
+    throw CommandError(Exit::Failed, "cannot " + what + " on the PC side: " + reason);
   }
 }
 
@@ -98,32 +102,42 @@ std::string PcFolder::Add(const ComPtr<IItemCommon>& item) {
   return ToUtf8(entryId);
 }
 
-std::string PcFolder::AddException(const std::string& series, const ComPtr<IItemCommon>& item) {
-  const std::u16string seriesId = FromUtf8(series);
-  const DATE occurrence = ReplacedOccurrence(*CalendarOf(item.get()));
-  OLSubMetaData data;
-  const HRESULT status = outlook_.CreateSubItem(kind_.pcKind, seriesId, item, data);
-  if (Failed(status) && occurrence != 0.0) {
-    for (const OLSubMetaData& other : ExceptionsOf(seriesId)) {
-      if (CompareDateTime(other.originalDate, UtcToLocal(occurrence, true).value) == 0) {
-        throw UsageError("its series has another exception of the same occurrence, " +
-                         ToUtf8(other.id));
-      }
+void PcFolder::CheckOccurrence(HRESULT status, const std::u16string& series, IItemCommon& item,
+                               const std::u16string& ownId) {
+  const DATE occurrence = ReplacedOccurrence(*CalendarOf(&item));
+  if (Succeeded(status) || occurrence == 0.0) return;
+  for (const OLSubMetaData& other : ExceptionsOf(series)) {
+    if (other.id != ownId &&
+        CompareDateTime(other.originalDate, UtcToLocal(occurrence, true).value) == 0) {
+      throw UsageError("its series has another exception of the same occurrence, " +
+                       ToUtf8(other.id));
     }
   }
-  CheckStatus(status, "add an exception");
+}
+
+std::string PcFolder::AddException(const std::string& series, const ComPtr<IItemCommon>& item) {
+  const std::u16string seriesId = FromUtf8(series);
+  OLSubMetaData data;
+  const HRESULT status = outlook_.CreateSubItem(kind_.pcKind, seriesId, item, data);
+  const std::string reason = outlook_.lastError();
+  CheckOccurrence(status, seriesId, *item, {});
+  CheckStatus(status, "add an exception", reason);
   return ToUtf8(data.id);
 }
 
 bool PcFolder::Replace(const std::string& id, const ComPtr<IItemCommon>& item) {
   const std::u16string entryId = FromUtf8(id);
   if (!Exists(entryId)) return false;
+  if (!IsSubItemId(entryId)) {
+    CheckStatus(outlook_.UpdateItem(kind_.pcKind, entryId, item), "replace " + id);
+    return true;
+  }
+  const std::u16string series(SeriesPartOf(entryId));
   OLSubMetaData data = Named(entryId);
-  CheckStatus(
-      IsSubItemId(entryId)
-          ? outlook_.UpdateSubItem(kind_.pcKind, std::u16string(SeriesPartOf(entryId)), item, data)
-          : outlook_.UpdateItem(kind_.pcKind, entryId, item),
-      "replace " + id);
+  const HRESULT status = outlook_.UpdateSubItem(kind_.pcKind, series, item, data);
+  const std::string reason = outlook_.lastError();
+  CheckOccurrence(status, series, *item, entryId);
+  CheckStatus(status, "replace " + id, reason);
   return true;
 }
 

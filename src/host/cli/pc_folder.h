@@ -30,6 +30,7 @@ class PcFolder {
   std::string Add(const ComPtr<IItemCommon>& item);
   // An exception of the series. Throws UsageError when the series has another of its occurrence.
   std::string AddException(const std::string& series, const ComPtr<IItemCommon>& item);
+  // As AddException where the item is one.
   bool Replace(const std::string& id, const ComPtr<IItemCommon>& item);
   bool Delete(const std::string& id);
 
@@ -40,6 +41,10 @@ class PcFolder {
   bool Exists(const std::u16string& id);
   std::vector<OLSubMetaData> ExceptionsOf(const std::u16string& series);
   void CheckStatus(HRESULT status, const std::string& what);
+  void CheckStatus(HRESULT status, const std::string& what, const std::string& reason);
+  // Throws UsageError where a failed status is owed to another exception of the item's occurrence.
+  void CheckOccurrence(HRESULT status, const std::u16string& series, IItemCommon& item,
+                       const std::u16string& ownId);
 
   const StoreKind& kind_;
   OutlookManager outlook_;

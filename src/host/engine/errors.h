@@ -14,6 +14,12 @@ class ItemError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// What was read is an item of another store's kind.
+class AlienItem : public ItemError {
+ public:
+  using ItemError::ItemError;
+};
+
 // A store, or all of them, cannot be used at all. The text says which and why.
 class StoreFailure : public std::runtime_error {
  public:

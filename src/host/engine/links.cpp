@@ -56,13 +56,11 @@ std::vector<bool> RecordsWithFile(const Inventory& sides) {
   return have;
 }
 
+// Also of an item that went from the PC since it was agreed on: a run that ended early, or another
+// phone, may have brought it back as a new one.
 bool IsMissingOnPc(const Inventory& sides, const ItemLink& link) {
   return link.phone >= 0 && At(sides.phone, link.phone).change != PhoneChange::Unreadable &&
          (link.pc < 0 || At(sides.pc, link.pc).change == PcChange::Gone);
-}
-
-bool IsLonePhone(const Inventory& sides, const ItemLink& link) {
-  return link.record < 0 && IsMissingOnPc(sides, link);
 }
 
 bool IsMissingOnPhone(const Inventory& sides, const ItemLink& link) {
@@ -364,7 +362,7 @@ void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
 }
 
 std::vector<int32_t> LonePhoneLinks(const Inventory& sides) {
-  return LinksThat(sides, IsLonePhone);
+  return LinksThat(sides, IsMissingOnPc);
 }
 
 std::vector<int32_t> OpenExceptionLinks(const Inventory& sides) {

@@ -53,7 +53,8 @@ struct LoneItem {
 void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
               const std::vector<LoneItem>& pc);
 
-// The links of items that stand alone and can be matched.
+// The links of items that the other side lacks and that can be matched: of the phone's also those
+// whose PC item is gone.
 std::vector<int32_t> LonePhoneLinks(const Inventory& sides);
 std::vector<int32_t> LonePcLinks(const Inventory& sides);
 // New or changed exceptions of the phone that the PC lacks, or has no longer.

@@ -31,7 +31,8 @@ struct PhoneItem {
   std::string text;  // kept from planning to running when small; else empty
   int32_t record = -1;
   PhoneChange change = PhoneChange::New;
-  bool unread = false;  // not even its bytes could be had
+  bool unread = false;   // not even its bytes could be had
+  bool isAlien = false;  // it holds an item of another store's kind: it is none of these
   // What a text that was looked into says of recurrence.
   bool isSeries = false;
   std::u16string seriesUid;  // of an exception: the uid of its series; empty for any other item
@@ -45,6 +46,9 @@ struct PcItem {
   std::u16string id;
   uint64_t stamp = 0;  // of its content; 0 for unknown
   PcChange change = PcChange::New;
+  // Of an exception alone: what its store forgets when the phone has taken it over.
+  double modified = 0.0;  // local wall-clock time
+  std::u16string md5 = {};
 };
 
 // How the contents of a pair compare. "More": they are equal in what the PC side can hold itself,

@@ -124,6 +124,10 @@ void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present, bool all) 
       agreed.erase(found);
     }
     item.id = std::move(entry.id);
+    if (IsSubItemId(item.id)) {
+      item.modified = entry.modified;
+      item.md5 = std::move(entry.md5);
+    }
     there.erase(item.id);
     items.push_back(std::move(item));
   }

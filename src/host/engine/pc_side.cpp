@@ -179,7 +179,7 @@ ComPtr<IItemCommon> PcStore::Parse(std::string_view text) {
   if (Failed(status)) throw ItemError("the text cannot be read: " + StatusWords(status));
   auto parsed = Query<IItemCommon>(item);
   const std::string misfit = MisfitOf(kind_, parsed);
-  if (!misfit.empty()) throw ItemError(misfit);
+  if (!misfit.empty()) throw AlienItem(misfit);
   return parsed;
 }
 
@@ -201,7 +201,7 @@ ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, Duplicate& dup
   // Known even where noting the match has failed.
   if (found != kFalse) duplicate.sourceUid = match.str();
   if (Failed(status)) throw ItemError(reason.Explain("it cannot be looked up", status));
-  if (!misfit.empty()) throw ItemError(misfit);
+  if (!misfit.empty()) throw AlienItem(misfit);
   return parsed;
 }
 
@@ -282,11 +282,21 @@ void PcStore::Sent(SENTCMD_TYPE command, const std::u16string& id) {
   if (Failed(status)) throw ItemError(reason.Explain("it cannot be noted as sent", status));
 }
 
-void PcStore::UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id) {
+// The store's note of an exception has no hash, and one that changes twice in a second would look
+// unchanged.
+void PcStore::Sent(SENTCMD_TYPE command, const PcItem& item) {
+  Sent(command, item.id);
+  if (IsSubItemId(item.id)) UpdateStatus(STATDBUPDATE_REPL, item.id, item.modified, item.md5);
+}
+
+void PcStore::UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id, DATE modified,
+                           const std::u16string& md5) {
   const DatabaseReason reason;
   const auto item = CreateInstance<IStatusDBItem>(CLSID_StatusDBItem);
   Check(item->put_sourceUid(Bstr(id)));
   Check(item->put_parentUid(root_));
+  Check(item->put_modified(modified));
+  if (!md5.empty()) Check(item->put_md5(Bstr(md5)));
   const HRESULT status = status_->UpdateBackupStatusDB(command, item.get());
   if (Failed(status)) throw ItemError(reason.Explain("its state cannot be noted", status));
 }

@@ -103,6 +103,7 @@ class PcStore {
   void Delete(const std::u16string& id);
   // The phone has taken over what was sent.
   void Sent(SENTCMD_TYPE command, const std::u16string& id);
+  void Sent(SENTCMD_TYPE command, const PcItem& item);
   // The phone has it not, or no longer. All else that is known of the item stays.
   void NotOnPhone(const std::u16string& id);
   // The item changed on the PC, and the phone does not know yet, whatever the store has noted.
@@ -122,7 +123,8 @@ class PcStore {
   std::string Refused(std::string_view text);
   bool IsFiltered() const;
   std::vector<std::u16string> AllIds();
-  void UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id);
+  void UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id, DATE modified = 0.0,
+                    const std::u16string& md5 = {});
 
   PcSide& side_;
   const StoreKind& kind_;

@@ -121,7 +121,8 @@ void Runner::Confirm(std::vector<Outgoing>& batch) {
       }
       out.row.size = info.size;
       out.row.modifiedNs = info.modifiedNs;
-      run_.pc.Sent(out.step->act == Act::PhoneAdd ? SENTCMD_ADD : SENTCMD_REPL, out.row.sourceUid);
+      run_.pc.Sent(out.step->act == Act::PhoneAdd ? SENTCMD_ADD : SENTCMD_REPL,
+                   At(run_.sides.pc, At(run_.sides.links, out.step->link).pc));
     });
   }
   transaction.Commit();

@@ -197,7 +197,7 @@ struct Doubts {
 Doubts DoubtsOf(const Inventory& sides) {
   Doubts doubts;
   for (const PhoneItem& item : sides.phone) {
-    if (item.change != PhoneChange::Unreadable || item.record >= 0) continue;
+    if (item.change != PhoneChange::Unreadable || item.record >= 0 || item.isAlien) continue;
     doubts.deletions = true;
     doubts.additions = doubts.additions || item.unread;
     if (doubts.file.empty() || item.unread) doubts.file = item.name;
@@ -223,8 +223,8 @@ struct Rank {
 // A deleted exception changes its series, which then goes to the phone.
 constexpr Rank kRanks[] = {
     {0, 0},    // Adopt
-    {1, 3},    // PcAdd
-    {2, 4},    // PcReplace
+    {1, 4},    // PcAdd
+    {2, 3},    // PcReplace: it may leave the occurrence that a new exception is of
     {6, 6},    // PhoneAdd
     {7, 7},    // PhoneReplace
     {8, 8},    // Pair

@@ -25,8 +25,7 @@ class RecurrencePlan {
     for (int32_t i = 0; i < IndexOf(plan_.steps); ++i) At(stepOf_, At(plan_.steps, i).link) = i;
     Revive();
     for (const int32_t link : exceptions_) {
-      const auto series = seriesLinks_.find(SeriesPartOf(PcIdOf(sides_, At(sides_.links, link))));
-      if (series != seriesLinks_.end()) Settle(link, series->second);
+      if (const int32_t series = SeriesOf(link); series >= 0) Settle(link, series);
     }
     std::erase_if(plan_.steps, [](const PlanStep& step) { return step.link < 0; });
     for (PlanStep& step : added_) plan_.steps.push_back(step);
@@ -40,13 +39,22 @@ class RecurrencePlan {
            (item.phone >= 0 && !At(sides_.phone, item.phone).seriesUid.empty());
   }
 
+  // On the phone, where the series may be gone by now.
+  std::u16string_view UidOf(const ItemLink& link) const {
+    if (link.phone >= 0) return At(sides_.phone, link.phone).uid;
+    return link.record >= 0 ? std::u16string_view(At(sides_.records, link.record).uid)
+                            : std::u16string_view();
+  }
+
   // False when there are none, nor a series that must take a uid.
   bool FindExceptions() {
     bool any = false;
     for (int32_t i = 0; i < IndexOf(sides_.links); ++i) {
       const ItemLink& link = At(sides_.links, i);
-      any = any || IsException(i);
-      if (IsSubItemId(PcIdOf(sides_, link))) exceptions_.push_back(i);
+      if (IsException(i)) {
+        any = true;
+        exceptions_.push_back(i);
+      }
       if (!link.adoptUid) continue;
       any = true;
       Add(i, Act::Adopt);
@@ -55,8 +63,7 @@ class RecurrencePlan {
     for (int32_t i = 0; i < IndexOf(sides_.links); ++i) {
       const std::u16string_view id = PcIdOf(sides_, At(sides_.links, i));
       if (!id.empty() && !IsSubItemId(id)) seriesLinks_.emplace(id, i);
-      const int32_t phone = At(sides_.links, i).phone;
-      if (phone >= 0 && !IsException(i)) seriesByUid_.emplace(At(sides_.phone, phone).uid, i);
+      if (!IsException(i)) seriesByUid_.emplace(UidOf(At(sides_.links, i)), i);
     }
     return true;
   }
@@ -100,9 +107,9 @@ class RecurrencePlan {
   const Inventory& sides_;
   SyncPlan& plan_;
   std::vector<int32_t> stepOf_;
-  std::vector<int32_t> exceptions_;  // links that have, or had, an exception on the PC
+  std::vector<int32_t> exceptions_;  // links of exceptions, on either side
   std::unordered_map<std::u16string_view, int32_t> seriesLinks_;  // by identifier on the PC
-  std::unordered_map<std::u16string_view, int32_t> seriesByUid_;  // of the phone's files
+  std::unordered_map<std::u16string_view, int32_t> seriesByUid_;  // as the phone has or had it
   std::vector<PlanStep> added_;
   std::vector<char> resent_ = std::vector<char>(sides_.links.size());
 };
@@ -158,7 +165,13 @@ void RecurrencePlan::Settle(int32_t exception, int32_t series) {
   if (!mayWritePhone || !Does(exception, Act::PcDelete) || At(resent_, series) != 0) return;
   if (whole.phone < 0 || At(sides_.phone, whole.phone).change == PhoneChange::Unreadable) return;
   At(resent_, series) = 1;
-  if (!Does(series, Act::PhoneReplace)) Add(series, Act::PhoneReplace);
+  // What would only be noted is sent now; what comes from the phone is sent behind that.
+  const bool isNote = Does(series, Act::Pair) || Does(series, Act::Remember);
+  if (isNote) {
+    Change(series, Act::PhoneReplace);
+  } else if (!Does(series, Act::PhoneReplace)) {
+    Add(series, Act::PhoneReplace);
+  }
 }
 
 void RecurrencePlan::GoWithSeries(int32_t exception) {

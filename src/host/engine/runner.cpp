@@ -151,20 +151,30 @@ void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::strin
   RequirePcUnchanged(target, current ? &*current : nullptr);
   std::optional<ConflictNote> note;
   if (step.conflict == Conflict::PhoneWon) note = KeepLoser(step, item, current->text);
-  std::u16string id = target.id;
-  if (IsSubItemId(target.id) == !item.seriesUid.empty()) {
-    run_.pc.Replace(target.id, text);
-  } else {
-    // An exception that became an item of its own, or the other way round.
-    id = run_.pc.Add(text);
-    run_.pc.Delete(target.id);
-  }
+  const std::u16string id = ReplaceOrMove(target.id, !item.seriesUid.empty(), text);
   KeepNeighboursState(id);
   transaction.Commit();
   if (note) report_.conflicts.push_back(std::move(*note));
-  Put(RowOf(item, std::move(id)));
+  Put(RowOf(item, id));
   ++report_.pc.replaced;
   report_.phoneWon += step.conflict == Conflict::PhoneWon;
+}
+
+// An exception may have become an item of its own, or the other way round, or one of another
+// series.
+std::u16string Runner::ReplaceOrMove(const std::u16string& id, bool isException,
+                                     std::string_view text) {
+  if (IsSubItemId(id) == isException) {
+    try {
+      run_.pc.Replace(id, text);
+      return id;
+    } catch (const ItemError&) {
+      if (!isException) throw;
+    }
+  }
+  std::u16string moved = run_.pc.Add(text);
+  run_.pc.Delete(id);
+  return moved;
 }
 
 // The store writes the rows of items next to the one it changes, a series beside its exception and
@@ -240,7 +250,9 @@ void Runner::NoteOne(const PlanStep& step) {
   }
   if (step.act != Act::Pair) return;
   const std::u16string& id = At(run_.sides.pc, link.pc).id;
-  if (!link.statusWritten || disturbed_.contains(id)) run_.pc.Sent(SENTCMD_ADD, id);
+  if (!link.statusWritten || disturbed_.contains(id)) {
+    run_.pc.Sent(SENTCMD_ADD, At(run_.sides.pc, link.pc));
+  }
 }
 
 // The phone no longer has it.

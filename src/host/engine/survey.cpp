@@ -46,6 +46,9 @@ TextLook PlainLook(PcStore& store) {
       if (CountItems(store.kind(), text) > 1) return kManyItems;
       NoteText(*parsed, item);
       return {};
+    } catch (const AlienItem& error) {
+      item.isAlien = true;
+      return error.what();
     } catch (const ItemError& error) {
       return error.what();
     } catch (const StatusError& error) {
@@ -118,6 +121,9 @@ std::string Survey::LookAndMatch(int32_t index, PhoneItem& item, std::string_vie
     match.pcUid = UidOf(*onPc.item);
     match.newer = NewerSide(duplicate.winner, AgeOf(item, *parsed), *onPc.item);
     match.content = Compare(pc_, *parsed, *onPc.item);
+  } catch (const AlienItem& error) {
+    item.isAlien = true;
+    reason = error.what();
   } catch (const ItemError& error) {
     reason = error.what();
   } catch (const StatusError& error) {

@@ -99,11 +99,17 @@ HRESULT RecurrenceIndex::ReadTimes(const std::u16string& id, StoredItem& stored)
   return S_OK;
 }
 
+HRESULT RecurrenceIndex::BeginSession() {
+  known_.clear();
+  return table_.DeleteAll();
+}
+
 HRESULT RecurrenceIndex::Load(const std::vector<std::u16string>& ids) {
   if (loaded_) return S_OK;
   std::vector<OLSubMetaData> datas;
   Check(outlook_.GetSubMetaDatas(kind_, ids, datas));
   exceptions_ = std::move(datas);
+  known_.clear();
   for (const OLSubMetaData& data : exceptions_) {
     const ExceptionRow row{data.id, data.parentId, data.modified, data.originalDate,
                            data.isDeleted};
@@ -152,12 +158,17 @@ HRESULT RecurrenceIndex::FindSameOccurrence(const std::u16string& seriesId, IIte
   // One that names no occurrence meets a row without a date.
   const DATE replaced = ReplacedOccurrence(*incoming);
   const DATE occurrence = replaced == 0.0 ? 0.0 : UtcToLocal(replaced, true).value;
-  std::vector<ExceptionRow> rows;
-  Check(table_.OfSeries(seriesId, rows));
-  const auto same = std::ranges::find_if(rows, [&](const ExceptionRow& row) {
-    return !row.isDeleted && row.originalDate == occurrence;
-  });
-  if (same != rows.end()) match = same->id;
+  auto known = known_.find(seriesId);
+  if (known == known_.end()) {
+    std::vector<ExceptionRow> rows;
+    Check(table_.OfSeries(seriesId, rows));
+    known = known_.try_emplace(seriesId).first;
+    for (ExceptionRow& row : rows) {
+      if (!row.isDeleted) known->second.emplace(row.originalDate, std::move(row.id));
+    }
+  }
+  const auto same = known->second.find(occurrence);
+  if (same != known->second.end()) match = same->second;
   return S_OK;
 }
 

@@ -6,6 +6,8 @@
 // fills it again: identifiers are still listed then, and no longer found.
 #pragma once
 
+#include <unordered_map>
+
 #include "stores/outlook/folder_items.h"
 #include "syncdb/exception_table.h"
 #include "syncdb/identifier_map.h"
@@ -33,7 +35,7 @@ class RecurrenceIndex final : public FolderItems {
   HRESULT List(std::vector<OLMetaData>& datas, int withKeyText) override;
   HRESULT ListIds(std::vector<std::u16string>& ids) override;
 
-  HRESULT BeginSession() override { return table_.DeleteAll(); }
+  HRESULT BeginSession() override;
   HRESULT ChangedExceptions(const std::u16string& seriesId,
                             std::vector<OLSubMetaData>& datas) override;
   HRESULT FindSameOccurrence(const std::u16string& seriesId, IItemCommon* item,
@@ -48,6 +50,10 @@ class RecurrenceIndex final : public FolderItems {
   IdentifierMap& map_;
   bool loaded_ = false;
   std::vector<OLSubMetaData> exceptions_;
+  // The first live exception of each occurrence, of the series that were asked for: their rows do
+  // not change within a session.
+  using ByOccurrence = std::unordered_map<DATE, std::u16string>;
+  std::unordered_map<std::u16string, ByOccurrence> known_;
 };
 
 }  // namespace qv
