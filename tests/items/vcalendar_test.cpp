@@ -234,8 +234,8 @@ TEST_F(VCalendar, TellsTheDaysOfAnotherZoneByThoseHere) {
 }
 
 TEST_F(VCalendar, SaysOfASeriesThatLostItsRuleThatItIsOne) {
-  Calendar item = *ParseVCalendar(
-      Component("VEVENT", "DTSTART:20240501T080000Z\nRRULE:FREQ=HOURLY", "2.0"));
+  Calendar item =
+      *ParseVCalendar(Component("VEVENT", "DTSTART:20240501T080000Z\nRRULE:FREQ=HOURLY", "2.0"));
   item.fields.extras.clear();
   EXPECT_EQ(Written(item), "DTSTART:20240501T080000Z\nX-RECURRING:1");
   EXPECT_TRUE(ParseVCalendar(WriteVCalendar(item))->isRecurring);
