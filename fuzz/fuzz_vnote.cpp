@@ -12,13 +12,18 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
+bool IsMarked(std::string_view text) {
+  return text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") ||
+         text.starts_with("\xEF\xBB\xBF");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   for (const std::string_view note : qv::SplitVNotes(text)) {
-    // By itself such a piece is a UTF-16 text.
-    if (note.starts_with("\xFE\xFF") || note.starts_with("\xFF\xFE")) continue;
+    // A group of such bytes looks like the mark of a whole text.
+    if (IsMarked(note)) continue;
     Require(qv::ParseVNote(note).has_value());
     Require(qv::SplitVNotes(note).size() == 1);
   }
