@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "items/vnote.h"
+#include "marked.h"
 
 namespace {
 
@@ -12,17 +13,11 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-bool IsMarked(std::string_view text) {
-  return text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") ||
-         text.starts_with("\xEF\xBB\xBF");
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   for (const std::string_view note : qv::SplitVNotes(text)) {
-    // A group of such bytes looks like the mark of a whole text.
     if (IsMarked(note)) continue;
     Require(qv::ParseVNote(note).has_value());
     Require(qv::SplitVNotes(note).size() == 1);
