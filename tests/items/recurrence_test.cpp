@@ -151,6 +151,8 @@ TEST(Recurrence, StaysOnTheWallWhenTheClocksChange) {
 }
 
 TEST(Recurrence, NothingIsExpandedWithoutABound) {
+  test::FixedZone zone("UTC0");
+  ScopedService<TimeZone> useZone(zone);
   struct Case {
     Recurrence rule;
     const char16_t* start;
