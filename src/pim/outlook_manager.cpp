@@ -89,7 +89,7 @@ int OutlookManager::initialize(const std::u16string& profileName) {
     if (state_->file != nullptr && state_->profile == profile) return;
     // Another profile's file is closed first: nothing may go into it by mistake.
     state_->file.reset();
-    state_->parentFolders.clear();
+    state_->keptParents.clear();
     state_->file = std::make_unique<ProfileFile>(ProfilePath(profile), NewEntryId);
     state_->profile = profile;
   });

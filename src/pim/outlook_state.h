@@ -64,8 +64,8 @@ struct OutlookManager::State {
   std::unique_ptr<ProfileFile> file;
   std::u16string profile;
   std::string error;
-  // The folders whose parent items were asked to be kept at hand.
-  std::vector<std::pair<OlObjectClass, std::u16string>> parentFolders;
+  // Whose parent items were asked to be kept at hand.
+  std::vector<OlObjectClass> keptParents;
 };
 
 }  // namespace qv

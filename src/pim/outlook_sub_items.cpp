@@ -153,17 +153,14 @@ HRESULT OutlookManager::GetSubMetaDatas(OlObjectClass kind,
   });
 }
 
-void OutlookManager::SetCacheParentItemsPtr(OlObjectClass kind, const std::u16string& folderId) {
-  // Statements and indexes make what a cache would: all that is kept is that it was asked for.
-  auto& folders = state_->parentFolders;
-  std::erase_if(folders, [&](const auto& folder) { return folder.first == kind; });
-  folders.emplace_back(kind, folderId);
+// Statements and indexes make what a cache of parent items would: what is kept is that it was asked
+// for.
+void OutlookManager::SetCacheParentItemsPtr(OlObjectClass kind, const std::u16string&) {
+  if (!IsCachedParentItemsPtr(kind)) state_->keptParents.push_back(kind);
 }
 
 bool OutlookManager::IsCachedParentItemsPtr(OlObjectClass kind) const {
-  const auto& folders = state_->parentFolders;
-  return std::any_of(folders.begin(), folders.end(),
-                     [&](const auto& folder) { return folder.first == kind; });
+  return std::ranges::find(state_->keptParents, kind) != state_->keptParents.end();
 }
 
 }  // namespace qv

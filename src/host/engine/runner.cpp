@@ -18,6 +18,17 @@ constexpr size_t kBatch = 256;
 constexpr int64_t kProgressItems = 64;
 constexpr auto kProgressPause = std::chrono::milliseconds(50);
 
+// Whether an item became an exception, or one of another series, or an item of its own. `current`
+// is the PC's, null for one that cannot be read.
+bool HasMoved(const std::u16string& id, const std::u16string& seriesUid, IItemCommon* current) {
+  if (IsSubItemId(id) == seriesUid.empty()) return true;
+  const auto calendar = Query<ICalendarItem>(current);
+  if (seriesUid.empty() || !calendar) return false;
+  Bstr series;
+  Check(calendar->get_ParentRecurUid(series.Out()));
+  return series.view() != seriesUid;
+}
+
 }  // namespace
 
 void ProgressMeter::Tell() {
@@ -151,30 +162,19 @@ void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::strin
   RequirePcUnchanged(target, current ? &*current : nullptr);
   std::optional<ConflictNote> note;
   if (step.conflict == Conflict::PhoneWon) note = KeepLoser(step, item, current->text);
-  const std::u16string id = ReplaceOrMove(target.id, !item.seriesUid.empty(), text);
+  std::u16string id = target.id;
+  if (HasMoved(target.id, item.seriesUid, current ? current->item.get() : nullptr)) {
+    id = run_.pc.Add(text);
+    run_.pc.Delete(target.id);
+  } else {
+    run_.pc.Replace(target.id, text);
+  }
   KeepNeighboursState(id);
   transaction.Commit();
   if (note) report_.conflicts.push_back(std::move(*note));
-  Put(RowOf(item, id));
+  Put(RowOf(item, std::move(id)));
   ++report_.pc.replaced;
   report_.phoneWon += step.conflict == Conflict::PhoneWon;
-}
-
-// An exception may have become an item of its own, or the other way round, or one of another
-// series.
-std::u16string Runner::ReplaceOrMove(const std::u16string& id, bool isException,
-                                     std::string_view text) {
-  if (IsSubItemId(id) == isException) {
-    try {
-      run_.pc.Replace(id, text);
-      return id;
-    } catch (const ItemError&) {
-      if (!isException) throw;
-    }
-  }
-  std::u16string moved = run_.pc.Add(text);
-  run_.pc.Delete(id);
-  return moved;
 }
 
 // The store writes the rows of items next to the one it changes, a series beside its exception and
@@ -249,10 +249,8 @@ void Runner::NoteOne(const PlanStep& step) {
     return;
   }
   if (step.act != Act::Pair) return;
-  const std::u16string& id = At(run_.sides.pc, link.pc).id;
-  if (!link.statusWritten || disturbed_.contains(id)) {
-    run_.pc.Sent(SENTCMD_ADD, At(run_.sides.pc, link.pc));
-  }
+  const PcItem& item = At(run_.sides.pc, link.pc);
+  if (!link.statusWritten || disturbed_.contains(item.id)) run_.pc.Sent(SENTCMD_ADD, item);
 }
 
 // The phone no longer has it.

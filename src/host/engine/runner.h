@@ -70,8 +70,6 @@ class Runner {
 
   void AddToPc(const ItemLink& link, const PhoneItem& item, std::string_view text);
   void ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::string_view text);
-  // The identifier that the item has from now on.
-  std::u16string ReplaceOrMove(const std::u16string& id, bool isException, std::string_view text);
   void DeleteFromPc(const PlanStep& step);
   void AdoptUid(const ItemLink& link);
   void KeepNeighboursState(const std::u16string& id);
