@@ -1,8 +1,8 @@
 #include <unistd.h>
 
 #include <memory>
-#include <unordered_map>
 
+#include "host/cli/adding.h"
 #include "host/cli/commands.h"
 #include "host/cli/item_files.h"
 #include "host/cli/open_profile.h"
@@ -72,152 +72,11 @@ Exit ShowItem(const CommonOptions& common, const ItemArguments& given) {
   return Exit::Ok;
 }
 
-// What a command did, item by item: told as it happens, or in one document at the end.
-class Changes {
- public:
-  Changes(const CommonOptions& common, const char* done) : json_(common.json), done_(done) {}
-
-  void Done(const std::string& id) {
-    ids_.push_back(id);
-    if (!json_) Print(id + "\n");
-  }
-  void Failed(const std::string& item, const std::string& reason) {
-    failed_.push_back({{"item", item}, {"reason", reason}});
-    if (result_ == Exit::Ok) result_ = Exit::Partial;
-    PrintMessage(item + ": " + reason);
-  }
-  // Nothing more can be done.
-  void Broken(const CommandError& error) {
-    result_ = error.exit();
-    message_ = error.what();
-    PrintMessage(message_);
-  }
-  Exit Finish() const {
-    if (!json_) return result_;
-    ordered_json document = {{"result", ExitWord(result_)}, {done_, ids_}, {"failed", failed_}};
-    if (!message_.empty()) document["message"] = message_;
-    PrintJson(document);
-    return result_;
-  }
-
- private:
-  bool json_;
-  const char* done_;
-  Exit result_ = Exit::Ok;
-  ordered_json ids_ = ordered_json::array();
-  ordered_json failed_ = ordered_json::array();
-  std::string message_;
-};
-
-// An exception is added when all files are read: its series may stand behind it.
-struct FoundException {
-  std::string place;
-  ComPtr<IItemCommon> item;
-};
-
-const Calendar* ExceptionIn(const ComPtr<IItemCommon>& item) {
-  const Calendar* calendar = CalendarOf(item.get());
-  return calendar != nullptr && !calendar->parentRecurUid.empty() ? calendar : nullptr;
-}
-
-class Adding {
- public:
-  Adding(PcFolder& pc, Changes& changes) : pc_(pc), changes_(changes) {}
-
-  void AddFile(const std::string& path) {
-    std::unique_ptr<ItemFile> file;
-    try {
-      file = std::make_unique<ItemFile>(path, pc_.kind());
-    } catch (const UsageError& error) {
-      changes_.Failed(path, error.what());
-      return;
-    }
-    const StoreKind* other = nullptr;
-    size_t others = 0;
-    for (const FoundItem& found : file->found()) {
-      std::string fault;
-      const ComPtr<IItemCommon> item = file->Read(found, fault);
-      if (!item) {
-        changes_.Failed(found.place, fault);
-      } else if (const StoreKind& kind = KindOf(pc_.kind(), *item); &kind != &pc_.kind()) {
-        other = &kind;
-        ++others;
-      } else if (ExceptionIn(item) != nullptr) {
-        NoteLostDate(found.place, item);
-        exceptions_.push_back({found.place, item});
-      } else {
-        AddOne(found.place, item);
-      }
-    }
-    if (const std::string doubts = file->Doubts(); !doubts.empty()) {
-      PrintMessage("note: " + file->name() + ": " + doubts);
-    }
-    if (other == nullptr) return;
-    changes_.Failed(file->name(), "left out " + std::to_string(others) + " that belong in " +
-                                      std::string(other->name) + "; `qvsync add " +
-                                      std::string(other->name) + "` adds them");
-  }
-
-  void AddExceptions() {
-    for (const FoundException& found : exceptions_) {
-      const std::u16string& uid = ExceptionIn(found.item)->parentRecurUid;
-      const auto series = added_.find(uid);
-      if (series == added_.end()) {
-        changes_.Failed(found.place, "it is an exception of the series " + ToUtf8(uid) +
-                                         ", which is not in these files; add both together");
-        continue;
-      }
-      try {
-        changes_.Done(pc_.AddException(series->second, found.item));
-      } catch (const UsageError& error) {
-        changes_.Failed(found.place, error.what());
-      }
-    }
-  }
-
- private:
-  void AddOne(const std::string& place, const ComPtr<IItemCommon>& item) {
-    const std::string id = pc_.Add(item);
-    changes_.Done(id);
-    if (const std::u16string& uid = FieldsOf(item.get())->objUid; !uid.empty()) {
-      added_.emplace(uid, id);
-    }
-    NoteLostDate(place, item);
-    const Calendar* calendar = CalendarOf(item.get());
-    if (calendar != nullptr && calendar->isRecurring &&
-        calendar->recurrence.type == RecurrenceType::None) {
-      PrintMessage("note: " + place + ": the PC side cannot hold its rule; it is added with its " +
-                   "first day alone");
-    }
-  }
-
-  // A date that stands in the text and is none is only an extra, which the PC side does not keep.
-  static void NoteLostDate(const std::string& place, const ComPtr<IItemCommon>& item) {
-    if (CalendarOf(item.get()) == nullptr) return;
-    for (const ExtraProperty& extra : FieldsOf(item.get())->extras) {
-      for (const std::u16string_view name : {u"DTSTART", u"DTEND", u"DUE"}) {
-        const bool isIt =
-            extra.property.starts_with(name) &&
-            (extra.property.size() == name.size() || extra.property[name.size()] == u';');
-        if (isIt) {
-          PrintMessage("note: " + place + ": " + ToUtf8(name) + " is no date (\"" +
-                       ToUtf8(extra.value) + "\"); it is added without it");
-        }
-      }
-    }
-  }
-
-  PcFolder& pc_;
-  Changes& changes_;
-  std::unordered_map<std::u16string, std::string> added_;  // identifiers by uid
-  std::vector<FoundException> exceptions_;
-};
-
 Exit AddItems(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const OpenedProfile profile(common);
   PcFolder pc(profile, kind);
-  Changes changes(common, "added");
+  Changes changes(common.json, "added");
   try {
     Adding adding(pc, changes);
     for (const std::string& path : given.files) adding.AddFile(path);
@@ -253,7 +112,7 @@ Exit ReplaceItem(const CommonOptions& common, const ItemArguments& given) {
   const std::string& id = given.id;
   const ComPtr<IItemCommon> item = OnlyItemOf(file, kind, IsSubItemId(FromUtf8(id)));
   PcFolder pc(profile, kind);
-  Changes changes(common, "replaced");
+  Changes changes(common.json, "replaced");
   try {
     if (pc.Replace(id, item)) {
       changes.Done(id);
@@ -270,7 +129,7 @@ Exit DeleteItems(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const OpenedProfile profile(common);
   PcFolder pc(profile, kind);
-  Changes changes(common, "deleted");
+  Changes changes(common.json, "deleted");
   try {
     for (const std::string& id : given.ids) {
       if (pc.Delete(id)) {

@@ -1,0 +1,49 @@
+// The answer of a command that changes items.
+#pragma once
+
+#include <string>
+
+#include "host/cli/output.h"
+
+namespace qv {
+
+// What a command did, item by item: told as it happens, or in one document at the end.
+class Changes {
+ public:
+  // `done` is the key of the changed identifiers in JSON.
+  Changes(bool json, const char* done) : json_(json), done_(done) {}
+
+  void Done(const std::string& id) {
+    ids_.push_back(id);
+    if (!json_) Print(id + "\n");
+  }
+  void Failed(const std::string& item, const std::string& reason) {
+    failed_.push_back({{"item", item}, {"reason", reason}});
+    if (result_ == Exit::Ok) result_ = Exit::Partial;
+    PrintMessage(item + ": " + reason);
+  }
+  // Nothing more can be done.
+  void Broken(const CommandError& error) {
+    result_ = error.exit();
+    message_ = error.what();
+    PrintMessage(message_);
+  }
+  Exit Finish() const {
+    if (!json_) return result_;
+    nlohmann::ordered_json document = {
+        {"result", ExitWord(result_)}, {done_, ids_}, {"failed", failed_}};
+    if (!message_.empty()) document["message"] = message_;
+    PrintJson(document);
+    return result_;
+  }
+
+ private:
+  bool json_;
+  const char* done_;
+  Exit result_ = Exit::Ok;
+  nlohmann::ordered_json ids_ = nlohmann::ordered_json::array();
+  nlohmann::ordered_json failed_ = nlohmann::ordered_json::array();
+  std::string message_;
+};
+
+}  // namespace qv
