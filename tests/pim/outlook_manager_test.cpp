@@ -9,15 +9,13 @@
 
 #include "items/item_objects.h"
 #include "items/key_text.h"
-#include "kit/platform_fakes.h"
 #include "pim/contact_content.h"
+#include "pim/profile_fixture.h"
 #include "platform/database/sqlite.h"
 #include "support/date_time.h"
 
 namespace qv::test {
 namespace {
-
-constexpr int64_t kMorning = 1'700'000'000;  // 2023-11-14 22:13:20 UTC
 
 Contact FullContact() {
   Contact contact;
@@ -142,19 +140,8 @@ TEST(ContactContentTest, AListShowsTheBestNameThereIs) {
   EXPECT_EQ(DisplayName(contact), u"Dr. Doe");
 }
 
-class OutlookManagerTest : public testing::Test {
+class OutlookManagerTest : public ProfileFixture {
  protected:
-  OutlookManagerTest() {
-    TheOutlookSettings() = {files.File("pim/deep"), true, true};
-    Open(outlook);
-    folder = outlook.DefaultFolder(olContact);
-  }
-  ~OutlookManagerTest() override { TheOutlookSettings() = {}; }
-
-  static void Open(OutlookManager& manager, const char16_t* profile = u"") {
-    ASSERT_EQ(manager.initialize(profile), 1) << manager.lastError();
-  }
-
   std::u16string Create(const Contact& contact) {
     std::u16string id;
     EXPECT_EQ(outlook.CreateItem(olContact, folder, MakeContactItem(contact), id), S_OK)
@@ -174,13 +161,7 @@ class OutlookManagerTest : public testing::Test {
     return ids;
   }
 
-  TempFolder files;
-  FakeClock clock{kMorning};
-  ScopedService<Clock> useClock{clock};
-  FixedZone zone{"CET-1CEST,M3.5.0,M10.5.0/3"};
-  ScopedService<TimeZone> useZone{zone};
-  OutlookManager outlook;
-  std::u16string folder;
+  const std::u16string folder = outlook.DefaultFolder(olContact);
 };
 
 TEST_F(OutlookManagerTest, AnItemComesBackWholeAfterReopening) {

@@ -6,16 +6,14 @@
 
 #include "items/item_objects.h"
 #include "items/key_text.h"
-#include "kit/platform_fakes.h"
 #include "pim/calendar_content.h"
-#include "pim/outlook_manager.h"
+#include "pim/profile_fixture.h"
 #include "platform/database/sqlite.h"
 #include "support/date_time.h"
 
 namespace qv::test {
 namespace {
 
-constexpr int64_t kMorning = 1'700'000'000;
 constexpr DATE kFirst = 45000.375;  // 09:00 UTC
 
 CalendarContent FullAppointment() {
@@ -73,15 +71,8 @@ TEST(CalendarContentTest, EveryFieldComesBackAndCountsInTheBytes) {
   }
 }
 
-class SubItemsTest : public testing::Test {
+class SubItemsTest : public ProfileFixture {
  protected:
-  SubItemsTest() {
-    TheOutlookSettings() = {files.File("pim"), true, true};
-    EXPECT_EQ(outlook.initialize(u""), 1) << outlook.lastError();
-    series = CreateSeries(u"series");
-  }
-  ~SubItemsTest() override { TheOutlookSettings() = {}; }
-
   static ComPtr<IItemCommon> Item(const char16_t* subject, DATE occurrence = 0.0) {
     Calendar item;
     item.subject = subject;
@@ -113,17 +104,11 @@ class SubItemsTest : public testing::Test {
     return item ? *CalendarOf(item.get()) : Calendar();
   }
   void Execute(const char* script) {
-    SqliteDatabase db(files.File("pim/Outlook.db"), SqliteDatabase::Durability::Normal);
+    SqliteDatabase db(files.File("pim/deep/Outlook.db"), SqliteDatabase::Durability::Normal);
     db.Execute(script);
   }
 
-  TempFolder files;
-  FakeClock clock{kMorning};
-  ScopedService<Clock> useClock{clock};
-  FixedZone zone{"CET-1CEST,M3.5.0,M10.5.0/3"};
-  ScopedService<TimeZone> useZone{zone};
-  OutlookManager outlook;
-  std::u16string series;
+  std::u16string series = CreateSeries(u"series");
 };
 
 TEST_F(SubItemsTest, LiveWithinTheirSeriesAndLeaveItsTimeAlone) {
