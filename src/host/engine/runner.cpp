@@ -182,27 +182,37 @@ void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::strin
 // phone does not know yet stays to be sent.
 void Runner::KeepNeighboursState(const std::u16string& id) {
   settled_.insert(id);
-  if (neighbours_.empty()) {
+  if (families_.empty()) {
     for (const PcItem& item : run_.sides.pc) {
-      if (IsSubItemId(item.id)) neighbours_[std::u16string(SeriesPartOf(item.id))].push_back(&item);
-    }
-    for (const PcItem& item : run_.sides.pc) {
-      if (!IsSubItemId(item.id)) neighbours_[item.id].push_back(&item);
+      Family& family = families_[std::u16string(SeriesPartOf(item.id))];
+      if (IsSubItemId(item.id)) {
+        family.exceptions.push_back(&item);
+      } else {
+        family.series = &item;
+      }
     }
   }
-  const bool isException = IsSubItemId(id);
-  const std::u16string series(SeriesPartOf(id));
-  const auto found = neighbours_.find(series);
-  if (isException && settled_.contains(series)) run_.pc.Sent(SENTCMD_REPL, series);
-  if (found == neighbours_.end()) return;
-  for (const PcItem* item : found->second) {
-    // The store has written the series for an exception, and the exceptions for a series.
-    if (IsSubItemId(item->id) == isException || settled_.contains(item->id)) continue;
-    disturbed_.insert(item->id);
-    if (item->change == PcChange::New) run_.pc.NotOnPhone(item->id);
-    if (item->change == PcChange::Changed) run_.pc.MarkPending(item->id);
-    if (item->change == PcChange::Same && isException) run_.pc.Sent(SENTCMD_REPL, item->id);
+  const std::u16string seriesId(SeriesPartOf(id));
+  const auto found = families_.find(seriesId);
+  if (!IsSubItemId(id)) {
+    if (found == families_.end()) return;
+    for (const PcItem* item : found->second.exceptions) KeepState(*item, false);
+    return;
   }
+  if (settled_.contains(seriesId)) {
+    run_.pc.Sent(SENTCMD_REPL, seriesId);
+  } else if (found != families_.end() && found->second.series != nullptr) {
+    KeepState(*found->second.series, true);
+  }
+}
+
+void Runner::KeepState(const PcItem& item, bool isSeries) {
+  if (settled_.contains(item.id)) return;
+  disturbed_.insert(item.id);
+  if (item.change == PcChange::New) run_.pc.NotOnPhone(item.id);
+  if (item.change == PcChange::Changed) run_.pc.MarkPending(item.id);
+  // The row of a series was written with its exception's hash, that of an exception rightly.
+  if (item.change == PcChange::Same && isSeries) run_.pc.Sent(SENTCMD_REPL, item.id);
 }
 
 void Runner::AdoptUid(const ItemLink& link) {

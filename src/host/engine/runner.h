@@ -73,6 +73,7 @@ class Runner {
   void DeleteFromPc(const PlanStep& step);
   void AdoptUid(const ItemLink& link);
   void KeepNeighboursState(const std::u16string& id);
+  void KeepState(const PcItem& item, bool isSeries);
   void Forget(const PcItem& item);
   void RequirePcUnchanged(const PcItem& item, const PcText* current) const;
   void RequirePhoneUnchanged(const PhoneItem& item, bool mayBeGone) const;
@@ -99,9 +100,13 @@ class Runner {
   RunSides run_;
   StoreReport& report_;
   ProgressMeter& progress_;
-  // Items that this run has brought in step, and the known items of each series, itself included.
+  // Items that this run has brought in step, and the known ones by the identifier of their series.
   std::unordered_set<std::u16string> settled_;
-  std::unordered_map<std::u16string, std::vector<const PcItem*>> neighbours_;
+  struct Family {
+    const PcItem* series = nullptr;
+    std::vector<const PcItem*> exceptions;
+  };
+  std::unordered_map<std::u16string, Family> families_;
   // Items whose rows this run has touched without bringing them in step.
   std::unordered_set<std::u16string> disturbed_;
 };
