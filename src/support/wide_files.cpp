@@ -10,7 +10,7 @@
 namespace qv {
 
 std::u16string ReadWideFile(std::u16string_view path) {
-  const std::optional<std::string> native = NativePath(path);
+  const std::optional<std::string> native = ToNativePath(path);
   if (!native) return {};
   std::string bytes;
   // What was read before a failure is kept.
@@ -21,7 +21,7 @@ std::u16string ReadWideFile(std::u16string_view path) {
 }
 
 int WriteWideFile(std::u16string_view path, std::u16string_view text) {
-  const std::optional<std::string> native = NativePath(path);
+  const std::optional<std::string> native = ToNativePath(path);
   return native && !Service<Files>::Get().Write(*native, ToUtf16Le(text)) ? 1 : 0;
 }
 

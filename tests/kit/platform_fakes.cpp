@@ -115,7 +115,16 @@ void FailingFiles::Reset() {
 }
 
 bool FailingFiles::IsChange(const Call& call) {
-  return call.verb != Verb::Stat && call.verb != Verb::List && call.verb != Verb::Read;
+  switch (call.verb) {
+    case Verb::Stat:
+    case Verb::List:
+    case Verb::Read:
+    case Verb::StatEntry:
+    case Verb::ListEntries:
+      return false;
+    default:
+      return true;
+  }
 }
 
 std::error_code FailingFiles::Count(Verb verb, const std::string& path) {
@@ -171,6 +180,55 @@ std::error_code FailingFiles::Rename(const std::string& from, const std::string&
 std::error_code FailingFiles::MakeFolder(const std::string& path) {
   if (const std::error_code error = Count(Verb::MakeFolder, path)) return error;
   return real_.MakeFolder(path);
+}
+
+std::error_code FailingFiles::StatEntry(const std::string& path, EntryStat& stat) {
+  if (const std::error_code error = Count(Verb::StatEntry, path)) return error;
+  return real_.StatEntry(path, stat);
+}
+
+std::error_code FailingFiles::ListEntries(const std::string& folder, bool withTimes,
+                                          std::vector<PlainEntry>& entries) {
+  if (const std::error_code error = Count(Verb::ListEntries, folder)) return error;
+  return real_.ListEntries(folder, withTimes, entries);
+}
+
+std::error_code FailingFiles::CreateNew(const std::string& path, std::string_view bytes) {
+  if (const std::error_code error = Count(Verb::CreateNew, path)) return error;
+  return real_.CreateNew(path, bytes);
+}
+
+std::error_code FailingFiles::RenameNew(const std::string& from, const std::string& to) {
+  if (const std::error_code error = Count(Verb::RenameNew, from)) return error;
+  return real_.RenameNew(from, to);
+}
+
+std::error_code FailingFiles::MakeNewFolder(const std::string& path) {
+  if (const std::error_code error = Count(Verb::MakeNewFolder, path)) return error;
+  return real_.MakeNewFolder(path);
+}
+
+std::error_code FailingFiles::RemoveFolder(const std::string& path) {
+  if (const std::error_code error = Count(Verb::RemoveFolder, path)) return error;
+  return real_.RemoveFolder(path);
+}
+
+std::error_code FailingFiles::SetModified(const std::string& path, int64_t seconds) {
+  if (const std::error_code error = Count(Verb::SetModified, path)) return error;
+  return real_.SetModified(path, seconds);
+}
+
+std::error_code FakeRecycleBin::Take(const std::string& path) {
+  asked_.push_back(path);
+  if (error_ != 0) return {error_, std::generic_category()};
+  std::string target = folder_;
+  target.append(path, path.rfind('/'));
+  std::error_code error;
+  if (fs::exists(fs::symlink_status(target, error))) {
+    target.append("~").append(std::to_string(asked_.size()));
+  }
+  fs::rename(path, target, error);
+  return error;
 }
 
 }  // namespace qv::test

@@ -21,6 +21,7 @@
 #include "platform/system/files.h"
 #include "platform/system/identifiers.h"
 #include "platform/system/known_folders.h"
+#include "platform/system/recycle_bin.h"
 #include "platform/system/service.h"
 #include "platform/system/time_zone.h"
 
@@ -140,10 +141,27 @@ class FixedFolders final : public KnownFolders {
 // every n below that with `FailAt(n, ENOSPC)`.
 class FailingFiles final : public Files {
  public:
-  enum class Verb { Stat, List, Read, Write, WriteAtomic, SyncFolder, Remove, Rename, MakeFolder };
+  enum class Verb {
+    Stat,
+    List,
+    Read,
+    Write,
+    WriteAtomic,
+    SyncFolder,
+    Remove,
+    Rename,
+    MakeFolder,
+    StatEntry,
+    ListEntries,
+    CreateNew,
+    RenameNew,
+    MakeNewFolder,
+    RemoveFolder,
+    SetModified
+  };
   struct Call {
     Verb verb;
-    std::string path;  // for Rename the old name
+    std::string path;  // for Rename and RenameNew the old name
   };
   // Which calls are counted and may fail.
   using Filter = std::function<bool(const Call&)>;
@@ -174,6 +192,14 @@ class FailingFiles final : public Files {
   std::error_code Remove(const std::string& path) override;
   std::error_code Rename(const std::string& from, const std::string& to) override;
   std::error_code MakeFolder(const std::string& path) override;
+  std::error_code StatEntry(const std::string& path, EntryStat& stat) override;
+  std::error_code ListEntries(const std::string& folder, bool withTimes,
+                              std::vector<PlainEntry>& entries) override;
+  std::error_code CreateNew(const std::string& path, std::string_view bytes) override;
+  std::error_code RenameNew(const std::string& from, const std::string& to) override;
+  std::error_code MakeNewFolder(const std::string& path) override;
+  std::error_code RemoveFolder(const std::string& path) override;
+  std::error_code SetModified(const std::string& path, int64_t seconds) override;
 
  private:
   std::error_code Count(Verb verb, const std::string& path);
@@ -185,6 +211,24 @@ class FailingFiles final : public Files {
   int error_ = 0;
   bool keepFailing_ = false;
   bool hasFailed_ = false;
+};
+
+// Takes entries into a folder, which must be on the same file system, under their own names; a
+// second one of a name gets "~" behind it.
+class FakeRecycleBin final : public RecycleBin {
+ public:
+  explicit FakeRecycleBin(std::string folder) : folder_(std::move(folder)) {}
+  // From now on, with an errno value; 0 takes again.
+  void Refuse(int error) { error_ = error; }
+  // Every path that was handed over, refused or not.
+  const std::vector<std::string>& asked() const { return asked_; }
+
+  std::error_code Take(const std::string& path) override;
+
+ private:
+  std::string folder_;
+  std::vector<std::string> asked_;
+  int error_ = 0;
 };
 
 }  // namespace qv::test

@@ -2,9 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 
 #include "kit/platform_fakes.h"
@@ -159,6 +162,134 @@ TEST(Files, FoldersAndNames) {
   EXPECT_TRUE(Disk().Remove(folder.File("a")));
 }
 
+std::string Listed(const PlainEntry& entry) {
+  constexpr const char* kMarks[] = {"", "/", "?"};
+  return entry.name + kMarks[static_cast<size_t>(entry.kind)];
+}
+
+TEST(Files, EntriesAreListedAsTheyStand) {
+  TempFolder folder;
+  folder.Put("a.url", "12345");
+  folder.Put("sub/deeper", "");
+  folder.Put("bad\xFFname", "");
+  fs::create_symlink("a.url", folder.File("link"));
+  fs::create_symlink("sub", folder.File("way"));
+  fs::create_symlink("nowhere", folder.File("broken"));
+  ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
+  ASSERT_FALSE(Disk().SetModified(folder.File("a.url"), 1'000'000'000));
+  for (const bool withTimes : {false, true}) {
+    std::vector<PlainEntry> entries{{"poison"}};
+    EXPECT_FALSE(Disk().ListEntries(folder.path(), withTimes, entries));
+    std::vector<std::string> found;
+    for (const PlainEntry& entry : entries) {
+      found.push_back(Listed(entry));
+      if (withTimes && entry.name == "a.url") {
+        EXPECT_EQ(entry.modifiedNs, 1'000'000'000'000'000'000);
+      }
+    }
+    EXPECT_THAT(found, testing::UnorderedElementsAre("a.url", "sub/", "bad\xFFname", "link?",
+                                                     "way?", "broken?", "pipe?"));
+    EXPECT_FALSE(Disk().ListEntries(folder.File("way"), withTimes, entries));
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(Listed(entries[0]), "deeper");
+    EXPECT_EQ(Disk().ListEntries(folder.File("missing"), withTimes, entries).value(), ENOENT);
+    EXPECT_TRUE(entries.empty());
+  }
+}
+
+TEST(Files, EntryTimesAreThoseOfTheEntry) {
+  TempFolder folder;
+  const std::string path = folder.Put("file", "12345");
+  fs::create_symlink("file", folder.File("link"));
+  EntryStat before;
+  ASSERT_FALSE(Disk().StatEntry(path, before));
+  ASSERT_FALSE(Disk().SetModified(path, -2));
+  EntryStat stat;
+  ASSERT_FALSE(Disk().StatEntry(path, stat));
+  EXPECT_EQ(stat.kind, EntryKind::File);
+  EXPECT_EQ(stat.size, 5u);
+  EXPECT_EQ(stat.modifiedNs, -2'000'000'000);
+  EXPECT_EQ(stat.accessedNs, before.accessedNs);
+  // Either the true time, or the time of last write in place of one that is not known.
+  EXPECT_TRUE(stat.createdNs == before.createdNs || stat.createdNs == stat.modifiedNs);
+  ASSERT_FALSE(Disk().SetModified(folder.File("link"), 1'500'000'000));
+  ASSERT_FALSE(Disk().StatEntry(folder.File("link"), stat));
+  EXPECT_EQ(stat.kind, EntryKind::Other);
+  EXPECT_EQ(stat.modifiedNs, 1'500'000'000'000'000'000);
+  ASSERT_FALSE(Disk().StatEntry(path, stat));
+  EXPECT_EQ(stat.modifiedNs, -2'000'000'000);
+  ASSERT_FALSE(Disk().StatEntry(folder.path(), stat));
+  EXPECT_EQ(stat.kind, EntryKind::Folder);
+  EXPECT_EQ(Disk().StatEntry(folder.File("missing"), stat).value(), ENOENT);
+  EXPECT_EQ(Disk().SetModified(folder.File("missing"), 1).value(), ENOENT);
+}
+
+TEST(Files, ATimeFarOffIsTheFarthestThereIs) {
+  TempFolder folder;
+  const std::string path = folder.Put("file", "");
+  // The file system may have a limit of its own.
+  if (Disk().SetModified(path, int64_t{1} << 40)) GTEST_SKIP();
+  EntryStat stat;
+  ASSERT_FALSE(Disk().StatEntry(path, stat));
+  EXPECT_GT(stat.modifiedNs, int64_t{4'000'000'000'000'000'000});
+}
+
+TEST(Files, NothingIsReplaced) {
+  TempFolder folder;
+  folder.Put("file", "old");
+  folder.Put("other", "other");
+  fs::create_directory(folder.File("empty"));
+  fs::create_symlink("nowhere", folder.File("broken"));
+  for (const char* taken : {"file", "empty", "broken"}) {
+    const std::string path = folder.File(taken);
+    EXPECT_EQ(Disk().CreateNew(path, "new").value(), EEXIST) << taken;
+    EXPECT_EQ(Disk().MakeNewFolder(path).value(), EEXIST) << taken;
+    EXPECT_EQ(Disk().RenameNew(folder.File("other"), path).value(), EEXIST) << taken;
+  }
+  fs::create_directory(folder.File("second"));
+  EXPECT_EQ(Disk().RenameNew(folder.File("second"), folder.File("empty")).value(), EEXIST);
+  // Two names of one file are two entries.
+  fs::create_hard_link(folder.File("other"), folder.File("OTHER"));
+  EXPECT_EQ(Disk().RenameNew(folder.File("other"), folder.File("OTHER")).value(), EEXIST);
+  EXPECT_THAT(folder.Names(), testing::ElementsAre("OTHER", "file", "other"));
+  EXPECT_EQ(folder.Get("file"), "old");
+
+  EXPECT_FALSE(Disk().CreateNew(folder.File("new"), "bytes"));
+  EXPECT_EQ(folder.Get("new"), "bytes");
+  EXPECT_FALSE(Disk().RenameNew(folder.File("broken"), folder.File("moved")));
+  EXPECT_TRUE(fs::is_symlink(folder.File("moved")));
+  EXPECT_EQ(Disk().RenameNew(folder.File("second"), folder.File("second/in")).value(), EINVAL);
+  EXPECT_FALSE(Disk().RenameNew(folder.File("second"), folder.File("SECOND")));
+  EXPECT_EQ(Disk().RenameNew(folder.File("second"), folder.File("any")).value(), ENOENT);
+}
+
+TEST(Files, OneFolderAtATime) {
+  TempFolder folder;
+  EXPECT_EQ(Disk().MakeNewFolder(folder.File("a/b")).value(), ENOENT);
+  EXPECT_FALSE(Disk().MakeNewFolder(folder.File("a")));
+  EXPECT_FALSE(Disk().MakeNewFolder(folder.File("a/b")));
+  fs::create_symlink("a/b", folder.File("link"));
+  EXPECT_EQ(Disk().RemoveFolder(folder.File("a")).value(), ENOTEMPTY);
+  EXPECT_EQ(Disk().RemoveFolder(folder.File("link")).value(), ENOTDIR);
+  EXPECT_FALSE(Disk().RemoveFolder(folder.File("a/b")));
+  EXPECT_EQ(Disk().RemoveFolder(folder.File("a/b")).value(), ENOENT);
+}
+
+// In a process of its own, whose files may not grow.
+int CreateBeyondTheLimit(const std::string& path) {
+  signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{1000, 1000};
+  if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return -1;
+  return Disk().CreateNew(path, std::string(5000, 'x')).value();
+}
+
+TEST(FilesDeathTest, WhatCannotBeWrittenWholeIsTakenAway) {
+  TempFolder folder;
+  const std::string path = folder.File("file");
+  EXPECT_EXIT(_exit(CreateBeyondTheLimit(path)), testing::ExitedWithCode(EFBIG), "");
+  EXPECT_FALSE(fs::exists(path));
+}
+
 TEST(NativePath, TurnsTheModulesForm) {
   const struct {
     std::u16string_view path;
@@ -166,7 +297,6 @@ TEST(NativePath, TurnsTheModulesForm) {
   } cases[] = {
       {u"C:\\Users\\me\\a.url", "/Users/me/a.url"},
       {u"\\folder\\ü.vcf", "/folder/ü.vcf"},
-      {u"/already/native", "/already/native"},
       {u"d:name", "name"},
       {u"C:", ""},
       {u"", ""},
@@ -175,11 +305,19 @@ TEST(NativePath, TurnsTheModulesForm) {
       {std::u16string_view(u"a\0b", 3), std::nullopt},
       {u"a\xD800", std::nullopt},
   };
-  for (const char16_t refused : std::u16string_view(u":*?\"<>|")) {
-    EXPECT_FALSE(NativePath(std::u16string{u'n', u'n', refused})) << static_cast<int>(refused);
+  for (const char16_t refused : std::u16string_view(u"/:*?\"<>|\n\x1F")) {
+    EXPECT_FALSE(ToNativePath(std::u16string{u'n', u'n', refused})) << static_cast<int>(refused);
   }
   for (const auto& [path, native] : cases) {
-    EXPECT_EQ(NativePath(path), native) << testing::PrintToString(path);
+    EXPECT_EQ(ToNativePath(path), native) << testing::PrintToString(path);
+  }
+}
+
+TEST(NativePath, TurnsBack) {
+  EXPECT_EQ(FromNativePath("/home/ü/a b.url"), u"\\home\\ü\\a b.url");
+  EXPECT_EQ(FromNativePath(""), u"");
+  for (const char* refused : {"a\\b", "c:", "a?", "a\x01", "a\xFF", "\xED\xA0\x80"}) {
+    EXPECT_EQ(FromNativePath(refused), std::nullopt) << refused;
   }
 }
 

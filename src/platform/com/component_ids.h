@@ -49,6 +49,8 @@ inline constexpr IID IID_IModuleSettings = "{D6BC37D5-3C6A-4EBA-8191-40C0114554D
 inline constexpr IID IID_IConverter = "{3089DE10-8D86-41ED-AF6E-9133D63EBFB6}"_guid;
 inline constexpr IID IID_IItemAccess = "{18B21FFB-D625-4AEC-AA66-961426DAF479}"_guid;
 inline constexpr IID IID_ICalendarAccess = "{A3318A2F-5A70-4286-851B-7DFF6F56333D}"_guid;
+inline constexpr IID IID_IBookmarkAccess = "{B86F8B34-DEF2-4710-8FBA-D1AECC64C401}"_guid;
+inline constexpr IID IID_IFolderAccess = "{DC9D9678-EC7A-4C44-82C7-4693F4875D7B}"_guid;
 inline constexpr IID IID_INoteAccess = "{83724D95-6745-4A48-86FD-72C8BB41C784}"_guid;
 
 }  // namespace qv

@@ -25,6 +25,24 @@ struct FolderEntry {
   FileInfo info;
 };
 
+// What stands under a name itself, links not followed. Other: links, pipes and the like.
+enum class EntryKind : uint8_t { File, Folder, Other };
+
+struct EntryStat {
+  EntryKind kind = EntryKind::File;
+  uint64_t size = 0;
+  int64_t createdNs = 0;  // since 1970, in nanoseconds; where it is not known the earlier of the
+                          // times of last write and last change
+  int64_t modifiedNs = 0;
+  int64_t accessedNs = 0;
+};
+
+struct PlainEntry {
+  std::string name;
+  EntryKind kind = EntryKind::File;
+  int64_t modifiedNs = 0;  // where it was asked for
+};
+
 class Files {
  public:
   virtual ~Files() = default;
@@ -51,12 +69,33 @@ class Files {
   // With every missing folder above it. An existing folder is no failure.
   virtual std::error_code MakeFolder(const std::string& path) = 0;
 
+  // The operations below follow no link in the last part of a path, and replace nothing.
+
+  virtual std::error_code StatEntry(const std::string& path, EntryStat& stat) = 0;
+  // Everything directly below but "." and "..", unordered. Without `withTimes` no entry is looked
+  // at where the folder itself tells its kind. An entry that goes away meanwhile is left out. On
+  // failure there are no entries.
+  virtual std::error_code ListEntries(const std::string& folder, bool withTimes,
+                                      std::vector<PlainEntry>& entries) = 0;
+  // A new file, never in the place of anything. What could not be written whole is taken away.
+  virtual std::error_code CreateNew(const std::string& path, std::string_view bytes) = 0;
+  // std::errc::file_exists where the new name is taken, also by an empty folder.
+  virtual std::error_code RenameNew(const std::string& from, const std::string& to) = 0;
+  // One folder, not those above it. std::errc::file_exists where the name is taken.
+  virtual std::error_code MakeNewFolder(const std::string& path) = 0;
+  // An empty folder.
+  virtual std::error_code RemoveFolder(const std::string& path) = 0;
+  // Seconds since 1970, UTC; the other times stay.
+  virtual std::error_code SetModified(const std::string& path, int64_t seconds) = 0;
+
   static Files& Default();
 };
 
 // The native path of a path in the module's form: "\" becomes "/", a leading drive ("C:") is
-// dropped. Nothing for a path that holds : * ? " < > | or a NUL, or a lone surrogate, under which
-// two names would become one.
-std::optional<std::string> NativePath(std::u16string_view path);
+// dropped. Nothing for a path that holds / : * ? " < > |, a character below 32, or a lone
+// surrogate, under which two names would become one.
+std::optional<std::string> ToNativePath(std::u16string_view path);
+// The way back, without a drive. Nothing for a path that the module's form cannot name.
+std::optional<std::u16string> FromNativePath(std::string_view path);
 
 }  // namespace qv

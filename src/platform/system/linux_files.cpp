@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -17,6 +18,7 @@ namespace qv {
 namespace {
 
 constexpr size_t kNameLimit = 255;  // bytes in one name, on every Linux file system
+constexpr int kCreateNew = O_WRONLY | O_CREAT | O_EXCL;
 
 std::error_code LastError() {
   return {errno, std::generic_category()};
@@ -41,13 +43,25 @@ UniqueFd Open(const std::string& path, int flags, mode_t mode = 0) {
   return UniqueFd(Retry([&] { return open(path.c_str(), flags | O_CLOEXEC, mode); }));
 }
 
+// The nearest there is for a time too far off, which some file systems can hold.
+template <class Time>
+int64_t Nanoseconds(const Time& time) {
+  constexpr int64_t kLimit = std::numeric_limits<int64_t>::max() / 1'000'000'000 - 1;
+  const int64_t seconds = std::clamp<int64_t>(time.tv_sec, -kLimit, kLimit);
+  return seconds * 1'000'000'000 + static_cast<int64_t>(time.tv_nsec);
+}
+
 FileInfo InfoOf(const struct stat& data) {
   FileInfo info;
   info.size = static_cast<uint64_t>(data.st_size);
-  info.modifiedNs =
-      static_cast<int64_t>(data.st_mtim.tv_sec) * 1'000'000'000 + data.st_mtim.tv_nsec;
+  info.modifiedNs = Nanoseconds(data.st_mtim);
   info.isFolder = S_ISDIR(data.st_mode);
   return info;
+}
+
+EntryKind KindOf(mode_t mode) {
+  if (S_ISREG(mode)) return EntryKind::File;
+  return S_ISDIR(mode) ? EntryKind::Folder : EntryKind::Other;
 }
 
 std::error_code WriteAll(int fd, std::string_view bytes) {
@@ -103,11 +117,72 @@ std::string BehindLink(const std::string& path) {
 }
 
 // A file of our own making: what a killed run left under the name goes away first.
-UniqueFd CreateNew(const std::string& path, mode_t mode) {
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL;
-  UniqueFd fd = Open(path, kFlags, mode);
-  if (!fd.IsOpen() && errno == EEXIST && unlink(path.c_str()) == 0) fd = Open(path, kFlags, mode);
+UniqueFd CreateTemporary(const std::string& path, mode_t mode) {
+  UniqueFd fd = Open(path, kCreateNew, mode);
+  if (!fd.IsOpen() && errno == EEXIST && unlink(path.c_str()) == 0) {
+    fd = Open(path, kCreateNew, mode);
+  }
   return fd;
+}
+
+// Calls `add(folderFd, entry)` for all but "." and ".." until it tells of an error.
+template <class Add>
+std::error_code EachEntry(const std::string& folder, Add add) {
+  UniqueFd fd = Open(folder, O_RDONLY | O_DIRECTORY);
+  if (!fd.IsOpen()) return LastError();
+  const std::unique_ptr<DIR, CloseFolder> handle(fdopendir(fd.get()));
+  if (handle == nullptr) return LastError();
+  const int folderFd = fd.Detach();  // the handle owns it now
+  while (true) {
+    errno = 0;
+    const dirent* entry = readdir(handle.get());
+    if (entry == nullptr) return errno == 0 ? std::error_code() : LastError();
+    const std::string_view name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    if (const std::error_code error = add(folderFd, *entry)) return error;
+  }
+}
+
+std::error_code AddInfo(int folderFd, const char* name, std::vector<FolderEntry>& entries) {
+  struct stat data;
+  if (fstatat(folderFd, name, &data, 0) != 0) {
+    const std::error_code error = LastError();
+    // Gone meanwhile, or a link that leads nowhere; anything else would be a listing with holes.
+    if (error == std::errc::no_such_file_or_directory) return {};
+    if (fstatat(folderFd, name, &data, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(data.st_mode)) {
+      return {};
+    }
+    return error;
+  }
+  if (S_ISREG(data.st_mode) || S_ISDIR(data.st_mode)) entries.push_back({name, InfoOf(data)});
+  return {};
+}
+
+std::error_code AddPlain(int folderFd, const dirent& entry, bool withTimes,
+                         std::vector<PlainEntry>& entries) {
+  if (!withTimes && entry.d_type != DT_UNKNOWN) {
+    entries.push_back({entry.d_name, KindOf(static_cast<mode_t>(DTTOIF(entry.d_type))), 0});
+    return {};
+  }
+  struct stat data;
+  if (fstatat(folderFd, entry.d_name, &data, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno == ENOENT ? std::error_code() : LastError();
+  }
+  entries.push_back({entry.d_name, KindOf(data.st_mode), Nanoseconds(data.st_mtim)});
+  return {};
+}
+
+std::string_view LastPart(std::string_view path) {
+  return path.substr(path.rfind('/') + 1);
+}
+
+// Whether two names lead to one entry that is no pair of hard links: a file system that takes no
+// account of letter case.
+bool AreSpellingsOfOne(const std::string& from, const std::string& to, const struct stat& taken) {
+  struct stat old;
+  return LastPart(from) != LastPart(to) && lstat(from.c_str(), &old) == 0 &&
+         old.st_dev == taken.st_dev && old.st_ino == taken.st_ino &&
+         (S_ISDIR(taken.st_mode) || taken.st_nlink == 1);
 }
 
 class LinuxFiles final : public Files {
@@ -121,23 +196,10 @@ class LinuxFiles final : public Files {
 
   std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) override {
     entries.clear();
-    UniqueFd fd = Open(folder, O_RDONLY | O_DIRECTORY);
-    if (!fd.IsOpen()) return LastError();
-    const std::unique_ptr<DIR, CloseFolder> handle(fdopendir(fd.get()));
-    if (handle == nullptr) return LastError();
-    const int folderFd = fd.Detach();  // the handle owns it now
-    while (true) {
-      errno = 0;
-      const dirent* entry = readdir(handle.get());
-      if (entry == nullptr) break;
-      if (const std::error_code error = AddEntry(folderFd, entry->d_name, entries)) {
-        entries.clear();
-        return error;
-      }
-    }
-    if (errno == 0) return {};
-    const std::error_code error = LastError();
-    entries.clear();
+    const std::error_code error = EachEntry(folder, [&](int folderFd, const dirent& entry) {
+      return AddInfo(folderFd, entry.d_name, entries);
+    });
+    if (error) entries.clear();
     return error;
   }
 
@@ -172,7 +234,7 @@ class LinuxFiles final : public Files {
     const bool isReplacing = stat(target.c_str(), &old) == 0;
     const mode_t mode = isReplacing ? old.st_mode & 0777 : 0666;
     const std::string temporary = TemporaryName(target);
-    UniqueFd fd = CreateNew(temporary, mode);
+    UniqueFd fd = CreateTemporary(temporary, mode);
     if (!fd.IsOpen()) return LastError();
     // The process mask may have taken bits away. A file system without bits refuses: no matter.
     if (isReplacing) static_cast<void>(fchmod(fd.get(), mode));
@@ -207,22 +269,70 @@ class LinuxFiles final : public Files {
     return error;
   }
 
- private:
-  static std::error_code AddEntry(int folderFd, const char* name,
-                                  std::vector<FolderEntry>& entries) {
-    if (std::string_view(name) == "." || std::string_view(name) == "..") return {};
-    struct stat data;
-    if (fstatat(folderFd, name, &data, 0) != 0) {
-      const std::error_code error = LastError();
-      // Gone meanwhile, or a link that leads nowhere; anything else would be a listing with holes.
-      if (error == std::errc::no_such_file_or_directory) return {};
-      if (fstatat(folderFd, name, &data, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(data.st_mode)) {
-        return {};
-      }
-      return error;
+  std::error_code StatEntry(const std::string& path, EntryStat& stat) override {
+    struct statx data;
+    if (statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
+              &data) != 0) {
+      return LastError();
     }
-    if (S_ISREG(data.st_mode) || S_ISDIR(data.st_mode)) entries.push_back({name, InfoOf(data)});
+    stat.kind = KindOf(data.stx_mode);
+    stat.size = data.stx_size;
+    stat.modifiedNs = Nanoseconds(data.stx_mtime);
+    stat.accessedNs = Nanoseconds(data.stx_atime);
+    stat.createdNs = (data.stx_mask & STATX_BTIME) != 0
+                         ? Nanoseconds(data.stx_btime)
+                         : std::min(stat.modifiedNs, Nanoseconds(data.stx_ctime));
     return {};
+  }
+
+  std::error_code ListEntries(const std::string& folder, bool withTimes,
+                              std::vector<PlainEntry>& entries) override {
+    entries.clear();
+    const std::error_code error = EachEntry(folder, [&](int folderFd, const dirent& entry) {
+      return AddPlain(folderFd, entry, withTimes, entries);
+    });
+    if (error) entries.clear();
+    return error;
+  }
+
+  std::error_code CreateNew(const std::string& path, std::string_view bytes) override {
+    UniqueFd fd = Open(path, kCreateNew, 0666);
+    if (!fd.IsOpen()) return LastError();
+    std::error_code error = WriteAll(fd.get(), bytes);
+    const std::error_code closeError = Close(std::move(fd));
+    if (!error) error = closeError;
+    if (error) unlink(path.c_str());
+    return error;
+  }
+
+  std::error_code RenameNew(const std::string& from, const std::string& to) override {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+    const int refusal = errno;
+    // EINVAL, ENOSYS: a kernel or file system without the flag.
+    if (refusal != EEXIST && refusal != EINVAL && refusal != ENOSYS) return LastError();
+    struct stat taken;
+    if (lstat(to.c_str(), &taken) == 0) {
+      if (!AreSpellingsOfOne(from, to, taken)) return Error(std::errc::file_exists);
+    } else if (errno != ENOENT) {
+      return LastError();
+    } else if (refusal == EEXIST) {  // gone meanwhile, and perhaps back by now
+      return Error(std::errc::file_exists);
+    }
+    return Rename(from, to);
+  }
+
+  std::error_code MakeNewFolder(const std::string& path) override {
+    return mkdir(path.c_str(), 0777) == 0 ? std::error_code() : LastError();
+  }
+
+  std::error_code RemoveFolder(const std::string& path) override {
+    return rmdir(path.c_str()) == 0 ? std::error_code() : LastError();
+  }
+
+  std::error_code SetModified(const std::string& path, int64_t seconds) override {
+    const timespec times[2] = {{0, UTIME_OMIT}, {seconds, 0}};
+    const int result = utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW);
+    return result == 0 ? std::error_code() : LastError();
   }
 };
 

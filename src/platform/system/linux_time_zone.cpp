@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/system/files.h"
+#include "platform/system/service.h"
 #include "platform/system/time_zone.h"
 #include "platform/system/zone_file.h"
 
@@ -88,6 +89,8 @@ class LinuxTimeZone final : public TimeZone {
 };
 
 }  // namespace
+
+HeldTimeZone::HeldTimeZone() : record_(Service<TimeZone>::Get().GetTimeZoneInformation()) {}
 
 TimeZone& TimeZone::Default() {
   static LinuxTimeZone zone;

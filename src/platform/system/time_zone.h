@@ -32,6 +32,17 @@ class TimeZone {
   static TimeZone& Default();
 };
 
+// The record that held when it was made: for a loop over many dates, which then all go by one look
+// at the zone. Put it in place with ScopedService.
+class HeldTimeZone final : public TimeZone {
+ public:
+  HeldTimeZone();
+  TimeZoneRecord GetTimeZoneInformation() override { return record_; }
+
+ private:
+  TimeZoneRecord record_;
+};
+
 // The record of a POSIX TZ rule, "CET-1CEST,M3.5.0,M10.5.0/3". Daylight dates of the forms Jn and n
 // cannot be said in a record: such a zone, and one whose dates cannot be read, has no daylight
 // time; a rule that cannot be read from the start is UTC. A transition before or after its own day

@@ -1,0 +1,45 @@
+// Internet shortcuts: `.url` files.
+//
+//   [InternetShortcut]
+//   URL=http://example.org/
+//
+// The URL stands in the ANSI code page behind the first "URL=" that follows the first
+// "[InternetShortcut]", up to the line end. Everything else in a file belongs to whoever wrote it.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/system/file_system.h"
+
+namespace qv {
+
+// A stretch of the file's bytes.
+struct UrlRange {
+  size_t begin = 0;
+  size_t length = 0;
+};
+// Nothing for bytes without the section, or without a URL line behind it. Linear.
+std::optional<UrlRange> FindUrlRange(std::string_view bytes);
+
+// A whole new file with this URL and nothing else.
+std::string ShortcutBytes(std::u16string_view url);
+// The URL of a file's bytes; empty for none.
+std::u16string ShortcutUrl(std::string_view bytes);
+
+// One file on its way from and to the disk. `SetURL` replaces the URL's stretch and keeps every
+// other byte; where there is none it appends section and URL.
+class InternetShortcut {
+ public:
+  SystemError Load(std::u16string_view path);
+  // The text as it is given. `flags` is accepted and not acted on.
+  void SetURL(std::u16string_view url, uint32_t flags);
+  SystemError Save(std::u16string_view path) const;
+
+ private:
+  std::string bytes_;
+};
+
+}  // namespace qv
