@@ -46,4 +46,20 @@ struct IVNoteConverter : IConverter {
   ~IVNoteConverter() = default;
 };
 
+struct IBookmarkConverter : IConverter {
+  static constexpr IID kIid = IID_IBookmarkConverter;
+  using Parent = IConverter;
+
+ protected:
+  ~IBookmarkConverter() = default;
+};
+
+struct IFolderConverter : IConverter {
+  static constexpr IID kIid = IID_IFolderConverter;
+  using Parent = IConverter;
+
+ protected:
+  ~IFolderConverter() = default;
+};
+
 }  // namespace qv

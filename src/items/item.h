@@ -27,15 +27,17 @@ struct HiddenLabel {
   friend bool operator==(const HiddenLabel&, const HiddenLabel&) = default;
 };
 
-// Dates are automation dates; 0.0 means none. Times of contacts are UTC.
+// Dates are automation dates; 0.0 means none. Those of bookmarks and folders are local wall-clock
+// time, those of all other items UTC.
 struct ItemFields {
-  std::u16string sourceUid;           // the PC side's identifier
-  std::u16string parentUid;           // and its parent
-  DATE modified = 0.0;                // local modification time
-  std::u16string objUid;              // the identifier inside the text
-  DATE objModified = 0.0;             // the modification time inside the text
-  std::u16string keyFields;           // key text for duplicate detection
-  std::u16string md5;                 // content hash of the PC side
+  std::u16string sourceUid;  // the PC side's identifier
+  std::u16string parentUid;  // and its parent
+  DATE modified = 0.0;       // local modification time
+  std::u16string objUid;     // the identifier inside the text
+  DATE objModified = 0.0;    // the modification time inside the text
+  std::u16string keyFields;  // key text for duplicate detection
+  std::u16string md5;        // content hash of the PC side
+  bool isFolder = false;
   std::vector<ExtraProperty> extras;  // in text order
 };
 

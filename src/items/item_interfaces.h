@@ -27,6 +27,8 @@ struct IItemCommon : IDispatch {
   virtual HRESULT put_KeyFields(BSTR value) noexcept = 0;
   virtual HRESULT get_Md5(BSTR* value) noexcept = 0;
   virtual HRESULT put_Md5(BSTR value) noexcept = 0;
+  virtual HRESULT get_IsFolder(BOOL* value) noexcept = 0;
+  virtual HRESULT put_IsFolder(BOOL value) noexcept = 0;
   // Drops what the item carries but the PC side cannot hold: extras and hidden labels.
   virtual HRESULT DropSideData() noexcept = 0;
 
@@ -203,6 +205,38 @@ struct INoteItem : IDispatch {
   ~INoteItem() = default;
 };
 
+// A shortcut to a page. Its title is the name of its file.
+struct IBookmarkItem : IDispatch {
+  static constexpr IID kIid = IID_IBookmarkItem;
+  virtual HRESULT GetURL(BSTR* value) noexcept = 0;
+  virtual HRESULT SetURL(BSTR value) noexcept = 0;
+  virtual HRESULT GetTitle(BSTR* value) noexcept = 0;
+  virtual HRESULT SetTitle(BSTR value) noexcept = 0;
+  // What the item cannot hold.
+  virtual HRESULT ExtraPropertyCount(int32_t* count) noexcept = 0;
+  virtual HRESULT GetExtraProperty(int32_t index, BSTR* name, BSTR* value) noexcept = 0;
+  virtual HRESULT AddExtraProperty(BSTR name, BSTR value) noexcept = 0;
+
+ protected:
+  ~IBookmarkItem() = default;
+};
+
+// A folder of a tree. Times are local wall-clock time; 0.0 for none.
+struct IFolderItem : IDispatch {
+  static constexpr IID kIid = IID_IFolderItem;
+  virtual HRESULT GetName(BSTR* value) noexcept = 0;
+  virtual HRESULT SetName(BSTR value) noexcept = 0;
+  virtual HRESULT GetCreated(DATE* value) noexcept = 0;
+  virtual HRESULT SetCreated(DATE value) noexcept = 0;
+  virtual HRESULT GetModified(DATE* value) noexcept = 0;
+  virtual HRESULT SetModified(DATE value) noexcept = 0;
+  virtual HRESULT GetAccessed(DATE* value) noexcept = 0;
+  virtual HRESULT SetAccessed(DATE value) noexcept = 0;
+
+ protected:
+  ~IFolderItem() = default;
+};
+
 // The module's own way from an item object to its values: no text is copied. The results live as
 // long as the object.
 struct ItemFields;
@@ -242,6 +276,26 @@ struct INoteAccess : IItemAccess {
 
  protected:
   ~INoteAccess() = default;
+};
+
+struct Bookmark;
+struct IBookmarkAccess : IItemAccess {
+  static constexpr IID kIid = IID_IBookmarkAccess;
+  using Parent = IItemAccess;
+  virtual Bookmark& bookmark() noexcept = 0;
+
+ protected:
+  ~IBookmarkAccess() = default;
+};
+
+struct Folder;
+struct IFolderAccess : IItemAccess {
+  static constexpr IID kIid = IID_IFolderAccess;
+  using Parent = IItemAccess;
+  virtual Folder& folder() noexcept = 0;
+
+ protected:
+  ~IFolderAccess() = default;
 };
 
 // The `cdata` of the stores: a text as narrow bytes. The bytes are whatever the text's own charset

@@ -35,6 +35,12 @@ class ItemObject : public ComObject<IItemCommon, Interface, Access> {
   HRESULT put_KeyFields(BSTR value) noexcept final { return PutText(fields().keyFields, value); }
   HRESULT get_Md5(BSTR* value) noexcept final { return GetText(fields().md5, value); }
   HRESULT put_Md5(BSTR value) noexcept final { return PutText(fields().md5, value); }
+  HRESULT get_IsFolder(BOOL* value) noexcept final {
+    return GetValue(ToBool(fields().isFolder), value);
+  }
+  HRESULT put_IsFolder(BOOL value) noexcept final {
+    return PutValue(fields().isFolder, value != kFalse);
+  }
 
   HRESULT DropSideData() noexcept override {
     fields().extras.clear();

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "items/bookmark.h"
 #include "items/calendar.h"
 #include "items/contact.h"
 #include "items/item_interfaces.h"
@@ -16,10 +17,14 @@ namespace qv {
 ComPtr<IItemCommon> MakeContactItem(Contact contact);
 ComPtr<IItemCommon> MakeCalendarItem(Calendar calendar);
 ComPtr<IItemCommon> MakeNoteItem(Note note);
+ComPtr<IItemCommon> MakeBookmarkItem(Bookmark bookmark);
+ComPtr<IItemCommon> MakeFolderItem(Folder folder);
 // The values of an item object, or null when it is none of this kind and module.
 Contact* ContactOf(IUnknown* item);
 Calendar* CalendarOf(IUnknown* item);
 Note* NoteOf(IUnknown* item);
+Bookmark* BookmarkOf(IUnknown* item);
+Folder* FolderOf(IUnknown* item);
 // The common fields of any item object of this module; null for a foreign one.
 ItemFields* FieldsOf(IUnknown* item);
 

@@ -122,6 +122,10 @@ std::optional<DATE> WithoutOffset(const DateTimeValue& date, int offset) {
   return exact.value;
 }
 
+DATE DateOrNone(const DateTimeValue& date) {
+  return date.IsDate() ? date.value : 0.0;
+}
+
 }  // namespace
 
 std::optional<DATE> ParseDay(std::string_view text) {
@@ -150,6 +154,14 @@ std::optional<DATE> ParseMoment(std::string_view text) {
   const std::optional<Stamp> stamp = ParseStamp(text);
   if (!stamp) return std::nullopt;
   return stamp->date;
+}
+
+DATE LocalFromUtc(DATE date) {
+  return DateOrNone(UtcToLocal(date, true));
+}
+
+DATE UtcFromLocal(DATE date) {
+  return DateOrNone(LocalToUtc(date, true));
 }
 
 std::string DayText(DATE date) {

@@ -31,6 +31,11 @@ std::optional<int64_t> ParseDuration(std::string_view text);
 // The same moment, so much later; equal moments are equal numbers. 0.0 for one out of range.
 DATE Later(DATE date, int64_t seconds);
 
+// A moment in UTC as local wall-clock time by the present zone's rules, and back. 0.0 for none, and
+// for one that leaves the years of dates.
+DATE LocalFromUtc(DATE date);
+DATE UtcFromLocal(DATE date);
+
 // "YYYYMMDD" and "YYYYMMDDThhmmssZ"; empty for a date that is none.
 std::string DayText(DATE date);
 std::string MomentText(DATE date);
