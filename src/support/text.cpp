@@ -118,11 +118,20 @@ bool IsDotName(std::u16string_view name) {
   return name == u"." || name == u"..";
 }
 
-void SanitizeFileName(std::u16string& name) {
-  constexpr std::u16string_view kIllegal = u"\\/:*?\"<>|";
+bool HasExactTail(std::u16string_view name, std::u16string_view tail) {
+  const auto sameLetter = [](char16_t a, char16_t b) { return Folded(a) == Folded(b); };
+  const auto found = std::search(name.begin(), name.end(), tail.begin(), tail.end(), sameLetter);
+  return found != name.end() && name.end() - found == std::ssize(tail);
+}
+
+void ReplaceCharacters(std::u16string& name, std::u16string_view characters) {
   std::replace_if(
-      name.begin(), name.end(), [&](char16_t c) { return kIllegal.find(c) != kIllegal.npos; },
+      name.begin(), name.end(), [&](char16_t c) { return characters.find(c) != characters.npos; },
       u'+');
+}
+
+void SanitizeFileName(std::u16string& name) {
+  ReplaceCharacters(name, u"\\/:*?\"<>|");
 }
 
 }  // namespace qv

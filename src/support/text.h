@@ -36,6 +36,11 @@ std::u16string FromUtf16Le(std::string_view bytes);
 
 // "." and "..", which every folder walk passes over.
 bool IsDotName(std::u16string_view name);
+// Is the text from the first occurrence of `tail` on, letter case aside, `tail` alone? So ".url" is
+// the tail of "A.URL", and neither of "a.url.txt" nor of "a.url.url".
+bool HasExactTail(std::u16string_view name, std::u16string_view tail);
+// Puts "+" for each of these characters.
+void ReplaceCharacters(std::u16string& name, std::u16string_view characters);
 // Puts "+" for each \ / : * ? " < > | in turn; nothing else is touched.
 void SanitizeFileName(std::u16string& name);
 

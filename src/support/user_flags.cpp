@@ -12,7 +12,6 @@ namespace {
 // Persisted contract.
 constexpr std::string_view kStopValue = "SyncStop";
 constexpr std::string_view kExportEmptyValue = "ExportEmpty";
-constexpr std::string_view kHierarchyValue = "SupportBookmarkHier";
 
 bool IsOn(std::string_view key, std::string_view value) {
   return Service<Registry>::Get().ReadNumber(key, value) == 1u;
@@ -30,8 +29,12 @@ int SetExportEmpty(uint32_t value) {
   return Service<Registry>::Get().WriteNumber(kSyncKey, kExportEmptyValue, value) ? 1 : 0;
 }
 
+std::string DeviceKey(uint32_t deviceNumber) {
+  return std::string(kDeviceKey).append("\\").append(std::to_string(deviceNumber));
+}
+
 bool IsBookmarkHierSupported(uint32_t deviceNumber) {
-  return IsOn(std::string(kDeviceKey) + '\\' + std::to_string(deviceNumber), kHierarchyValue);
+  return IsOn(DeviceKey(deviceNumber), kHierarchyValue);
 }
 
 }  // namespace qv

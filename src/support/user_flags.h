@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace qv {
@@ -11,6 +12,9 @@ namespace qv {
 // Persisted contract.
 inline constexpr std::string_view kSyncKey = R"(SOFTWARE\Quovia\Quovia Deskhub\1.0\Sync)";
 inline constexpr std::string_view kDeviceKey = R"(SOFTWARE\Quovia\Quovia Deskhub\1.0\DeviceDB)";
+inline constexpr std::string_view kHierarchyValue = "SupportBookmarkHier";
+// The key of one device.
+std::string DeviceKey(uint32_t deviceNumber);
 
 // The user has pressed stop. Writes "Checked StopByUser in DataStore" to the debug log when so.
 // Long loops ask once per item.

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "platform/com/class_factory.h"
+#include "syncdb/sql_text.h"
 
 namespace qv {
 namespace {
@@ -131,6 +132,17 @@ HRESULT StatusTable::Update(STATUSDB_UPDATECMD command, const StatusRow& row) no
         return session_.Run(Concat({u"DELETE FROM ", info_.table, RowCondition(row.sourceUid)}));
     }
     return E_FAIL;
+  });
+}
+
+HRESULT StatusTable::Delete(std::span<const std::u16string> ids) noexcept {
+  return Guarded([&] {
+    for (const std::u16string& chunk : BuildOrConditions(ids, info_.idColumn)) {
+      // Two blanks behind WHERE, deliberately.
+      Check(session_.Run(Concat({u"DELETE FROM ", info_.table, u" WHERE  profile_id='",
+                                 session_.targetKey, u"' AND (", chunk, u")"})));
+    }
+    return S_OK;
   });
 }
 

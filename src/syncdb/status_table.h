@@ -4,6 +4,7 @@
 // other side.
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "syncdb/status_item.h"
@@ -28,6 +29,11 @@ inline constexpr StatusTableInfo kTaskStatus = {u"Task_BackupStatusDB", u"task_i
                                                 u"task_parentid", true, false};
 inline constexpr StatusTableInfo kNoteStatus = {u"Note_BackupStatusDB", u"note_id",
                                                 u"note_parentid", true, true};
+inline constexpr StatusTableInfo kBookmarkStatus = {u"Bookmark_BackupStatusDB", u"bookmark_id",
+                                                    u"bookmark_parentid", false, false};
+// A name with brackets must be quoted.
+inline constexpr StatusTableInfo kChromeStatus = {
+    u"\"Bookmark(Chrome)_BackupStatusDB\"", u"bookmark_id", u"bookmark_parentid", false, false};
 
 class StatusTable {
  public:
@@ -41,6 +47,8 @@ class StatusTable {
   // An ADD of a row that exists becomes a REPL; a REPL or MOVE of one that does not becomes an
   // ADD; a DEL of one that does not does nothing. E_FAIL for an unknown command.
   HRESULT Update(STATUSDB_UPDATECMD command, const StatusRow& row) noexcept;
+  // The rows of these items, in chunks.
+  HRESULT Delete(std::span<const std::u16string> ids) noexcept;
   HRESULT DeleteAll() noexcept;
 
  private:
