@@ -19,6 +19,7 @@ StoreBase::StoreBase(const StoreIdentity& identity)
     : identity_(identity), config_(MakeObject<DataStoreConfig>()) {}
 
 void StoreBase::Log(std::u16string_view moment) const {
+  if (!identity_.logsInitialize) return;
   OutputDebugStringW(Concat({u"[QVSyncEngine] ", identity_.className, u"::Initialize() ", moment}));
 }
 
@@ -38,6 +39,7 @@ HRESULT StoreBase::Initialize(IUnknown* pIConfig) noexcept {
     session_.sourceUri = ConfigText(&IDataStoreConfig::get_sourceURI);
     const HRESULT status = OnInitialize();
     if (Failed(status)) return status;
+    if (status == kNotInitialized) return S_OK;
     initialized_ = true;
     Log(u"End");
     return status;
@@ -138,7 +140,9 @@ HRESULT StoreBase::ProcessDuplication(BSTR sourceParentUid, IUnknown* cdata, BST
                                       BSTR* matchSourceUid, RESV_CONFLTLASTMODIFIED* whichWin,
                                       BOOL* duplicated) noexcept {
   if (!identity_.duplicationStart.empty()) OutputDebugStringW(identity_.duplicationStart);
+  if (identity_.clearsWinner && whichWin == nullptr) return E_POINTER;
   return Slot(Requires(cdata, contexttype), Outs(matchSourceUid, duplicated), [&] {
+    if (identity_.clearsWinner) *whichWin = RESV_CONFLTLASTMODIFIED_NONE;
     const SlotAnswer& slot = Answer(StoreSlot::ProcessDuplication);
     if (!slot.isReal) return slot.stub;
     DuplicateAnswer answer;

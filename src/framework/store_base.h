@@ -37,7 +37,13 @@ struct StoreIdentity {
   bool usesDatabase = true;        // otherwise SetDBAccessor answers S_OK and keeps nothing
   // Logged as the first act of ProcessDuplication, before its arguments are tested; empty for none.
   std::u16string_view duplicationStart = {};
+  bool logsInitialize = true;  // the lines of Start and End
+  // ProcessDuplication needs its `whichWin` and starts it as NONE.
+  bool clearsWinner = false;
 };
+
+// From `OnInitialize`: the answer is S_OK, and the store is as little ready as before.
+inline constexpr HRESULT kNotInitialized = S_FALSE;
 
 // A text on its way in. The views are valid during the call.
 struct IncomingText {

@@ -38,6 +38,7 @@ struct SlotAnswer {
 };
 
 inline constexpr SlotAnswer kReal{true};
+inline constexpr SlotAnswer kRealUntested{true, S_OK, false};
 inline constexpr SlotAnswer kStubOk{false, S_OK};
 inline constexpr SlotAnswer kStubFail{false, E_FAIL};
 inline constexpr SlotAnswer kStubUntested{false, S_OK, false};
@@ -51,7 +52,7 @@ inline constexpr std::array<std::array<SlotAnswer, kStoreSlots>, kFamilies> kStu
     {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubUntested,
      kStubOk},
     // Chrome
-    {kReal, kReal, kReal, kStubFail, kReal, kReal, kReal, kReal, kStubOk, kStubUntested, kStubOk,
+    {kReal, kReal, kReal, kStubFail, kReal, kReal, kReal, kReal, kStubOk, kRealUntested, kStubOk,
      kStubUntested, kStubOk},
     // AddressBook
     {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kStubOk, kStubOk,

@@ -15,6 +15,9 @@
 #include "platform/system/debug_log.h"
 #include "platform/system/registry.h"
 #include "platform/system/service.h"
+#include "stores/bookmark/data_store_bookmark.h"
+#include "stores/bookmark/data_store_chrome.h"
+#include "stores/bookmark/data_store_firefox.h"
 #include "stores/outlook/data_store_calendar.h"
 #include "stores/outlook/data_store_contact.h"
 #include "stores/outlook/data_store_note.h"
@@ -86,6 +89,9 @@ constexpr ClassEntry kClasses[] = {
     {u"DataStoreCalendar", CreateClass<CDataStoreCalendar>},
     {u"DataStoreTodo", CreateClass<CDataStoreTodo>},
     {u"DataStoreNote", CreateClass<CDataStoreNote>},
+    {u"DataStoreBookmark", CreateClass<CDataStoreBookmark>},
+    {u"DataStoreFireFox", CreateClass<CDataStoreFireFox>},
+    {u"DataStoreChrome", CreateClass<CDataStoreChrome>},
 };
 
 }  // namespace

@@ -106,7 +106,7 @@ TEST_P(StubTable, EachOperationIsRealOrAnswersFromItsRow) {
 
   static const std::map<StoreFamily, std::string> kExpected = {
       {StoreFamily::Pim, "RRRRRRRROOOR"},          {StoreFamily::Favorites, "RRRRRRRRRRRO"},
-      {StoreFamily::Chrome, "RRRFRRRROOOO"},       {StoreFamily::AddressBook, "RRRRRRRROOOO"},
+      {StoreFamily::Chrome, "RRRFRRRROROO"},       {StoreFamily::AddressBook, "RRRRRRRROOOO"},
       {StoreFamily::ImportExport, "FFFOFFFOOOOO"}, {StoreFamily::Backup, "FFROFFFOOOOO"},
   };
   EXPECT_EQ(row, kExpected.at(GetParam()));
@@ -123,7 +123,8 @@ TEST_P(StubTable, NullArgumentsComeFirst) {
   EXPECT_EQ(store->SetOutlookMgr(nullptr), GetParam() == StoreFamily::Pim ? E_POINTER : S_OK);
   EXPECT_EQ(store->IsFolder(nullptr, &flag), E_POINTER);
   EXPECT_EQ(store->GetParentUid(nullptr, text.Out()),
-            GetParam() == StoreFamily::Chrome ? S_OK : E_POINTER);
+            GetParam() == StoreFamily::Chrome ? kReached : E_POINTER)
+      << "one family has the same parent for whatever it is asked";
   EXPECT_EQ(store->GetSubUids(uid, nullptr), E_POINTER);
   EXPECT_EQ(store->ProcessConflictSubRecur(nullptr, text.Out(), &flag), E_POINTER);
   EXPECT_EQ(store->Replace(nullptr, data.get(), type, kFalse, nullptr, text.Out()), E_POINTER);
@@ -151,6 +152,37 @@ TEST_P(StubTable, InitializeLogsLoadsOnceAndKeepsTheBagOnlyWithIt) {
       u"::Initialize() ";
   EXPECT_EQ(log.Count(head + u"Start"), 4u);
   EXPECT_EQ(log.Count(head + u"End"), 1u);
+}
+
+TEST(StoreIdentityFlags, AQuietStoreLogsNothingAndMayStayUninitialized) {
+  static constexpr StoreIdentity kQuiet = {.family = StoreFamily::Chrome,
+                                           .className = u"CQuiet",
+                                           .configName = u"DataStore.Bookmark",
+                                           .logsInitialize = false,
+                                           .clearsWinner = true};
+  test::RecordingLog log;
+  ScopedService<DebugLog> useLog{log};
+  RegisterListClasses();
+  const auto store = MakeObject<BareStore>(kQuiet);
+  const auto bag = MakeObject<test::MemoryBag>();
+  store->initializeResult = kNotInitialized;
+  EXPECT_EQ(store->Initialize(bag.get()), S_OK);
+  store->initializeResult = S_OK;
+  EXPECT_EQ(store->Initialize(bag.get()), S_OK) << "it was not, before";
+  EXPECT_EQ(store->Initialize(bag.get()), DS_S_ALREADY_INITIALIZED);
+  EXPECT_TRUE(log.lines().empty());
+
+  const ComPtr<IUnknown> data = MakeObject<UnkList>();
+  Bstr match;
+  BOOL duplicated = 7;
+  auto winner = RESV_CONFLTLASTMODIFIED_IGNORE;
+  EXPECT_EQ(
+      store->ProcessDuplication(nullptr, data.get(), Bstr(u"t"), match.Out(), nullptr, &duplicated),
+      E_POINTER);
+  EXPECT_EQ(
+      store->ProcessDuplication(nullptr, data.get(), Bstr(u"t"), match.Out(), &winner, &duplicated),
+      kReached);
+  EXPECT_EQ(winner, RESV_CONFLTLASTMODIFIED_NONE);
 }
 
 TEST_P(StubTable, OnlyAnInitializedStoreHasAFinalWord) {

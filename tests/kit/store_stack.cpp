@@ -22,10 +22,14 @@ std::vector<std::u16string> Identifiers(const ComPtr<IStatusDBItemTree>& root) {
 
 }  // namespace
 
+StoreBed::StoreBed() {
+  RegisterModuleClasses();
+  registry.CreateKey(kSyncKey);
+  db = OpenRecorder();
+}
+
 StoreStack::StoreStack(const StoreSample& storeSample)
     : sample(storeSample), mimeType(storeSample.mimeType), settingsBefore_(TheOutlookSettings()) {
-  RegisterModuleClasses();
-  registry.CreateKey(kStopKey);
   TheOutlookSettings() = {folder.File("pc"), true, true};
   if (!outlook.initialize(u"")) throw StatusError(E_FAIL);
   outlookFolder = outlook.DefaultFolder(sample.kind);
@@ -33,7 +37,6 @@ StoreStack::StoreStack(const StoreSample& storeSample)
   bag->values[name + u".SourceURI"] = u"uri";
   bag->values[name + u".MimeType"] = sample.mimeType;
   bag->values[name + u".EntryId"] = outlookFolder;
-  db = OpenRecorder();
   store = Another();
   status = Query<IStatusDB>(store);
   db->Forget();

@@ -11,6 +11,7 @@
 #include "kit/platform_fakes.h"
 #include "pim/outlook_manager.h"
 #include "platform/system/registry.h"
+#include "support/user_flags.h"
 #include "syncdb/status_interfaces.h"
 
 namespace qv::test {
@@ -27,8 +28,32 @@ struct StoreSample {
   std::string (*text)(int which, const char* uid, const char* modified);  // one item's text
 };
 
+// What any store stands on: the platform in a folder of its own, the sync database, the bag.
+//
 // The clock stands at 2024-03-05 06:07:08 UTC and the zone is UTC until a test moves them.
-class StoreStack {
+class StoreBed {
+ public:
+  StoreBed();
+
+  ComPtr<IContentData> Content(const std::string& text) const { return MakeContentData(text); }
+  void Stop(bool stop) { registry.WriteNumber(kSyncKey, "SyncStop", stop ? 1 : 0); }
+
+  TempFolder folder;
+  FakeClock clock{1'709'618'828};
+  FixedZone zone;
+  RecordingLog log;
+  FileRegistry registry{folder.File("registry.ini")};
+  ScopedService<Clock> useClock{clock};
+  ScopedService<TimeZone> useZone{zone};
+  ScopedService<DebugLog> useLog{log};
+  ScopedService<Registry> useRegistry{registry};
+  ComPtr<RecordingAccessor> db;
+  ComPtr<MemoryBag> bag = MakeObject<MemoryBag>();
+  ComPtr<IDataStore> store;
+  ComPtr<IStatusDB> status;
+};
+
+class StoreStack : public StoreBed {
  public:
   explicit StoreStack(const StoreSample& sample);
   ~StoreStack();
@@ -42,30 +67,13 @@ class StoreStack {
   std::string Get(const std::u16string& id, bool updateField = false);
   // The status alone.
   HRESULT TryAdd(const std::string& text, std::u16string* id = nullptr);
-  ComPtr<IContentData> Content(const std::string& text) const { return MakeContentData(text); }
   // Identifiers of a snapshot, in order.
   std::vector<std::u16string> Backup();
   std::vector<std::u16string> Current();
-  void Stop(bool stop) { registry.WriteNumber(kStopKey, "SyncStop", stop ? 1 : 0); }
-
-  static constexpr std::string_view kStopKey = R"(SOFTWARE\Quovia\Quovia Deskhub\1.0\Sync)";
 
   const StoreSample& sample;
   Bstr mimeType;
-  TempFolder folder;
-  FakeClock clock{1'709'618'828};
-  FixedZone zone;
-  RecordingLog log;
-  FileRegistry registry{folder.File("registry.ini")};
-  ScopedService<Clock> useClock{clock};
-  ScopedService<TimeZone> useZone{zone};
-  ScopedService<DebugLog> useLog{log};
-  ScopedService<Registry> useRegistry{registry};
   OutlookManager outlook;
-  ComPtr<RecordingAccessor> db;
-  ComPtr<MemoryBag> bag = MakeObject<MemoryBag>();
-  ComPtr<IDataStore> store;
-  ComPtr<IStatusDB> status;
   std::u16string outlookFolder;
 
  private:

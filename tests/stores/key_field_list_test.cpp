@@ -1,4 +1,4 @@
-#include "stores/outlook/key_field_list.h"
+#include "stores/key_field_list.h"
 
 #include <gtest/gtest.h>
 

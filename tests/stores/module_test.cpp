@@ -100,8 +100,9 @@ TEST_F(Module, ServesEverythingThroughItsFourExports) {
 }
 
 TEST_F(Module, MakesTheClassesOfItsTableAndTheOthers) {
-  for (const char16_t* name : {u"DataStoreManager", u"DataStoreConfig", u"StatusDBItem",
-                               u"StatusDBItemTree", u"DataStoreContact"}) {
+  for (const char16_t* name :
+       {u"DataStoreManager", u"DataStoreConfig", u"StatusDBItem", u"StatusDBItemTree",
+        u"DataStoreContact", u"DataStoreBookmark", u"DataStoreFireFox", u"DataStoreChrome"}) {
     EXPECT_TRUE(Make<IUnknown>(ClassId(name))) << ToUtf8(name);
   }
   for (const CLSID& clsid : {CLSID_DBAccessor, CLSID_UnkList, CLSID_VarList, CLSID_ContentData,

@@ -4,6 +4,7 @@
 #include "platform/com/edge.h"
 #include "platform/system/debug_log.h"
 #include "stores/outlook/recurrence_index.h"
+#include "stores/winner.h"
 #include "support/date_time.h"
 #include "support/text.h"
 #include "support/user_flags.h"
@@ -26,14 +27,6 @@ Contact& AsContact(IUnknown* item) {
   Contact* contact = ContactOf(item);
   if (contact == nullptr) throw StatusError(E_FAIL);
   return *contact;
-}
-
-// Who is newer; nothing when a time is missing.
-std::optional<RESV_CONFLTLASTMODIFIED> NewerSide(DATE pc, DATE phone) {
-  if (pc == 0.0 || phone == 0.0) return std::nullopt;
-  const int order = CompareDateTime(pc, phone);
-  if (order == 0) return RESV_CONFLTLASTMODIFIED_IGNORE;
-  return order > 0 ? RESV_CONFLTLASTMODIFIED_SERVERWIN : RESV_CONFLTLASTMODIFIED_CLIENTWIN;
 }
 
 }  // namespace

@@ -9,8 +9,8 @@
 #include "items/item_objects.h"
 #include "items/key_text.h"
 #include "pim/outlook_manager.h"
+#include "stores/key_field_list.h"
 #include "stores/outlook/filter_rules.h"
-#include "stores/outlook/key_field_list.h"
 #include "stores/outlook/text_types.h"
 #include "syncdb/status_table.h"
 

@@ -1,4 +1,4 @@
-#include "stores/outlook/key_field_list.h"
+#include "stores/key_field_list.h"
 
 #include <algorithm>
 
@@ -48,9 +48,8 @@ std::optional<size_t> KeyFieldList::Find(const ItemFields& incoming) const {
 }
 
 void KeyFieldList::Remove(size_t position) {
-  if (!entries_[position]) return;
+  if (entries_[position]) --waiting_;
   entries_[position].Reset();
-  --waiting_;
 }
 
 }  // namespace qv

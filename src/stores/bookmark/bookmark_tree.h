@@ -1,0 +1,66 @@
+// The files and folders of a bookmark tree, by the paths of the map.
+//
+// What takes part is a folder, where the tree is not flat, and a file whose name has ".url" as its
+// exact tail; nothing else is listed, walked or removed. Links are no entries. Nothing outside the
+// root is ever reached: a path that a link leads out of the tree has no full path.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/com/types.h"
+#include "platform/system/file_system.h"
+
+namespace qv {
+
+// The time of a file as local wall-clock time, and back. 0.0 is no time.
+DATE FileDate(int64_t utcSeconds);
+int64_t FileSeconds(DATE local);
+
+inline constexpr std::u16string_view kShortcutTail = u".url";
+
+// Counts up to a name that nothing in the folder has: "News(2).url", "Work(2)". Starts with `name`
+// itself. A file's number stands before its last ".".
+std::u16string UniqueEntryName(std::u16string_view folder, std::u16string_view name, bool isFolder);
+
+// The first `length` units; one less where that would cut a pair.
+std::u16string_view CutText(std::u16string_view text, size_t length);
+// As much of a file's stem as one name holds, with room for ".url" and a number.
+std::u16string_view FittingStem(std::u16string_view stem);
+
+class BookmarkTree {
+ public:
+  // `root` is a full path without a "\" at its end.
+  void Open(std::u16string root, bool isFlat) {
+    root_ = std::move(root);
+    isFlat_ = isFlat;
+  }
+  const std::u16string& root() const { return root_; }
+  bool isFlat() const { return isFlat_; }
+
+  // The full path of a path of the map; empty for one that is empty or leads out of the tree.
+  std::u16string FullPath(std::u16string_view path) const;
+  // A folder of the tree stands there, no link to one; of the root it is not asked.
+  bool HasFolder(std::u16string_view path) const;
+
+  // Entries by name. A folder that cannot be opened has none.
+  std::vector<EntryInfo> List(std::u16string_view fullPath, ListDetail detail) const;
+
+  // Visits what is below a path of the map, folders before what is in them, until `visit` gives a
+  // failure, which is the result.
+  using Visit = std::function<HRESULT(std::u16string_view path, const EntryInfo& entry)>;
+  HRESULT Walk(std::u16string_view path, const Visit& visit) const;
+
+  // Entries to the recycle bin, in order; false at the first that stays. The folder itself stays.
+  bool EmptyFolder(std::u16string_view fullPath) const;
+
+ private:
+  bool TakesPart(const EntryInfo& entry) const;
+
+  std::u16string root_;
+  bool isFlat_ = true;
+};
+
+}  // namespace qv
