@@ -4,6 +4,7 @@
 
 #include "items/converters.h"
 #include "items/item_objects.h"
+#include "items/vbookmark.h"
 #include "items/vcalendar.h"
 #include "items/vcard.h"
 #include "items/vnote.h"
@@ -115,6 +116,19 @@ constexpr StoreKind kKinds[] = {
      .opening = "BEGIN:VNOTE",
      .open = Open<SplitTexts<SplitVNotes>>,
      .takes = TakesAll},
+    {.name = "bookmarks",
+     .items = "bookmarks and folders",
+     .configName = "DataStore.Bookmark",
+     .className = u"DataStoreBookmark",
+     .mimeType = u"text/x-vBookmark",
+     .version = "1.0",
+     .extension = ".vbm",
+     .pcKind = OlObjectClass{},
+     .converter = CLSID_BookmarkConverter,
+     .opening = "BEGIN:VBKM",
+     .open = Open<SplitTexts<SplitVBookmarks>>,
+     .takes = TakesAll,
+     .isTree = true},
 };
 
 }  // namespace

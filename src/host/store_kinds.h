@@ -34,14 +34,16 @@ struct StoreKind {
   std::u16string_view mimeType;
   std::string_view version;    // of the texts
   std::string_view extension;  // of the phone's files
-  OlObjectClass pcKind;
-  CLSID converter;  // offers IConverter's slots
+  OlObjectClass pcKind;        // of a kind that the PC profile keeps
+  CLSID converter;             // offers IConverter's slots
 
   // How a text of this kind begins, in capitals: what a file without any item lacks.
   std::string_view opening;
   std::unique_ptr<ItemTexts> (*open)(const StoreKind& kind, std::string_view text);
   // Whether an item that the converter gives is one of this kind.
   bool (*takes)(IItemCommon& item);
+  // The items lie in the user's Favorites folder, in folders of their own, and go by their title.
+  bool isTree = false;
 };
 
 std::span<const StoreKind> StoreKinds();

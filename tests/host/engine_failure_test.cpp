@@ -8,6 +8,7 @@
 
 #include "host/engine_rig.h"
 #include "host/series_texts.h"
+#include "host/tree_rig.h"
 #include "support/date_time.h"
 
 namespace qv {
@@ -21,8 +22,8 @@ using test::Rig;
 
 // The same items in the end, after a sync that has everything to do: `Known` has synced before
 // and changed on both sides in every way, `Unknown` never has and holds much on both sides.
-// `Series` is known, and a calendar of series with exceptions.
-enum class Meeting { Known, Unknown, Series };
+// `Series` is known, and a calendar of series with exceptions; `Tree` is known, and bookmarks.
+enum class Meeting { Known, Unknown, Series, Tree };
 
 class Scene : public Rig {
  public:
@@ -38,6 +39,9 @@ class Scene : public Rig {
   void ExpectHealed(const std::string& after) {
     const StoreReport healed = Sync();
     EXPECT_EQ(healed.result, SyncResult::Ok) << after << ": " << healed.message;
+    for (const ItemFailure& failure : healed.failed) {
+      ADD_FAILURE() << after << ": " << failure.item << " " << failure.reason;
+    }
     ExpectEnd(after);
     const StoreReport quiet = Sync();
     EXPECT_EQ(quiet.pc.added + quiet.pc.replaced + quiet.pc.deleted, 0) << after;
@@ -181,7 +185,45 @@ class SeriesScene final : public Scene {
   std::map<std::string, std::u16string> ids_;
 };
 
+class TreeScene final : public test::TreeUsers<Scene> {
+ public:
+  TreeScene() {
+    PcPut("Work/News.url", "http://news/");
+    PcPut("Work/Deep/Note.url", "http://note/");
+    PcPut("Gone/Old.url", "http://old/");
+    PcPut("Top.url", "http://top/");
+    PhonePut("Kept/k.vbm", "Kept", "http://kept/", "X-PET:cat\r\n");
+    EXPECT_EQ(Sync().result, SyncResult::Ok);
+    Move(PhonePath("Work"), PhonePath("Office"));
+    Move(PhonePath("Top.vbm"), PhonePath("Office/Top.vbm"));
+    PhonePut("Office/Deep/fresh.vbm", "Fresh", "http://fresh/");
+    Remove(PhonePath("Gone"));
+    PcPut("Work/Deep/Note.url", "http://note/2");
+    PcPut("Mine/More/m.url", "http://mine/");
+    Move(PcPath("Kept/Kept.url"), PcPath("Mine/Hold.url"));
+    Remove(PcPath("Kept"));
+    Keep();
+  }
+
+ private:
+  void ExpectEnd(const std::string& after) override {
+    const std::multiset<std::string> expected = {"Office/",
+                                                 "Office/News -> http://news/",
+                                                 "Office/Top -> http://top/",
+                                                 "Office/Deep/",
+                                                 "Office/Deep/Note -> http://note/2",
+                                                 "Office/Deep/Fresh -> http://fresh/",
+                                                 "Mine/",
+                                                 "Mine/Hold -> http://kept/",
+                                                 "Mine/More/",
+                                                 "Mine/More/m -> http://mine/"};
+    EXPECT_EQ(PcTree(), expected) << after;
+    EXPECT_EQ(PhoneTree(), expected) << after;
+  }
+};
+
 std::unique_ptr<Scene> MakeScene(Meeting meeting) {
+  if (meeting == Meeting::Tree) return std::make_unique<TreeScene>();
   if (meeting == Meeting::Series) return std::make_unique<SeriesScene>();
   return std::make_unique<Contacts>(meeting);
 }
@@ -207,9 +249,10 @@ class EngineFailureTest : public testing::TestWithParam<Meeting> {
   const std::unique_ptr<Scene> scene_ = MakeScene(GetParam());
   Scene& rig = *scene_;
 };
-constexpr const char* kMeetings[] = {"Known", "Unknown", "Series"};
+constexpr const char* kMeetings[] = {"Known", "Unknown", "Series", "Tree"};
 INSTANTIATE_TEST_SUITE_P(All, EngineFailureTest,
-                         testing::Values(Meeting::Known, Meeting::Unknown, Meeting::Series),
+                         testing::Values(Meeting::Known, Meeting::Unknown, Meeting::Series,
+                                         Meeting::Tree),
                          [](const auto& test) { return kMeetings[static_cast<int>(test.param)]; });
 
 TEST_P(EngineFailureTest, AFailedStatementAnywhereIsHealedByTheNextRun) {

@@ -39,8 +39,8 @@ Inventory Pair(char pc, char phone, ContentMatch content, Winner newer) {
 }
 
 std::string ActWord(const PlanStep& step) {
-  constexpr const char* kWords[] = {"adopt", "pc+",      "pc~", "phone+", "phone~",
-                                    "pair",  "remember", "pc-", "phone-", "forget"};
+  constexpr const char* kWords[] = {"adopt",  "pc+",  "pc~",      "pc>", "phone+", "phone>",
+                                    "phone~", "pair", "remember", "pc-", "phone-", "forget"};
   return kWords[static_cast<size_t>(step.act)];
 }
 

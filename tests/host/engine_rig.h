@@ -213,6 +213,10 @@ class Rig {
     namespace fs = std::filesystem;
     for (const auto& entry : fs::directory_iterator(to)) fs::remove_all(entry.path());
     fs::copy(from, to, fs::copy_options::recursive);
+    for (const auto& entry : fs::recursive_directory_iterator(from)) {
+      if (!entry.is_regular_file()) continue;
+      fs::last_write_time(to / fs::relative(entry.path(), from), entry.last_write_time());
+    }
   }
 
   // In memory where there is such a folder: a sync waits for the disk many times.

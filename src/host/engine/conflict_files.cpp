@@ -1,6 +1,7 @@
 #include "host/engine/conflict_files.h"
 
 #include "host/engine/errors.h"
+#include "host/engine/model.h"
 #include "platform/system/clock.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
@@ -12,9 +13,9 @@ namespace {
 
 constexpr size_t kLongestStem = 150;
 
-// The file's name without its extension, cut between characters.
+// The file's own name without its extension, cut between characters.
 std::string StemOf(const std::string& name, std::string_view extension) {
-  std::string stem = name;
+  std::string stem(BaseOfName(name));
   if (stem.ends_with(extension)) stem.resize(stem.size() - extension.size());
   if (stem.size() <= kLongestStem) return stem;
   size_t end = kLongestStem;

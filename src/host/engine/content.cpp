@@ -1,7 +1,9 @@
 #include "host/engine/content.h"
 
+#include "host/engine/bookmark_text.h"
 #include "platform/system/service.h"
 #include "support/date_time.h"
+#include "support/text.h"
 
 namespace qv {
 namespace {
@@ -11,6 +13,7 @@ void Strip(IItemCommon& item) {
   Check(item.put_ObjModified(0.0));
   if (const auto calendar = Query<ICalendarItem>(&item))
     Check(calendar->put_ParentRecurUid(nullptr));
+  if (Query<IBookmarkItem>(&item)) Check(item.DropSideData());
 }
 
 Md5Digest Checksum(std::string_view text) {
@@ -30,6 +33,7 @@ ContentMatch WhoHasMore(bool phoneHasNone) {
 ContentPrint PrintOf(PcStore& store, IItemCommon& item) {
   Strip(item);
   ContentPrint print;
+  if (Query<IBookmarkItem>(&item)) print.loose = Checksum(ToUtf8(UrlOf(item)));
   print.exact = Checksum(store.Write(&item));
   Check(item.DropSideData());
   print.core = Checksum(store.Write(&item));
@@ -69,7 +73,12 @@ Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, const PhoneAge& phone, IItemCom
   Check(pc.get_Modified(&modified));
   const int64_t seconds = phone.objModified != 0.0 ? UnixSecondsFromDate(phone.objModified)
                                                    : phone.modifiedNs / 1'000'000'000;
-  return seconds > UnixSecondsFromDate(modified) ? Winner::Phone : Winner::Pc;
+  return seconds > UnixSecondsFromDate(UtcTime(pc, modified)) ? Winner::Phone : Winner::Pc;
+}
+
+DATE UtcTime(IItemCommon& item, DATE time) {
+  const bool isLocal = Query<IBookmarkItem>(&item) || Query<IFolderItem>(&item);
+  return isLocal && time != 0.0 ? LocalToUtc(time, true).value : time;
 }
 
 }  // namespace qv

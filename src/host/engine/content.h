@@ -7,10 +7,12 @@
 namespace qv {
 
 // Checksums of an item's text without identifier and time: of all of it, and of what the PC side
-// can hold itself.
+// can hold itself. Of a bookmark both are the latter, for nobody keeps the rest; and a third one of
+// the address alone.
 struct ContentPrint {
   Md5Digest exact{};
   Md5Digest core{};
+  Md5Digest loose{};
 };
 
 // Each of these spends the items: identifiers, times, the link to a series and what the PC cannot
@@ -29,5 +31,7 @@ struct PhoneAge {
 // Who wins by what the store answered; where it could not tell, by the times of the phone's text,
 // or else its file, and of the PC's item.
 Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, const PhoneAge& phone, IItemCommon& pc);
+// A time of an item as UTC: those of bookmarks and folders are local.
+DATE UtcTime(IItemCommon& item, DATE time);
 
 }  // namespace qv

@@ -41,7 +41,7 @@ EngineRecord::EngineRecord(const std::string& path)
       schema_(db_),
       put_(db_.Prepare("INSERT OR REPLACE INTO items VALUES(?,?,?,?,?,?,?)")),
       release_(db_.Prepare("DELETE FROM items WHERE store_id=? AND source_uid=? AND name<>?")),
-      remove_(db_.Prepare("DELETE FROM items WHERE store_id=? AND name=?")) {}
+      remove_(db_.Prepare("DELETE FROM items WHERE store_id=? AND source_uid=?")) {}
 
 std::string EngineRecord::PathFor(const std::string& path, bool lookOnly) {
   FileInfo info;
@@ -144,8 +144,24 @@ void EngineRecord::Put(const std::string& phone, std::string_view store, const R
 }
 
 void EngineRecord::Remove(const std::string& phone, std::string_view store,
-                          const std::string& name) {
-  remove_.Bind(1, StoreId(phone, store, false)).Bind(2, name).Run();
+                          std::u16string_view sourceUid) {
+  remove_.Bind(1, StoreId(phone, store, false)).Bind(2, sourceUid).Run();
+}
+
+void EngineRecord::RenameFolder(const std::string& phone, std::string_view store,
+                                const std::string& from, const std::string& to) {
+  // "0" is the sign behind "/": every name that begins with the folder's lies between.
+  std::string end = from;
+  end.back() = '0';
+  db_.Prepare(
+         "UPDATE OR REPLACE items SET name=?||substr(CAST(name AS BLOB),?) WHERE store_id=?"
+         " AND name>=? AND name<?")
+      .Bind(1, to)
+      .Bind(2, static_cast<int64_t>(from.size() + 1))
+      .Bind(3, StoreId(phone, store, false))
+      .Bind(4, from)
+      .Bind(5, end)
+      .Run();
 }
 
 int64_t EngineRecord::Count(const std::string& phone, std::string_view store) {

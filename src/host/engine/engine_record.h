@@ -45,7 +45,11 @@ class EngineRecord {
   std::vector<RecordRow> Rows(const std::string& phone, std::string_view store);
   // Replaces the row of that name; no other row keeps the same `sourceUid`.
   void Put(const std::string& phone, std::string_view store, const RecordRow& row);
-  void Remove(const std::string& phone, std::string_view store, const std::string& name);
+  // The row of that item of the PC side.
+  void Remove(const std::string& phone, std::string_view store, std::u16string_view sourceUid);
+  // The names of what is in a folder of the phone ("Work/"), after it was given another.
+  void RenameFolder(const std::string& phone, std::string_view store, const std::string& from,
+                    const std::string& to);
   int64_t Count(const std::string& phone, std::string_view store);
 
   // Groups what is written while it lives.

@@ -80,22 +80,6 @@ std::vector<int32_t> LinksThat(const Inventory& sides,
   return links;
 }
 
-// Moves the PC item of one lone link to the other. One that is gone and stood there is left by
-// itself; what is left empty is dropped by `DropEmpty`.
-ItemLink& Join(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
-  ItemLink& link = At(sides.links, phoneLink);
-  ItemLink& from = At(sides.links, pcLink);
-  std::swap(link.pc, from.pc);
-  std::swap(link.statusWritten, from.statusWritten);
-  return link;
-}
-
-void DropEmpty(Inventory& sides) {
-  std::erase_if(sides.links, [](const ItemLink& link) {
-    return link.pc < 0 && link.phone < 0 && link.record < 0;
-  });
-}
-
 // The passes of a slow sync's matching: `partner` by phone item.
 class SlowLinks {
  public:
@@ -245,8 +229,9 @@ class LoneLinks {
   void Pair(size_t phone, size_t pc) {
     phoneDone_[phone] = true;
     pcDone_[pc] = true;
-    ItemLink& link = Join(sides_, phone_[phone].link, pc_[pc].link);
+    ItemLink& link = JoinLinks(sides_, phone_[phone].link, pc_[pc].link);
     link.adoptUid = MustAdopt(At(sides_.phone, link.phone), pc_[pc].uid);
+    link.relocated = sides_.isTree && link.record >= 0;
     if (phone_[phone].print && pc_[pc].print) {
       link.content = Compare(*phone_[phone].print, *pc_[pc].print);
     }
@@ -259,8 +244,12 @@ class LoneLinks {
   std::vector<bool> pcDone_;
 };
 
+std::string Bytes(const std::u16string& text) {
+  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)};
+}
+
 std::string UidKey(const LoneItem& item) {
-  return {reinterpret_cast<const char*>(item.uid.data()), item.uid.size() * sizeof(char16_t)};
+  return Bytes(item.uid);
 }
 
 std::string PrintKey(const LoneItem& item, Md5Digest ContentPrint::*part) {
@@ -269,7 +258,41 @@ std::string PrintKey(const LoneItem& item, Md5Digest ContentPrint::*part) {
   return {reinterpret_cast<const char*>(digest.data()), digest.size()};
 }
 
+// An item of the phone that went from its place on the PC; and any item of the PC alone.
+bool MayHaveMoved(const Inventory& sides, const LoneItem& item) {
+  const ItemLink& link = At(sides.links, item.link);
+  return link.phone < 0 || link.record >= 0;
+}
+
+void LinkTreeLone(const Inventory& sides, LoneLinks& links) {
+  const auto inPlace = [](const LoneItem& item, Md5Digest ContentPrint::*part) {
+    const std::string content = PrintKey(item, part);
+    return item.place.empty() || content.empty() ? std::string() : content + Bytes(item.place);
+  };
+  const auto moved = [&](const LoneItem& item, const std::string& key) {
+    return MayHaveMoved(sides, item) ? key : std::string();
+  };
+  links.By([&](const LoneItem& item) { return inPlace(item, &ContentPrint::exact); });
+  links.By([&](const LoneItem& item) { return moved(item, PrintKey(item, &ContentPrint::exact)); });
+  links.By([&](const LoneItem& item) { return moved(item, inPlace(item, &ContentPrint::loose)); });
+  links.By([&](const LoneItem& item) { return moved(item, PrintKey(item, &ContentPrint::loose)); });
+}
+
 }  // namespace
+
+ItemLink& JoinLinks(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
+  ItemLink& link = At(sides.links, phoneLink);
+  ItemLink& from = At(sides.links, pcLink);
+  std::swap(link.pc, from.pc);
+  std::swap(link.statusWritten, from.statusWritten);
+  return link;
+}
+
+void DropEmptyLinks(Inventory& sides) {
+  std::erase_if(sides.links, [](const ItemLink& link) {
+    return link.pc < 0 && link.phone < 0 && link.record < 0;
+  });
+}
 
 bool MustAdopt(const PhoneItem& phone, std::u16string_view pcUid) {
   return phone.isSeries && !phone.uid.empty() && phone.uid != pcUid;
@@ -318,12 +341,12 @@ void LinkRemaining(Inventory& sides, const std::vector<SlowMatch>& matches) {
     const int32_t phone = At(ofPhone, match.phone);
     const int32_t pc = At(ofPc, match.pc);
     if (phone < 0 || pc < 0) continue;
-    ItemLink& link = Join(sides, phone, pc);
+    ItemLink& link = JoinLinks(sides, phone, pc);
     link.content = match.content;
     link.newer = match.newer;
     link.adoptUid = MustAdopt(At(sides.phone, match.phone), match.pcUid);
   }
-  DropEmpty(sides);
+  DropEmptyLinks(sides);
 }
 
 void LinkOccurrences(Inventory& sides, const std::vector<OccurrenceMatch>& matches) {
@@ -336,7 +359,7 @@ void LinkOccurrences(Inventory& sides, const std::vector<OccurrenceMatch>& match
     const auto found = open.find(match.pcId);
     if (found == open.end()) continue;
     ItemLink& from = At(sides.links, found->second);
-    ItemLink& link = Join(sides, match.link, found->second);
+    ItemLink& link = JoinLinks(sides, match.link, found->second);
     open.erase(found);
     // The phone's user put another file in the place of the known one.
     if (from.record < 0 || link.record >= 0) continue;
@@ -345,7 +368,7 @@ void LinkOccurrences(Inventory& sides, const std::vector<OccurrenceMatch>& match
     item.record = link.record;
     item.change = PhoneChange::Changed;
   }
-  DropEmpty(sides);
+  DropEmptyLinks(sides);
 }
 
 void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
@@ -356,9 +379,20 @@ void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
     return item.uid.empty() || content.empty() ? std::string() : UidKey(item) + content;
   });
   links.By(UidKey);
+  if (sides.isTree) {
+    LinkTreeLone(sides, links);
+    return DropEmptyLinks(sides);
+  }
   links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::exact); });
   links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::core); });
-  DropEmpty(sides);
+  DropEmptyLinks(sides);
+}
+
+void LinkExchanged(Inventory& sides, const std::vector<LoneItem>& gone,
+                   const std::vector<LoneItem>& changed) {
+  LoneLinks links(sides, gone, changed);
+  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::exact); });
+  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::loose); });
 }
 
 std::vector<int32_t> LonePhoneLinks(const Inventory& sides) {

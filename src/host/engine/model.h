@@ -1,9 +1,13 @@
 // What one run knows of one store on both sides: plain values, which planning reads and changes
 // nothing of. Indexes stand for places in the vectors; -1 is "none".
+//
+// In a store with folders these are items too. On the phone an item's name is its path below the
+// collection, with "/" between the parts and behind a folder: "Work/", "Work/News.vbm".
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/system/identifiers.h"
@@ -12,7 +16,7 @@ namespace qv {
 
 // One agreed pair, as the engine's record keeps it.
 struct RecordRow {
-  std::string name;  // of the phone's file
+  std::string name;  // of the phone's file or folder
   uint64_t size = 0;
   int64_t modifiedNs = 0;
   Md5Digest hash{};          // of the file's bytes
@@ -24,6 +28,7 @@ enum class PhoneChange : uint8_t { Same, Changed, New, Unreadable };
 
 struct PhoneItem {
   std::string name;
+  bool isFolder = false;
   uint64_t size = 0;
   int64_t modifiedNs = 0;
   Md5Digest hash{};
@@ -46,9 +51,13 @@ struct PcItem {
   std::u16string id;
   uint64_t stamp = 0;  // of its content; 0 for unknown
   PcChange change = PcChange::New;
-  // Of an exception alone: what its store forgets when the phone has taken it over.
-  double modified = 0.0;  // local wall-clock time
+  // Of an exception what its store forgets when the phone has taken it over; of what has no stamp
+  // the time alone, also of one that is gone. Local wall-clock time.
+  double modified = 0.0;
   std::u16string md5 = {};
+  bool isFolder = false;
+  std::u16string parent = {};  // identifier of its folder, "/" on top
+  std::string label = {};      // for a person, where it was asked for; else the identifier is
 };
 
 // How the contents of a pair compare. "More": they are equal in what the PC side can hold itself,
@@ -66,9 +75,16 @@ struct ItemLink {
   Winner newer = Winner::None;  // who wins where the contents differ
   bool statusWritten = false;   // the store has noted the agreement while matching
   bool adoptUid = false;        // the PC's item is to take the phone's uid: exceptions name it
+  // The PC's item stands where another one was recorded: it was moved or renamed there.
+  bool relocated = false;
+  // Places of the links of the folders that the item lies in; -1 on top.
+  int32_t pcParent = -1;
+  int32_t phoneParent = -1;
+  int32_t recordParent = -1;
 };
 
 struct Inventory {
+  bool isTree = false;
   std::vector<RecordRow> records;
   std::vector<PhoneItem> phone;  // by name
   std::vector<PcItem> pc;
@@ -79,6 +95,20 @@ struct Inventory {
 template <class Vector>
 int32_t IndexOf(const Vector& vector) {
   return static_cast<int32_t>(vector.size());
+}
+
+inline bool IsFolderName(std::string_view name) {
+  return name.ends_with('/');
+}
+// The folder of a phone's item; empty on top. And the item's own part of the name, with the "/" of
+// a folder.
+inline std::string_view FolderOfName(std::string_view name) {
+  const size_t from = IsFolderName(name) && name.size() > 1 ? name.size() - 2 : name.npos;
+  const size_t cut = name.rfind('/', from);
+  return cut == name.npos ? std::string_view() : name.substr(0, cut + 1);
+}
+inline std::string_view BaseOfName(std::string_view name) {
+  return name.substr(FolderOfName(name).size());
 }
 
 // Element by an index that is not -1.

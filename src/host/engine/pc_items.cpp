@@ -6,7 +6,11 @@
 #include "host/engine/pc_side.h"
 #include "host/engine/report_words.h"
 #include "platform/com/lists.h"
+#include "platform/system/file_system.h"
+#include "stores/bookmark/bookmark_tree.h"
+#include "stores/bookmark/favorites_root.h"
 #include "support/date_time.h"
+#include "support/text.h"
 
 namespace qv {
 namespace {
@@ -15,11 +19,16 @@ struct StatusEntry {
   std::u16string id;
   DATE modified = 0.0;
   std::u16string md5;
+  bool isFolder = false;
+  std::u16string parent = {};
 };
 
-StatusEntry EntryOf(IStatusDBItem& item) {
+StatusEntry EntryOf(IStatusDBItem& item, bool isFolder) {
   StatusEntry entry;
+  entry.isFolder = isFolder;
   Bstr text;
+  Check(item.get_parentUid(text.Out()));
+  entry.parent = text.str();
   Check(item.get_sourceUid(text.Out()));
   entry.id = text.str();
   Check(item.get_md5(text.Out()));
@@ -28,8 +37,9 @@ StatusEntry EntryOf(IStatusDBItem& item) {
   return entry;
 }
 
-// All items below a node, folders left out; no recursion, whatever the tree's depth.
-std::vector<StatusEntry> Flatten(ComPtr<IStatusDBItemTree> root) {
+// All items below a node, a folder before what is in it, or folders left out; no recursion,
+// whatever the tree's depth.
+std::vector<StatusEntry> Flatten(ComPtr<IStatusDBItemTree> root, bool withFolders) {
   std::vector<StatusEntry> entries;
   std::vector<ComPtr<IStatusDBItemTree>> open{std::move(root)};
   while (!open.empty()) {
@@ -49,18 +59,19 @@ std::vector<StatusEntry> Flatten(ComPtr<IStatusDBItemTree> root) {
       Check(tree->get_Item(item.Out()));
       BOOL isFolder = kFalse;
       if (item) Check(item->get_IsFolder(&isFolder));
-      if (isFolder != kFalse) {
-        open.push_back(tree);
-      } else if (item) {
-        entries.push_back(EntryOf(*item));
+      if (isFolder != kFalse) open.push_back(tree);
+      if (item && (withFolders || isFolder == kFalse)) {
+        entries.push_back(EntryOf(*item, isFolder != kFalse));
       }
     }
   }
   return entries;
 }
 
-// A status row without a content hash tells by its time alone.
+// A status row without a content hash tells by its time alone. The time of a folder changes with
+// what is in it, and says nothing of the folder.
 bool IsSame(const StatusEntry& a, const StatusEntry& b) {
+  if (a.isFolder && b.isFolder) return true;
   return CompareDateTime(a.modified, b.modified) == 0 &&
          (a.md5 == b.md5 || a.md5.empty() || b.md5.empty());
 }
@@ -69,6 +80,12 @@ bool HasGone(const std::vector<StatusEntry>& before, const std::vector<StatusEnt
   std::unordered_set<std::u16string_view> ids;
   for (const StatusEntry& entry : now) ids.insert(entry.id);
   return std::ranges::any_of(before, [&](const StatusEntry& e) { return !ids.contains(e.id); });
+}
+
+// An entry that the store would show.
+bool MayTakePart(const EntryInfo& entry) {
+  return entry.kind == EntryKind::Folder ||
+         (entry.kind == EntryKind::File && HasExactTail(entry.name, kShortcutTail));
 }
 
 }  // namespace
@@ -81,17 +98,7 @@ bool PcStore::IsFiltered() const {
 std::vector<std::u16string> PcStore::AllIds() {
   ComPtr<IUnknown> list;
   Check(store_->GetAllUid(list.Out()));
-  const auto ids = Query<IVarList>(list);
-  int32_t count = 0;
-  if (ids) Check(ids->Count(&count));
-  std::vector<std::u16string> all;
-  all.reserve(static_cast<size_t>(count));
-  for (int32_t i = 0; i < count; ++i) {
-    Variant id;
-    Check(ids->Item(i, id.Out()));
-    all.emplace_back(id.view());
-  }
-  return all;
+  return TextsOf(list);
 }
 
 void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present, bool all) {
@@ -102,9 +109,9 @@ void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present, bool all) 
   try {
     ComPtr<IStatusDBItemTree> tree;
     Check(status_->GetBackupStatusDB(tree.Out()));
-    before = Flatten(std::move(tree));
+    before = Flatten(std::move(tree), kind_.isTree);
     Check(status_->GetCurrentStatusDB(tree.Out()));
-    now = Flatten(std::move(tree));
+    now = Flatten(std::move(tree), kind_.isTree);
     if (IsFiltered() && (all || HasGone(before, now))) {
       for (std::u16string& id : AllIds()) there.insert(std::move(id));
     }
@@ -124,21 +131,52 @@ void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present, bool all) 
       agreed.erase(found);
     }
     item.id = std::move(entry.id);
-    if (IsSubItemId(item.id)) {
-      item.modified = entry.modified;
-      item.md5 = std::move(entry.md5);
-    }
+    item.isFolder = entry.isFolder;
+    item.parent = std::move(entry.parent);
+    if (IsSubItemId(item.id) || kind_.isTree) item.modified = entry.modified;
+    if (IsSubItemId(item.id)) item.md5 = std::move(entry.md5);
     there.erase(item.id);
     items.push_back(std::move(item));
   }
   present = static_cast<int64_t>(items.size() + there.size());
   for (const StatusEntry& entry : before) {
     if (!agreed.contains(entry.id)) continue;
-    const bool filtered = there.erase(entry.id) != 0;
-    items.push_back({entry.id, 0, filtered ? PcChange::Filtered : PcChange::Gone});
+    PcItem item;
+    item.id = entry.id;
+    item.change = there.erase(entry.id) != 0 ? PcChange::Filtered : PcChange::Gone;
+    item.isFolder = entry.isFolder;
+    item.parent = entry.parent;
+    if (kind_.isTree) item.modified = entry.modified;
+    items.push_back(std::move(item));
   }
+  if (kind_.isTree) RequireReadable(items);
   if (!all) return;
   for (const std::u16string& id : there) items.push_back({id, 0, PcChange::Filtered});
+}
+
+// The store takes a folder that cannot be opened for an empty one.
+void PcStore::RequireReadable(const std::vector<PcItem>& items) {
+  std::unordered_set<std::u16string_view> emptied;
+  for (const PcItem& item : items) {
+    if (item.change == PcChange::Gone) emptied.insert(item.parent);
+  }
+  for (const PcItem& item : items) {
+    if (item.change != PcChange::Gone) emptied.erase(item.parent);
+  }
+  for (const PcItem& item : items) {
+    if (item.change == PcChange::Gone || !item.isFolder || !emptied.contains(item.id)) continue;
+    std::u16string path = FavoritesFolder();
+    path.append(u"\\").append(FromUtf8(Label(item)));
+    std::ranges::replace(path, u'/', u'\\');
+    std::vector<EntryInfo> entries;
+    const SystemError error = ListFolder(path, ListDetail::Names, entries);
+    const bool isGone = error == kFileNotFound || error == kPathNotFound;
+    // It may be there for this look alone.
+    const bool isEmpty = error == kNoError && std::ranges::none_of(entries, MayTakePart);
+    if (isGone || isEmpty) continue;
+    throw StoreFailure("the folder " + Label(item) + " of the Favorites cannot be read (error " +
+                       std::to_string(error) + "); what is in it would look deleted");
+  }
 }
 
 }  // namespace qv

@@ -1,6 +1,7 @@
 #include "host/engine/pc_side.h"
 
 #include "framework/class_table.h"
+#include "host/engine/bookmark_text.h"
 #include "host/engine/report_words.h"
 #include "platform/com/lists.h"
 #include "support/text.h"
@@ -32,6 +33,19 @@ std::string ContentText(IUnknown* object) {
 }
 
 }  // namespace
+
+std::vector<std::u16string> TextsOf(const ComPtr<IUnknown>& list) {
+  std::vector<std::u16string> texts;
+  const auto values = Query<IVarList>(list);
+  int32_t count = 0;
+  if (values) Check(values->Count(&count));
+  for (int32_t i = 0; i < count; ++i) {
+    Variant text;
+    Check(values->Item(i, text.Out()));
+    texts.emplace_back(text.view());
+  }
+  return texts;
+}
 
 PcSide::PcSide(Profile& profile) : profile_(profile) {
   // The database is the engine's: it keeps a hand on the object that the manager is about to make.
@@ -183,10 +197,20 @@ ComPtr<IItemCommon> PcStore::Parse(std::string_view text) {
   return parsed;
 }
 
-ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, Duplicate& duplicate) {
+ComPtr<IItemCommon> PcStore::ParseFolder(std::string_view text) {
+  ComPtr<IUnknown> item;
+  const auto converter = CreateInstance<IConverter>(CLSID_FolderConverter);
+  Check(converter->Parse(Content(text).get(), item.Out()));
+  return Query<IItemCommon>(item);
+}
+
+ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, const PcPlace& place,
+                                           Duplicate& duplicate) {
   const ComPtr<IContentData> content = Content(text);
   const DatabaseReason reason;
-  if (Failed(store_->CachParseData(root_, mimeType_, content.get()))) return nullptr;
+  const Bstr parent(place.parent);
+  const Bstr& type = TypeOf(place);
+  if (Failed(store_->CachParseData(parent, type, content.get()))) return nullptr;
   ComPtr<IUnknown> item;
   Bstr match;
   BOOL found = kFalse;
@@ -194,8 +218,8 @@ ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, Duplicate& dup
   auto parsed = Query<IItemCommon>(item);
   const std::string misfit = MisfitOf(kind_, parsed);
   if (Succeeded(status) && misfit.empty()) {
-    status = store_->ProcessDuplication(root_, content.get(), mimeType_, match.Out(),
-                                        &duplicate.winner, &found);
+    status = store_->ProcessDuplication(parent, content.get(), type, match.Out(), &duplicate.winner,
+                                        &found);
   }
   store_->UnCachParseData();  // `Add` would take what is kept for its own
   // Known even where noting the match has failed.
@@ -244,16 +268,18 @@ PcText PcStore::Get(const std::u16string& id, bool forPhone) {
   return result;
 }
 
-std::u16string PcStore::Add(std::string_view text) {
+std::u16string PcStore::Add(std::string_view text, const PcPlace& place) {
   const DatabaseReason reason;
   Bstr id;
-  const HRESULT status = store_->Add(Content(text).get(), mimeType_, root_, id.Out());
+  const HRESULT status =
+      store_->Add(Content(text).get(), TypeOf(place), Bstr(place.parent), id.Out());
   if (Failed(status)) throw ItemError(reason.Explain(Refused(text), status));
   return id.str();
 }
 
 // What may be wrong with a text that the store has refused.
 std::string PcStore::Refused(std::string_view text) {
+  if (kind_.isTree) return "the PC cannot take it";
   const auto calendar = Query<ICalendarItem>(Parse(text));
   Bstr series;
   if (calendar) Check(calendar->get_ParentRecurUid(series.Out()));
@@ -262,12 +288,59 @@ std::string PcStore::Refused(std::string_view text) {
          ", which is not there or has another one of the same occurrence";
 }
 
-void PcStore::Replace(const std::u16string& id, std::string_view text) {
+void PcStore::Replace(const std::u16string& id, std::string_view text, const PcPlace& place) {
   const DatabaseReason reason;
   Bstr fields;
-  const HRESULT status =
-      store_->Replace(Bstr(id), Content(text).get(), mimeType_, kFalse, root_, fields.Out());
+  const HRESULT status = store_->Replace(Bstr(id), Content(text).get(), TypeOf(place), kFalse,
+                                         Bstr(place.parent), fields.Out());
   if (Failed(status)) throw ItemError(reason.Explain(Refused(text), status));
+}
+
+void PcStore::DeleteFolder(const std::u16string& id,
+                           const std::unordered_set<std::u16string>& known) {
+  const DatabaseReason reason;
+  ComPtr<IUnknown> list;
+  HRESULT status = store_->GetSubUids(Bstr(id), list.Out());
+  if (Failed(status)) throw ItemError(reason.Explain("its content cannot be looked up", status));
+  for (const std::u16string& inside : TextsOf(list)) {
+    if (!known.contains(inside)) {
+      throw ItemError("there is something new in it on the PC; it is taken up next time");
+    }
+  }
+  status = store_->Delete(Bstr(id), kTrue);
+  if (Failed(status)) {
+    throw ItemError(reason.Explain("the PC cannot delete it; other files may be in it", status));
+  }
+}
+
+std::u16string PcStore::FolderName(const std::u16string& id) {
+  return TitleOf(*Get(id, false).item);
+}
+
+bool PcStore::IsAt(const std::u16string& id, std::u16string_view title,
+                   std::u16string_view parent) {
+  Bstr now;
+  return TitleOf(*Get(id, false).item) == title &&
+         Succeeded(store_->GetParentUid(Bstr(id), now.Out())) && now.view() == parent;
+}
+
+std::string PcStore::Label(const PcItem& item) {
+  if (!kind_.isTree) return ToUtf8(item.id);
+  std::string label;
+  for (std::u16string id = item.id; !id.empty() && id != root_.view();) {
+    std::u16string title;
+    try {
+      title = TitleOf(*Get(id, false).item);
+    } catch (const ItemError&) {
+      // It has but its number.
+    }
+    std::string part = title.empty() ? "number " + ToUtf8(id) : ToUtf8(title);
+    label = label.empty() ? std::move(part) : part.append("/").append(label);
+    Bstr parent;
+    if (Failed(store_->GetParentUid(Bstr(id), parent.Out()))) break;
+    id = parent.str();
+  }
+  return label;
 }
 
 void PcStore::Delete(const std::u16string& id) {
@@ -285,16 +358,24 @@ void PcStore::Sent(SENTCMD_TYPE command, const std::u16string& id) {
 // The store's note of an exception has no hash, and one that changes twice in a second would look
 // unchanged.
 void PcStore::Sent(SENTCMD_TYPE command, const PcItem& item) {
+  if (kind_.isTree) {
+    const DatabaseReason reason;
+    const HRESULT status = store_->OnProcesseSentCmdSuccess(
+        command, Bstr(item.id), Bstr(item.parent), ToBool(item.isFolder));
+    if (Failed(status)) throw ItemError(reason.Explain("it cannot be noted as sent", status));
+    return;
+  }
   Sent(command, item.id);
-  if (IsSubItemId(item.id)) UpdateStatus(STATDBUPDATE_REPL, item.id, item.modified, item.md5);
+  if (IsSubItemId(item.id)) UpdateStatus(STATDBUPDATE_REPL, item.id, {}, item.modified, item.md5);
 }
 
-void PcStore::UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id, DATE modified,
-                           const std::u16string& md5) {
+void PcStore::UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id,
+                           const PcPlace& place, DATE modified, const std::u16string& md5) {
   const DatabaseReason reason;
   const auto item = CreateInstance<IStatusDBItem>(CLSID_StatusDBItem);
   Check(item->put_sourceUid(Bstr(id)));
-  Check(item->put_parentUid(root_));
+  Check(item->put_parentUid(Bstr(place.parent)));
+  Check(item->put_IsFolder(ToBool(place.isFolder)));
   Check(item->put_modified(modified));
   if (!md5.empty()) Check(item->put_md5(Bstr(md5)));
   const HRESULT status = status_->UpdateBackupStatusDB(command, item.get());
@@ -306,8 +387,8 @@ void PcStore::NotOnPhone(const std::u16string& id) {
 }
 
 // A row without a time is like no item.
-void PcStore::MarkPending(const std::u16string& id) {
-  UpdateStatus(STATDBUPDATE_REPL, id);
+void PcStore::MarkPending(const std::u16string& id, const PcPlace& place) {
+  UpdateStatus(STATDBUPDATE_REPL, id, place);
 }
 
 void PcStore::AdoptUid(const std::u16string& id, const std::u16string& uid) {

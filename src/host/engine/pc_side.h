@@ -4,9 +4,10 @@
 
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
-#include "framework/store_contract.h"
+#include "framework/store_base.h"
 #include "host/engine/errors.h"
 #include "host/engine/model.h"
 #include "host/profile.h"
@@ -68,6 +69,12 @@ struct PcText {
   std::string text;
 };
 
+// Where an item of a tree goes on the PC side; anywhere else it goes on top.
+struct PcPlace {
+  std::u16string parent = u"/";
+  bool isFolder = false;
+};
+
 // What the store said of an incoming text in a slow sync.
 struct Duplicate {
   std::u16string sourceUid;  // empty for none
@@ -89,8 +96,11 @@ class PcStore {
 
   // The item of a text; null for one that cannot be read.
   ComPtr<IItemCommon> Parse(std::string_view text);
+  // The same of a folder document.
+  ComPtr<IItemCommon> ParseFolder(std::string_view text);
   // The same, and whether the PC side has it already. Null as with Parse.
-  ComPtr<IItemCommon> ParseAndMatch(std::string_view text, Duplicate& duplicate);
+  ComPtr<IItemCommon> ParseAndMatch(std::string_view text, const PcPlace& place,
+                                    Duplicate& duplicate);
   RESV_CONFLTLASTMODIFIED WhoIsNewer(const std::u16string& id, std::string_view text);
   // The exception of a series that stands for the same occurrence as the incoming one; empty for
   // none.
@@ -98,16 +108,24 @@ class PcStore {
 
   // With `forPhone` the text's time follows the PC's, as it must when it is sent.
   PcText Get(const std::u16string& id, bool forPhone);
-  std::u16string Add(std::string_view text);
-  void Replace(const std::u16string& id, std::string_view text);
+  std::u16string Add(std::string_view text, const PcPlace& place = {});
+  void Replace(const std::u16string& id, std::string_view text, const PcPlace& place = {});
   void Delete(const std::u16string& id);
+  // With all that is in it, into the recycle bin. Throws ItemError when there is more in it than
+  // `known` (identifiers).
+  void DeleteFolder(const std::u16string& id, const std::unordered_set<std::u16string>& known);
+  std::u16string FolderName(const std::u16string& id);
+  // Whether the entry of a tree has this title and lies in this folder.
+  bool IsAt(const std::u16string& id, std::u16string_view title, std::u16string_view parent);
+  // How a person knows the item: its path in a tree, else the identifier.
+  std::string Label(const PcItem& item);
   // The phone has taken over what was sent.
   void Sent(SENTCMD_TYPE command, const std::u16string& id);
   void Sent(SENTCMD_TYPE command, const PcItem& item);
   // The phone has it not, or no longer. All else that is known of the item stays.
   void NotOnPhone(const std::u16string& id);
   // The item changed on the PC, and the phone does not know yet, whatever the store has noted.
-  void MarkPending(const std::u16string& id);
+  void MarkPending(const std::u16string& id, const PcPlace& place = {});
   // The item is known to the phone by this uid.
   void AdoptUid(const std::u16string& id, const std::u16string& uid);
 
@@ -120,11 +138,16 @@ class PcStore {
 
  private:
   ComPtr<IContentData> Content(std::string_view text);
+  const Bstr& TypeOf(const PcPlace& place) const {
+    return place.isFolder ? folderType_ : mimeType_;
+  }
+  // What seems to be gone from folders that are there must not be so because they cannot be read.
+  void RequireReadable(const std::vector<PcItem>& items);
   std::string Refused(std::string_view text);
   bool IsFiltered() const;
   std::vector<std::u16string> AllIds();
-  void UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id, DATE modified = 0.0,
-                    const std::u16string& md5 = {});
+  void UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id, const PcPlace& place = {},
+                    DATE modified = 0.0, const std::u16string& md5 = {});
 
   PcSide& side_;
   const StoreKind& kind_;
@@ -132,8 +155,12 @@ class PcStore {
   ComPtr<IStatusDB> status_;
   ComPtr<IConverter> converter_;
   Bstr mimeType_;
+  Bstr folderType_{kFolderMimeType};
   Bstr root_{u"/"};
 };
+
+// The texts of an IVarList; none for null. Throws StatusError.
+std::vector<std::u16string> TextsOf(const ComPtr<IUnknown>& list);
 
 // Of an item's content, as `PcItem` keeps it; 0 when the item has none.
 uint64_t StampOf(std::u16string_view md5);

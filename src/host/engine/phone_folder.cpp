@@ -10,6 +10,7 @@ namespace qv {
 namespace {
 
 constexpr size_t kLongestUidName = 100;
+constexpr size_t kLongestTitleName = 150;  // bytes
 constexpr std::u16string_view kNameSigns = u"._@+-";
 
 bool IsNameSign(char16_t c) {
@@ -34,22 +35,73 @@ Files& TheFiles() {
   return Service<Files>::Get();
 }
 
+// What every file system takes: no sign of a path, no control character, no blank or dot at the
+// end, no dot in front.
+std::string NameOfTitle(std::u16string_view title) {
+  std::u16string name(title);
+  SanitizeFileName(name);
+  std::ranges::replace_if(
+      name, [](char16_t c) { return c < u' ' || c == 0x7F; }, u'+');
+  if (name.starts_with(u'.')) name.front() = u'+';
+  std::string stem = ToUtf8(name);
+  if (stem.size() > kLongestTitleName) {
+    size_t end = kLongestTitleName;
+    while (end > 0 && (static_cast<unsigned char>(stem[end]) & 0xC0) == 0x80) --end;
+    stem.resize(end);
+  }
+  while (stem.ends_with(' ') || stem.ends_with('.')) stem.pop_back();
+  return stem.empty() ? "untitled" : stem;
+}
+
 }  // namespace
 
-PhoneFolder::PhoneFolder(std::string folder, std::string_view extension)
-    : folder_(std::move(folder)), extension_(extension) {}
+PhoneFolder::PhoneFolder(std::string folder, std::string_view extension, bool isTree)
+    : folder_(std::move(folder)), extension_(extension), isTree_(isTree) {}
+
+std::string PhoneFolder::PathOf(std::string_view name) const {
+  if (IsFolderName(name)) name.remove_suffix(1);
+  return name.empty() ? folder_ : std::string(folder_).append("/").append(name);
+}
+
+bool PhoneFolder::IsItem(std::string_view name) const {
+  return name.size() > extension_.size() &&
+         EqualsIgnoreCase(name.substr(name.size() - extension_.size()),
+                          std::string_view(extension_));
+}
+
+std::error_code PhoneFolder::ListBelow(const std::string& folder, std::vector<FolderEntry>& items) {
+  std::vector<FolderEntry> entries;
+  if (const std::error_code error = TheFiles().List(PathOf(folder), entries)) return error;
+  for (FolderEntry& entry : entries) {
+    if (entry.name.starts_with('.')) continue;
+    entry.name.insert(0, folder);
+    if (!entry.info.isFolder) {
+      if (IsItem(entry.name)) items.push_back(std::move(entry));
+      continue;
+    }
+    EntryStat stat;
+    const std::error_code error =
+        isTree_ ? TheFiles().StatEntry(PathOf(entry.name), stat) : std::error_code();
+    if (error && error != std::errc::no_such_file_or_directory) return error;
+    if (!isTree_ || error || stat.kind != EntryKind::Folder) continue;
+    entry.name += '/';
+    items.push_back(std::move(entry));
+  }
+  return {};
+}
 
 std::error_code PhoneFolder::List(std::vector<FolderEntry>& items) {
   items.clear();
-  if (const std::error_code error = TheFiles().List(folder_, items)) return error;
-  std::erase_if(items, [this](const FolderEntry& entry) {
-    const std::string_view name = entry.name;
-    return entry.info.isFolder || name.starts_with('.') || name.size() <= extension_.size() ||
-           !EqualsIgnoreCase(name.substr(name.size() - extension_.size()),
-                             std::string_view(extension_));
-  });
+  std::error_code error = ListBelow("", items);
+  for (size_t i = 0; !error && i < items.size(); ++i) {
+    if (!items[i].info.isFolder) continue;
+    const std::string folder = items[i].name;
+    error = ListBelow(folder, items);
+    if (error == std::errc::no_such_file_or_directory) error.clear();
+  }
+  if (error) items.clear();
   std::ranges::sort(items, {}, &FolderEntry::name);
-  return {};
+  return error;
 }
 
 std::error_code PhoneFolder::Stat(const std::string& name, FileInfo& info) const {
@@ -60,36 +112,72 @@ std::error_code PhoneFolder::Read(const std::string& name, std::string& text) co
   return TheFiles().Read(PathOf(name), text);
 }
 
-std::error_code PhoneFolder::Write(const std::string& name, std::string_view text) const {
+std::error_code PhoneFolder::Write(const std::string& name, std::string_view text) {
+  Touch(name);
   return TheFiles().WriteAtomic(PathOf(name), text);
 }
 
-std::error_code PhoneFolder::Remove(const std::string& name) const {
-  return TheFiles().Remove(PathOf(name));
+std::error_code PhoneFolder::Remove(const std::string& name) {
+  Touch(name);
+  return IsFolderName(name) ? TheFiles().RemoveFolder(PathOf(name))
+                            : TheFiles().Remove(PathOf(name));
 }
 
-std::error_code PhoneFolder::Sync() const {
-  return TheFiles().SyncFolder(folder_);
+std::error_code PhoneFolder::MakeFolder(const std::string& name) {
+  Touch(name);
+  return TheFiles().MakeNewFolder(PathOf(name));
+}
+
+std::error_code PhoneFolder::Rename(const std::string& from, const std::string& to) {
+  Touch(from);
+  Touch(to);
+  return TheFiles().RenameNew(PathOf(from), PathOf(to));
+}
+
+std::error_code PhoneFolder::Sync() {
+  std::error_code first;
+  for (const std::string& folder : touched_) {
+    const std::error_code error = TheFiles().SyncFolder(PathOf(folder));
+    // One that was removed since has gone with all that was in it.
+    if (!folder.empty() && error == std::errc::no_such_file_or_directory) continue;
+    if (!first) first = error;
+  }
+  touched_.clear();
+  return first;
 }
 
 std::error_code PhoneFolder::Make() const {
   return TheFiles().MakeFolder(folder_);
 }
 
+std::string PhoneFolder::Numbered(std::string_view folder, const std::string& stem,
+                                  std::string_view tail) {
+  const auto [taken, isNew] = taken_.try_emplace(std::string(folder));
+  if (isNew) {
+    std::vector<FolderEntry> entries;
+    // A folder that cannot be listed cannot be written to either.
+    static_cast<void>(TheFiles().List(PathOf(folder), entries));
+    for (FolderEntry& entry : entries) taken->second.insert(Lower(std::move(entry.name)));
+  }
+  std::string name = stem;
+  name += tail;
+  for (int n = 2; !taken->second.insert(Lower(name)).second; ++n) {
+    name = stem;
+    name.append("(").append(std::to_string(n)).append(")").append(tail);
+  }
+  return std::string(folder).append(name);
+}
+
 std::string PhoneFolder::FreeName(std::u16string_view uid) {
   std::string stem = ToUtf8(IsFitForName(uid) ? std::u16string(uid) : ComputeMd5(uid));
   if (stem.empty()) stem = ToUtf8(MakeGuidText());  // the checksum service is broken
-  if (!taken_) {
-    taken_.emplace();
-    std::vector<FolderEntry> entries;
-    // A folder that cannot be listed cannot be written to either.
-    static_cast<void>(TheFiles().List(folder_, entries));
-    for (FolderEntry& entry : entries) taken_->insert(Lower(std::move(entry.name)));
-  }
-  std::string name = stem + extension_;
-  for (int n = 2; !taken_->insert(Lower(name)).second; ++n) {
-    name = stem + "(" + std::to_string(n) + ")" + extension_;
-  }
+  return Numbered("", stem, extension_);
+}
+
+std::string PhoneFolder::FreeName(std::string_view folder, std::u16string_view title,
+                                  bool isFolder) {
+  std::string name = Numbered(folder, NameOfTitle(title), isFolder ? "" : extension_);
+  if (isFolder) name += '/';
   return name;
 }
 

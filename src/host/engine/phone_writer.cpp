@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <system_error>
 
+#include "host/engine/bookmark_text.h"
 #include "host/engine/runner.h"
 #include "host/engine/runner_try.h"
 #include "host/engine/scan.h"
@@ -38,6 +39,7 @@ struct Runner::Outgoing {
   RecordRow row;  // as it will stand in the record
   std::string text;
   std::optional<ConflictNote> note;
+  bool isNew = false;
   bool failed = false;
 };
 
@@ -51,17 +53,26 @@ void Runner::RequirePhoneUnchanged(const PhoneItem& item, bool mayBeGone) const 
 
 // The text for the phone, and the loser of a conflict put aside.
 void Runner::Gather(const PlanStep& step, Outgoing& out) {
-  const ItemLink& link = At(run_.sides.links, step.link);
+  ItemLink& link = At(run_.sides.links, step.link);
+  const PcItem& source = At(run_.sides.pc, link.pc);
+  if (unplaced_.contains(step.link)) throw ItemError("it could not be moved on the PC");
   out.step = &step;
-  out.row.sourceUid = At(run_.sides.pc, link.pc).id;
-  PcText onPc = run_.pc.Get(out.row.sourceUid, true);
+  out.isNew = link.phone < 0;
+  out.row.sourceUid = source.id;
+  PcText onPc = run_.pc.Get(source.id, true);
+  if (source.isFolder) return GatherFolder(link, *onPc.item, out);
   out.text = std::move(onPc.text);
+  if (run_.sides.isTree && !out.isNew) {
+    out.text = WithExtrasOf(TextOf(run_.phone, At(run_.sides.phone, link.phone)), out.text);
+  }
   out.row.uid = UidOf(*onPc.item);
   const auto hash = Service<Md5Provider>::Get().Digest(out.text);
   if (!hash) throw ItemError("the checksum service failed");
   out.row.hash = *hash;
-  if (link.phone < 0) {
-    out.row.name = run_.phone.FreeName(out.row.uid);
+  if (out.isNew) {
+    out.row.name = run_.sides.isTree
+                       ? run_.phone.FreeName(PhonePlaceFor(link), TitleOf(*onPc.item), false)
+                       : run_.phone.FreeName(out.row.uid);
     return;
   }
   const PhoneItem& item = At(run_.sides.phone, link.phone);
@@ -71,6 +82,23 @@ void Runner::Gather(const PlanStep& step, Outgoing& out) {
   }
 }
 
+// Noted at once: what goes into it in the same batch must know its name.
+void Runner::GatherFolder(ItemLink& link, IItemCommon& folder, Outgoing& out) {
+  PhoneItem made;
+  made.name = run_.phone.FreeName(PhonePlaceFor(link), TitleOf(folder), true);
+  made.isFolder = true;
+  out.row.name = made.name;
+  link.phone = IndexOf(run_.sides.phone);
+  link.phoneParent = link.pcParent;
+  run_.sides.phone.push_back(std::move(made));
+}
+
+// A file or folder of the phone; the failure is that of the device.
+std::error_code Runner::WriteOne(const Outgoing& out) {
+  return IsFolderName(out.row.name) ? run_.phone.MakeFolder(out.row.name)
+                                    : run_.phone.Write(out.row.name, out.text);
+}
+
 void Runner::WriteFiles(std::vector<Outgoing>& batch) {
   size_t written = 0;
   std::error_code last;
@@ -78,12 +106,12 @@ void Runner::WriteFiles(std::vector<Outgoing>& batch) {
     const ItemLink& link = At(run_.sides.links, out.step->link);
     const bool done = Try("phone", out.row.name, [&] {
       FileInfo info;
-      if (link.phone >= 0) {
+      if (!out.isNew) {
         RequirePhoneUnchanged(At(run_.sides.phone, link.phone), false);
       } else if (!run_.phone.Stat(out.row.name, info)) {
         throw ItemError(kChanged);
       }
-      const std::error_code error = run_.phone.Write(out.row.name, out.text);
+      const std::error_code error = WriteOne(out);
       if (!error) return;
       last = error;
       throw ItemError("cannot be written: " + error.message());
@@ -119,8 +147,10 @@ void Runner::Confirm(std::vector<Outgoing>& batch) {
       if (const std::error_code error = run_.phone.Stat(out.row.name, info)) {
         throw ItemError(error.message());
       }
-      out.row.size = info.size;
-      out.row.modifiedNs = info.modifiedNs;
+      if (!info.isFolder) {
+        out.row.size = info.size;
+        out.row.modifiedNs = info.modifiedNs;
+      }
       run_.pc.Sent(out.step->act == Act::PhoneAdd ? SENTCMD_ADD : SENTCMD_REPL,
                    At(run_.sides.pc, At(run_.sides.links, out.step->link).pc));
     });
@@ -183,8 +213,9 @@ bool Runner::DeletePhone(Steps steps) {
     const ItemLink& link = At(run_.sides.links, step.link);
     const PhoneItem& item = At(run_.sides.phone, link.phone);
     const bool done = Try("phone", item.name, [&] {
-      RequirePhoneUnchanged(item, true);
-      if (const std::error_code error = run_.phone.Remove(item.name)) {
+      if (!item.isFolder) RequirePhoneUnchanged(item, true);
+      const std::error_code error = run_.phone.Remove(item.name);
+      if (error && !(item.isFolder && error == std::errc::no_such_file_or_directory)) {
         throw ItemError("cannot be deleted: " + error.message());
       }
     });

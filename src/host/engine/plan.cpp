@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "host/engine/plan_recurrence.h"
+#include "host/engine/plan_tree.h"
 #include "support/text.h"
 
 namespace qv {
@@ -89,7 +91,7 @@ PairState StateOf(const Inventory& sides, const ItemLink& link) {
   if (link.pc >= 0) {
     const PcChange change = At(sides.pc, link.pc).change;
     // On record, yet the store knows of no agreement: only a look at the contents can tell.
-    agreed = change != PcChange::New;
+    agreed = change != PcChange::New || link.relocated;
     if (change != PcChange::Gone) state.pc = change == PcChange::Same ? kSame : kChanged;
   }
   if (link.phone >= 0) {
@@ -211,7 +213,7 @@ bool IsDoubtful(const Doubts& doubts, const PlanStep& step) {
 }
 
 constexpr std::string_view kActWords[] = {
-    "",     "pc add", "pc replace", "phone add",    "phone replace",
+    "",     "pc add", "pc replace", "pc move",      "phone add", "phone move", "phone replace",
     "pair", "",       "pc delete",  "phone delete", "",
 };
 
@@ -225,15 +227,17 @@ constexpr Rank kRanks[] = {
     {0, 0},    // Adopt
     {1, 4},    // PcAdd
     {2, 3},    // PcReplace: it may leave the occurrence that a new exception is of
+    {2, 3},    // PcMove
     {6, 6},    // PhoneAdd
-    {7, 7},    // PhoneReplace
-    {8, 8},    // Pair
-    {9, 9},    // Remember
-    {10, 5},   // PcDelete
-    {12, 12},  // PhoneDelete
-    {13, 13},  // Forget
+    {7, 7},    // PhoneMove: before the file is another one
+    {8, 8},    // PhoneReplace
+    {9, 9},    // Pair
+    {10, 10},  // Remember
+    {11, 5},   // PcDelete
+    {13, 13},  // PhoneDelete
+    {14, 14},  // Forget
 };
-constexpr int kPcDeleteWithSeries = 11;
+constexpr int kPcDeleteWithParent = 12;
 
 }  // namespace
 
@@ -286,19 +290,20 @@ SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides) {
     }
     plan.steps.push_back(step);
   }
-  PlanRecurrence(sides, plan);
+  sides.isTree ? PlanTree(sides, plan) : PlanRecurrence(sides, plan);
   for (const PlanStep& step : plan.steps) {
     plan.pcDeletes += step.act == Act::PcDelete;
     if (step.act != Act::PhoneDelete) continue;
     ++plan.phoneDeletes;
     plan.phoneFiltered += IsFiltered(sides, At(sides.links, step.link));
   }
-  std::ranges::stable_sort(plan.steps, {}, RankOf);
+  std::ranges::stable_sort(
+      plan.steps, {}, [](const PlanStep& step) { return std::pair(RankOf(step), step.order); });
   return plan;
 }
 
 int RankOf(const PlanStep& step) {
-  if (step.withSeries && step.act == Act::PcDelete) return kPcDeleteWithSeries;
+  if (step.withParent && step.act == Act::PcDelete) return kPcDeleteWithParent;
   const Rank& rank = kRanks[static_cast<size_t>(step.act)];
   return step.isException ? rank.exception : rank.plain;
 }
@@ -307,7 +312,8 @@ std::string ItemOf(const PlanStep& step, const Inventory& sides) {
   const ItemLink& link = At(sides.links, step.link);
   if (link.phone >= 0) return At(sides.phone, link.phone).name;
   if (link.record >= 0) return At(sides.records, link.record).name;
-  return ToUtf8(At(sides.pc, link.pc).id);
+  const PcItem& item = At(sides.pc, link.pc);
+  return item.label.empty() ? ToUtf8(item.id) : item.label;
 }
 
 std::string DescribeStep(const PlanStep& step, const Inventory& sides) {

@@ -13,8 +13,10 @@ namespace qv {
 enum class Act : uint8_t {
   Adopt,  // the PC's item takes the phone's uid; it shows nowhere
   PcAdd,
-  PcReplace,
+  PcReplace,  // also into the folder that the phone has it in, see `Placing`
+  PcMove,     // only that
   PhoneAdd,
+  PhoneMove,  // to the PC's folder, and to the name that it has there
   PhoneReplace,
   Pair,      // both sides hold the same: note the agreement
   Remember,  // only the record is behind (a touched or renamed file)
@@ -26,12 +28,18 @@ enum class Act : uint8_t {
 // What became of an item that both sides changed.
 enum class Conflict : uint8_t { None, PcWon, PhoneWon, Same };
 
+// Whose folder counts for a pair that lies in different ones.
+enum class Placing : uint8_t { Same, AsOnPhone, AsOnPc };
+
 struct PlanStep {
   int32_t link = -1;
   Act act = Act::Pair;
   Conflict conflict = Conflict::None;
   bool isException = false;  // of a series
-  bool withSeries = false;   // goes because its series goes
+  bool withParent = false;   // goes because its series, or the folder that it is in, goes
+  Placing placing = Placing::Same;
+  bool isExtra = false;  // beside another step for the same item: it counts no further
+  int32_t order = 0;     // among steps of one rank: folders from the top down, or up for deleting
 };
 
 struct SyncPlan {

@@ -102,7 +102,7 @@ class RecurrencePlan {
   int32_t SeriesOf(int32_t link) const;
   void Revive();
   void Settle(int32_t exception, int32_t series);
-  void GoWithSeries(int32_t exception);
+  void GoWithParent(int32_t exception);
 
   const Inventory& sides_;
   SyncPlan& plan_;
@@ -152,7 +152,7 @@ void RecurrencePlan::Revive() {
 
 void RecurrencePlan::Settle(int32_t exception, int32_t series) {
   const bool isThere = At(sides_.links, exception).phone >= 0;
-  if (Does(series, Act::PcDelete)) return GoWithSeries(exception);
+  if (Does(series, Act::PcDelete)) return GoWithParent(exception);
   // The series survives a deletion because the other side changed it; its exceptions do too.
   if (Does(series, Act::PcAdd) && (Does(exception, Act::PhoneDelete) || IsLeftOnPhone(exception))) {
     return Change(exception, Act::PcAdd);
@@ -174,10 +174,10 @@ void RecurrencePlan::Settle(int32_t exception, int32_t series) {
   }
 }
 
-void RecurrencePlan::GoWithSeries(int32_t exception) {
+void RecurrencePlan::GoWithParent(int32_t exception) {
   const ItemLink& link = At(sides_.links, exception);
   if (PlanStep* step = StepOf(exception); step != nullptr && step->act == Act::PcDelete) {
-    step->withSeries = true;
+    step->withParent = true;
     return;
   }
   if (link.phone < 0) return;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <optional>
 
+#include "host/engine/bookmark_text.h"
 #include "host/engine/report_words.h"
 #include "host/engine/runner_try.h"
 #include "host/engine/scan.h"
 #include "pim/outlook_manager.h"
+#include "support/date_time.h"
 #include "support/text.h"
 #include "support/user_flags.h"
 
@@ -45,6 +47,12 @@ void ProgressMeter::Done() {
 }
 
 bool Runner::Run(const SyncPlan& plan) {
+  if (run_.sides.isTree) ForgetGone();
+  for (const PlanStep& step : plan.steps) {
+    if (step.act == Act::PcDelete) {
+      leaving_.insert(At(run_.sides.pc, At(run_.sides.links, step.link).pc).id);
+    }
+  }
   Steps rest(plan.steps);
   while (!rest.empty()) {
     const Act act = rest.front().act;
@@ -57,8 +65,12 @@ bool Runner::Run(const SyncPlan& plan) {
       case Act::Adopt:
       case Act::PcAdd:
       case Act::PcReplace:
+      case Act::PcMove:
       case Act::PcDelete:
         finished = ChangePc(batch);
+        break;
+      case Act::PhoneMove:
+        finished = MovePhone(batch);
         break;
       case Act::PhoneAdd:
       case Act::PhoneReplace:
@@ -85,16 +97,24 @@ void Runner::Fail(const char* side, const std::string& item, std::string reason)
 std::string Runner::NameOf(const ItemLink& link) const {
   if (link.phone >= 0) return At(run_.sides.phone, link.phone).name;
   if (link.record >= 0) return At(run_.sides.records, link.record).name;
-  return ToUtf8(At(run_.sides.pc, link.pc).id);
+  return run_.pc.Label(At(run_.sides.pc, link.pc));
 }
 
 RecordRow Runner::RowOf(const PhoneItem& item, std::u16string sourceUid) const {
   return {item.name, item.size, item.modifiedNs, item.hash, item.uid, std::move(sourceUid)};
 }
 
+void Runner::Put(RecordRow row) {
+  for (const auto& [name, recorded] : staleFolders_) {
+    if (row.name.starts_with(name)) row.name.replace(0, name.size(), recorded);
+  }
+  run_.record.Put(run_.phoneId, run_.pc.kind().name, row);
+}
+
 void Runner::Drop(const ItemLink& link) {
   if (link.record < 0) return;
-  run_.record.Remove(run_.phoneId, run_.pc.kind().name, At(run_.sides.records, link.record).name);
+  run_.record.Remove(run_.phoneId, run_.pc.kind().name,
+                     At(run_.sides.records, link.record).sourceUid);
 }
 
 ConflictNote Runner::KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text) {
@@ -107,51 +127,85 @@ ConflictNote Runner::KeepLoser(const PlanStep& step, const PhoneItem& item, std:
 bool Runner::ChangePc(Steps steps) {
   for (const PlanStep& step : steps) {
     if (IsSyncStopped()) return false;
-    const ItemLink& link = At(run_.sides.links, step.link);
-    const std::string name = NameOf(link);
-    if (step.act == Act::PcDelete) {
-      Try("pc", name, [&] { DeleteFromPc(step); });
-    } else if (step.act == Act::Adopt) {
-      Try("pc", name, [&] { AdoptUid(link); });
-    } else {
-      const PhoneItem& item = At(run_.sides.phone, link.phone);
-      std::string text;
-      if (Try("phone", name, [&] { text = TextOf(run_.phone, item); })) {
-        Try("pc", name, [&] {
-          step.act == Act::PcAdd ? AddToPc(link, item, text) : ReplaceOnPc(step, item, text);
-        });
-      }
-    }
+    ChangeOne(step);
     progress_.Done();
   }
   return true;
 }
 
-void Runner::AddToPc(const ItemLink& link, const PhoneItem& item, std::string_view text) {
+void Runner::ChangeOne(const PlanStep& step) {
+  ItemLink& link = At(run_.sides.links, step.link);
+  const std::string name = NameOf(link);
+  switch (step.act) {
+    case Act::PcDelete:
+      Try("pc", name, [&] { DeleteFromPc(step); });
+      return;
+    case Act::Adopt:
+      Try("pc", name, [&] { AdoptUid(link); });
+      return;
+    case Act::PcMove:
+      if (!Try("pc", name, [&] { MoveOnPc(step); })) unplaced_.insert(step.link);
+      return;
+    default:
+      break;
+  }
+  std::string text;
+  if (!Try("phone", name, [&] { text = TextForPc(At(run_.sides.phone, link.phone)); })) return;
+  const bool done = Try(
+      "pc", name, [&] { step.act == Act::PcAdd ? AddToPc(link, text) : ReplaceOnPc(step, text); });
+  if (done) return;
+  unplaced_.insert(step.link);
+  const PhoneItem& item = At(run_.sides.phone, link.phone);
+  if (item.isFolder && link.record >= 0) {
+    staleFolders_.emplace_back(item.name, At(run_.sides.records, link.record).name);
+  }
+}
+
+std::string Runner::TextForPc(const PhoneItem& item) const {
+  if (item.isFolder) return FolderText(PcNameOfFolder(item));
+  const std::string text = TextOf(run_.phone, item);
+  return run_.sides.isTree ? ForPc(text, item.name) : text;
+}
+
+void Runner::AddToPc(ItemLink& link, std::string_view text) {
   PcTransaction transaction(run_.pc.side());
+  PlanStep asOnPhone;
+  asOnPhone.link = static_cast<int32_t>(&link - run_.sides.links.data());
+  asOnPhone.placing = Placing::AsOnPhone;
+  const PcPlace place = PcPlaceFor(asOnPhone);
   // What is known of the item that went, before its successor comes.
   if (link.pc >= 0) run_.pc.Sent(SENTCMD_DEL, At(run_.sides.pc, link.pc).id);
-  std::u16string id = run_.pc.Add(text);
+  std::u16string id = run_.pc.Add(text, place);
   KeepNeighboursState(id);
   transaction.Commit();
-  Put(RowOf(item, std::move(id)));
+  if (run_.sides.isTree) NoteOnPc(link, id, place);
+  Put(RowOf(At(run_.sides.phone, link.phone), std::move(id)));
   ++report_.pc.added;
 }
 
 // The PC's user may have been at it since the plan was made.
 void Runner::RequirePcUnchanged(const PcItem& item, const PcText* current) const {
-  if (current == nullptr || item.stamp == 0) return;
-  Bstr md5;
-  Check(current->item->get_Md5(md5.Out()));
-  const uint64_t stamp = StampOf(md5.view());
-  if (stamp != 0 && stamp != item.stamp) {
-    throw ItemError("it changed on the PC during the sync; it is taken up next time");
+  if (current == nullptr) return;
+  bool changed = false;
+  if (run_.sides.isTree) {
+    DATE modified = 0.0;
+    Check(current->item->get_Modified(&modified));
+    changed = !item.isFolder && CompareDateTime(modified, item.modified) != 0;
+  } else if (item.stamp != 0) {
+    Bstr md5;
+    Check(current->item->get_Md5(md5.Out()));
+    const uint64_t stamp = StampOf(md5.view());
+    changed = stamp != 0 && stamp != item.stamp;
   }
+  if (changed) throw ItemError("it changed on the PC during the sync; it is taken up next time");
 }
 
-void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::string_view text) {
-  const PcItem& target = At(run_.sides.pc, At(run_.sides.links, step.link).pc);
+void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
+  ItemLink& link = At(run_.sides.links, step.link);
+  const PhoneItem& item = At(run_.sides.phone, link.phone);
+  const PcItem& target = At(run_.sides.pc, link.pc);
   PcTransaction transaction(run_.pc.side());
+  const PcPlace place = PcPlaceFor(step);
   std::optional<PcText> current;
   try {
     current = run_.pc.Get(target.id, false);
@@ -163,7 +217,10 @@ void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::strin
   std::optional<ConflictNote> note;
   if (step.conflict == Conflict::PhoneWon) note = KeepLoser(step, item, current->text);
   std::u16string id = target.id;
-  if (HasMoved(target.id, item.seriesUid, current ? current->item.get() : nullptr)) {
+  if (run_.sides.isTree) {
+    if (!current) throw ItemError("the PC cannot read it");
+    id = ReplaceInPlace(target, TitleOf(*current->item), text, place);
+  } else if (HasMoved(target.id, item.seriesUid, current ? current->item.get() : nullptr)) {
     id = run_.pc.Add(text);
     run_.pc.Delete(target.id);
   } else {
@@ -172,6 +229,7 @@ void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::strin
   KeepNeighboursState(id);
   transaction.Commit();
   if (note) report_.conflicts.push_back(std::move(*note));
+  if (run_.sides.isTree) NoteOnPc(link, id, place);
   Put(RowOf(item, std::move(id)));
   ++report_.pc.replaced;
   report_.phoneWon += step.conflict == Conflict::PhoneWon;
@@ -182,6 +240,7 @@ void Runner::ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::strin
 // phone does not know yet stays to be sent.
 void Runner::KeepNeighboursState(const std::u16string& id) {
   settled_.insert(id);
+  if (run_.sides.isTree) return;
   if (families_.empty()) {
     for (const PcItem& item : run_.sides.pc) {
       Family& family = families_[std::u16string(SeriesPartOf(item.id))];
@@ -231,8 +290,13 @@ void Runner::DeleteFromPc(const PlanStep& step) {
   const ItemLink& link = At(run_.sides.links, step.link);
   const PcItem& target = At(run_.sides.pc, link.pc);
   PcTransaction transaction(run_.pc.side());
-  if (step.withSeries) {
-    // It went when its series did.
+  if (step.withParent) {
+    // It went when its series or folder did; or it is still there, because that could not go.
+    if (run_.sides.isTree &&
+        !settled_.contains(At(run_.sides.pc, At(run_.sides.links, link.pcParent).pc).id)) {
+      throw ItemError("its folder could not be deleted");
+    }
+    settled_.insert(target.id);
     run_.pc.Sent(SENTCMD_DEL, target.id);
     transaction.Commit();
     Drop(link);
@@ -246,7 +310,8 @@ void Runner::DeleteFromPc(const PlanStep& step) {
     // Gone, or beyond reading: either way it goes.
   }
   RequirePcUnchanged(target, current ? &*current : nullptr);
-  run_.pc.Delete(target.id);
+  target.isFolder ? run_.pc.DeleteFolder(target.id, leaving_) : run_.pc.Delete(target.id);
+  settled_.insert(target.id);
   transaction.Commit();
   Drop(link);
   ++report_.pc.deleted;

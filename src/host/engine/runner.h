@@ -45,7 +45,7 @@ struct RunSides {
   EngineRecord& record;
   ConflictFiles& conflicts;
   std::string phoneId;
-  const Inventory& sides;
+  Inventory& sides;  // what is made, moved or renamed on the way is noted here
 };
 
 class Runner {
@@ -65,12 +65,28 @@ class Runner {
   // to the end.
   bool ChangePc(Steps steps);
   bool WritePhone(Steps steps);
+  bool MovePhone(Steps steps);
   bool DeletePhone(Steps steps);
   bool Note(Steps steps);
 
-  void AddToPc(const ItemLink& link, const PhoneItem& item, std::string_view text);
-  void ReplaceOnPc(const PlanStep& step, const PhoneItem& item, std::string_view text);
+  void ChangeOne(const PlanStep& step);
+  std::string TextForPc(const PhoneItem& item) const;
+  void AddToPc(ItemLink& link, std::string_view text);
+  void ReplaceOnPc(const PlanStep& step, std::string_view text);
   void DeleteFromPc(const PlanStep& step);
+  // `title` is what the PC's item is called before.
+  std::u16string ReplaceInPlace(const PcItem& target, const std::u16string& title,
+                                std::string_view text, const PcPlace& place);
+
+  // Of a tree. The places throw ItemError for an item whose folder the other side does not have.
+  void ForgetGone();
+  PcPlace PcPlaceFor(const PlanStep& step) const;
+  std::string PhonePlaceFor(const ItemLink& link) const;
+  void NoteOnPc(ItemLink& link, const std::u16string& id, const PcPlace& place);
+  void MoveOnPc(const PlanStep& step);
+  bool MoveOnPhone(const PlanStep& step);
+  void NoteRenamed(int32_t link, const std::string& name);
+  void MoveInside(int32_t link, int32_t from, int32_t to);
   void AdoptUid(const ItemLink& link);
   void KeepNeighboursState(const std::u16string& id);
   void KeepState(const PcItem& item, bool isSeries);
@@ -80,6 +96,8 @@ class Runner {
 
   bool GatherBatch(Steps& steps, std::vector<Outgoing>& batch);
   void Gather(const PlanStep& step, Outgoing& out);
+  void GatherFolder(ItemLink& link, IItemCommon& folder, Outgoing& out);
+  std::error_code WriteOne(const Outgoing& out);
   void WriteFiles(std::vector<Outgoing>& batch);
   void SyncPhone();
   void Confirm(std::vector<Outgoing>& batch);
@@ -87,7 +105,7 @@ class Runner {
   // Puts the losing text aside; the note is for the report once the winner has been written.
   ConflictNote KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text);
 
-  void Put(RecordRow row) { run_.record.Put(run_.phoneId, run_.pc.kind().name, row); }
+  void Put(RecordRow row);
   void Drop(const ItemLink& link);
   RecordRow RowOf(const PhoneItem& item, std::u16string sourceUid) const;
   void Fail(const char* side, const std::string& item, std::string reason);
@@ -109,6 +127,15 @@ class Runner {
   std::unordered_map<std::u16string, Family> families_;
   // Items whose rows this run has touched without bringing them in step.
   std::unordered_set<std::u16string> disturbed_;
+  // What goes from the PC in this run.
+  std::unordered_set<std::u16string> leaving_;
+  // Links whose item could not be moved to where the phone has it: they are not agreed on.
+  std::unordered_set<int32_t> unplaced_;
+  // The links of what is in each folder of the phone, by the folder's; made for the first move.
+  std::unordered_map<int32_t, std::vector<int32_t>> insidePhone_;
+  // Folders that the phone has renamed and the PC not, by their name there and on record: what is
+  // in them is noted under the latter, so that the next run knows the folder by it.
+  std::vector<std::pair<std::string, std::string>> staleFolders_;
 };
 
 }  // namespace qv

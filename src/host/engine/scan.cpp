@@ -1,7 +1,10 @@
 #include "host/engine/scan.h"
 
+#include <algorithm>
 #include <chrono>
+#include <map>
 #include <unordered_map>
+#include <utility>
 
 #include "host/engine/errors.h"
 #include "platform/system/service.h"
@@ -42,7 +45,9 @@ class Scan {
       if (IsSyncStopped()) throw SyncStopped();
       LookAt(i);
     }
+    FindByContent();
     FindRenamedByUid();
+    FindRenamedFolders();
     return std::move(items_);
   }
 
@@ -52,10 +57,19 @@ class Scan {
   // Why the text cannot be had.
   std::string Load(PhoneItem& item, std::string& text);
   void Judge(PhoneItem& item);
+  void Become(PhoneItem& item, int32_t record);
+  bool FindReplaced();
+  bool FindExchanged();
+  void FindByContent();
   void FindRenamedByUid();
+  void LookAtFolder(int32_t index);
+  void FindRenamedFolders();
   void Fail(PhoneItem& item, std::string reason);
 
   const PhoneFolder& phone_;
+  // Of the records whose file is missing one of this content, if possible of the same file name.
+  int32_t TakeMissing(const PhoneItem& item);
+
   const std::vector<RecordRow>& records_;
   const ScanRules& rules_;
   const TextLook& look_;
@@ -74,6 +88,7 @@ void Scan::MeetByName(const std::vector<FolderEntry>& files) {
   for (const FolderEntry& file : files) {
     PhoneItem item;
     item.name = file.name;
+    item.isFolder = IsFolderName(file.name);
     item.size = file.info.size;
     item.modifiedNs = file.info.modifiedNs;
     if (const auto found = byName.find(file.name); found != byName.end()) {
@@ -83,7 +98,8 @@ void Scan::MeetByName(const std::vector<FolderEntry>& files) {
     items_.push_back(std::move(item));
   }
   for (int32_t i = 0; i < IndexOf(records_); ++i) {
-    if (!met_[static_cast<size_t>(i)]) missing_.emplace(HashKey(At(records_, i).hash), i);
+    if (met_[static_cast<size_t>(i)] || IsFolderName(At(records_, i).name)) continue;
+    missing_.emplace(HashKey(At(records_, i).hash), i);
   }
 }
 
@@ -104,15 +120,23 @@ std::string Scan::Load(PhoneItem& item, std::string& text) {
   return {};
 }
 
+int32_t Scan::TakeMissing(const PhoneItem& item) {
+  const auto [first, last] = missing_.equal_range(HashKey(item.hash));
+  if (first == last) return -1;
+  const auto sameName = std::find_if(first, last, [&](const auto& entry) {
+    return BaseOfName(At(records_, entry.second).name) == BaseOfName(item.name);
+  });
+  const auto chosen = sameName == last ? first : sameName;
+  const int32_t record = chosen->second;
+  met_[static_cast<size_t>(record)] = true;
+  missing_.erase(chosen);
+  return record;
+}
+
 // Same, changed or new, now that the content is known.
 void Scan::Judge(PhoneItem& item) {
-  if (item.record < 0) {
-    const auto renamed = missing_.find(HashKey(item.hash));
-    if (renamed == missing_.end()) return;
-    item.record = renamed->second;
-    met_[static_cast<size_t>(item.record)] = true;
-    missing_.erase(renamed);
-  }
+  if (item.record < 0) item.record = TakeMissing(item);
+  if (item.record < 0) return;
   const RecordRow& row = At(records_, item.record);
   item.change = item.hash == row.hash ? PhoneChange::Same : PhoneChange::Changed;
   if (item.change == PhoneChange::Same) item.uid = row.uid;
@@ -120,6 +144,7 @@ void Scan::Judge(PhoneItem& item) {
 
 void Scan::LookAt(int32_t index) {
   PhoneItem& item = At(items_, index);
+  if (item.isFolder) return LookAtFolder(index);
   if (!rules_.readAll && item.record >= 0) {
     const RecordRow& row = At(records_, item.record);
     if (item.size == row.size && item.modifiedNs == row.modifiedNs &&
@@ -139,6 +164,108 @@ void Scan::LookAt(int32_t index) {
   if (!rules_.readAll && item.change == PhoneChange::Same) return;
   if (std::string reason = look_(index, item, text); !reason.empty()) return Fail(item, reason);
   if (text.size() <= kKeptText) item.text.assign(text);
+}
+
+void Scan::LookAtFolder(int32_t index) {
+  PhoneItem& item = At(items_, index);
+  if (item.record >= 0) item.change = PhoneChange::Same;
+  if (!rules_.readAll) return;
+  if (std::string reason = look_(index, item, {}); !reason.empty()) Fail(item, reason);
+}
+
+// From the deepest up, so that a folder within tells of the one around it. Two names that changed
+// places stay what they are called: their content has moved then.
+void Scan::FindRenamedFolders() {
+  std::unordered_map<std::string_view, int32_t> lost;  // folders of the record
+  std::unordered_map<std::string_view, std::vector<int32_t>> inside;
+  for (int32_t i = 0; i < IndexOf(records_); ++i) {
+    const std::string& name = At(records_, i).name;
+    if (IsFolderName(name) && !met_[static_cast<size_t>(i)]) lost.emplace(name, i);
+  }
+  if (lost.empty()) return;
+  for (int32_t i = 0; i < IndexOf(items_); ++i)
+    inside[FolderOfName(At(items_, i).name)].push_back(i);
+  for (int32_t i = IndexOf(items_); i-- > 0 && !lost.empty();) {
+    PhoneItem& folder = At(items_, i);
+    if (!folder.isFolder || folder.record >= 0) continue;
+    std::map<std::string_view, int> votes;
+    for (const int32_t child : inside[folder.name]) {
+      const int32_t record = At(items_, child).record;
+      if (record >= 0) ++votes[FolderOfName(At(records_, record).name)];
+    }
+    const auto most = std::ranges::max_element(
+        votes, {}, [&](const auto& vote) { return lost.contains(vote.first) ? vote.second : 0; });
+    if (most == votes.end()) continue;
+    const auto found = lost.find(most->first);
+    if (found == lost.end()) continue;
+    folder.record = found->second;
+    const bool sameName = BaseOfName(folder.name) == BaseOfName(most->first);
+    folder.change = sameName ? PhoneChange::Same : PhoneChange::Changed;
+    lost.erase(found);
+  }
+}
+
+void Scan::Become(PhoneItem& item, int32_t record) {
+  if (item.record >= 0) {
+    met_[static_cast<size_t>(item.record)] = false;
+    missing_.emplace(HashKey(At(records_, item.record).hash), item.record);
+  }
+  met_[static_cast<size_t>(record)] = true;
+  item.record = record;
+  item.change = PhoneChange::Same;
+  item.uid = At(records_, record).uid;
+}
+
+// A file that holds what the record says of one that is missing is that one, and has come into the
+// place of another. Whether there was one.
+bool Scan::FindReplaced() {
+  bool any = false;
+  for (PhoneItem& item : items_) {
+    if (missing_.empty()) break;
+    const bool isOpen = item.change == PhoneChange::Changed || item.change == PhoneChange::New;
+    const int32_t record = isOpen && !item.isFolder ? TakeMissing(item) : -1;
+    if (record >= 0) Become(item, record);
+    any = any || record >= 0;
+  }
+  return any;
+}
+
+// A file that holds what the record says of another one, which now holds something else, is that
+// one under a new name; the other is new then, unless its content too is known. Two that hold each
+// other's content stay what they are called. Whether there was one.
+bool Scan::FindExchanged() {
+  std::unordered_map<std::string_view, int32_t>
+      holders;  // files that changed, by the recorded hash
+  for (int32_t i = 0; i < IndexOf(items_); ++i) {
+    const PhoneItem& item = At(items_, i);
+    if (item.change != PhoneChange::Changed || item.isFolder) continue;
+    holders.emplace(HashKey(At(records_, item.record).hash), i);
+  }
+  bool any = false;
+  for (int32_t i = 0; i < IndexOf(items_) && !holders.empty(); ++i) {
+    PhoneItem& item = At(items_, i);
+    const bool isOpen = item.change == PhoneChange::Changed || item.change == PhoneChange::New;
+    const auto found = isOpen && !item.isFolder ? holders.find(HashKey(item.hash)) : holders.end();
+    if (found == holders.end()) continue;
+    PhoneItem& holder = At(items_, found->second);
+    if (holder.change != PhoneChange::Changed) continue;
+    if (item.record >= 0 && holder.hash == At(records_, item.record).hash) continue;
+    const int32_t record = std::exchange(holder.record, -1);
+    holder.change = PhoneChange::New;
+    holders.erase(found);
+    Become(item, record);
+    any = true;
+  }
+  return any;
+}
+
+// Each round may free a record for the next; rings of more than a few files are not followed.
+void Scan::FindByContent() {
+  constexpr int kRounds = 4;
+  for (int round = 0; round < kRounds; ++round) {
+    const bool replaced = FindReplaced();
+    if (!FindExchanged() && !replaced) return;
+  }
 }
 
 // A file that was rewritten under another name: both its old and its new uid are the only ones of

@@ -21,7 +21,9 @@ struct ScanRules {
 using TextLook = std::function<std::string(int32_t index, PhoneItem& item, std::string_view text)>;
 
 // `look` sees each text that was read, except where the file proves to hold what the record says
-// (with `readAll` those as well). Items that cannot be used are `Unreadable`, and noted in
+// (with `readAll` those as well), and with `readAll` each folder, whose text is empty. A folder is
+// the recorded one of its name, or of the one that most of its items were in; it has changed when
+// its own name has. Items that cannot be used are `Unreadable`, and noted in
 // `failed`. Throws SyncStopped.
 std::vector<PhoneItem> ScanPhone(const PhoneFolder& phone, const std::vector<FolderEntry>& files,
                                  const std::vector<RecordRow>& records, const ScanRules& rules,

@@ -4,6 +4,7 @@
 #include "host/engine/phone_id.h"
 #include "host/engine/survey.h"
 #include "host/engine/sync.h"
+#include "stores/bookmark/favorites_root.h"
 
 namespace qv {
 namespace {
@@ -43,7 +44,8 @@ std::vector<PhoneItem> AsRecorded(const std::vector<RecordRow>& rows) {
   return items;
 }
 
-PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phone) {
+PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phone,
+                       bool withFolders) {
   const StoreKind& kind = pc.kind();
   PendingChanges pending;
   pending.store = kind.name;
@@ -56,7 +58,7 @@ PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phon
   pending.pairedItems = static_cast<int64_t>(sides.records.size());
   pc.ReadItems(sides.pc, sides.pcCount);
   pending.pcItems = sides.pcCount;
-  PhoneFolder folder(phone.path + "/" + std::string(kind.name), kind.extension);
+  PhoneFolder folder(phone.path + "/" + std::string(kind.name), kind.extension, withFolders);
   std::vector<FolderEntry> files;
   if (!phone.path.empty() && IsPhoneAt(phone.path, phone.id)) {
     const std::error_code error = folder.List(files);
@@ -93,8 +95,9 @@ std::vector<PendingChanges> ReadStatus(Profile& profile) {
   for (const KnownPhone& phone : phones) {
     side.SetTargetKey(phone.id);
     for (const StoreKind* kind : profile.EnabledKinds()) {
+      const PcTransaction look(side);  // what the stores note on the way is thrown away
       PcStore pc(side, profile, *kind);
-      all.push_back(Pending(pc, record, phone));
+      all.push_back(Pending(pc, record, phone, kind->isTree && DeviceTakesFolders(profile.bag())));
     }
   }
   return all;

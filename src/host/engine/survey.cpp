@@ -2,8 +2,11 @@
 
 #include <utility>
 
+#include "host/engine/bookmark_text.h"
 #include "host/engine/plan.h"
 #include "host/engine/report_words.h"
+#include "host/engine/tree_links.h"
+#include "support/date_time.h"
 #include "support/text.h"
 #include "support/user_flags.h"
 
@@ -33,7 +36,21 @@ PhoneAge AgeOf(const PhoneItem& item, IItemCommon& parsed) {
   PhoneAge age;
   age.modifiedNs = item.modifiedNs;
   Check(parsed.get_ObjModified(&age.objModified));
+  age.objModified = UtcTime(parsed, age.objModified);
   return age;
+}
+
+// Why the text of a file cannot be used, whatever it says; empty for one that can.
+std::string FaultOf(const StoreKind& kind, const PhoneItem& item, std::string_view text) {
+  if (item.isFolder) return {};
+  if (CountItems(kind, text) > 1) return kManyItems;
+  return kind.isTree ? BookmarkFault(text) : std::string();
+}
+
+// A text of the phone as the PC side can take it.
+std::string Taken(const StoreKind& kind, const PhoneItem& item, std::string_view text) {
+  if (item.isFolder) return FolderText(PcNameOfFolder(item));
+  return kind.isTree ? ForPc(text, item.name) : std::string(text);
 }
 
 }  // namespace
@@ -41,9 +58,9 @@ PhoneAge AgeOf(const PhoneItem& item, IItemCommon& parsed) {
 TextLook PlainLook(PcStore& store) {
   return [&store](int32_t, PhoneItem& item, std::string_view text) -> std::string {
     try {
+      if (std::string fault = FaultOf(store.kind(), item, text); !fault.empty()) return fault;
       const ComPtr<IItemCommon> parsed = store.Parse(text);
       if (!parsed) return kNoItem;
-      if (CountItems(store.kind(), text) > 1) return kManyItems;
       NoteText(*parsed, item);
       return {};
     } catch (const AlienItem& error) {
@@ -59,6 +76,7 @@ TextLook PlainLook(PcStore& store) {
 
 Inventory Survey::Load(DS_SYNCTYPE mode, std::vector<RecordRow> records,
                        const std::vector<FolderEntry>& files, int64_t recordNs) {
+  sides_.isTree = pc_.kind().isTree;
   sides_.records = std::move(records);
   pc_.ReadItems(sides_.pc, sides_.pcCount, mode == DS_SYNCTYPE_SLOW);
   ScanFor(mode, files, recordNs);
@@ -68,9 +86,16 @@ Inventory Survey::Load(DS_SYNCTYPE mode, std::vector<RecordRow> records,
     LinkByRecord(sides_);
   }
   MatchOccurrences();
+  MatchFolders();
   MatchLone();
   LinkRemaining(sides_, matches_);
+  // What lies in a folder that is known by now may be matched too.
+  while (sides_.isTree && LinkMovedFolders(sides_)) {
+    MatchFolders();
+    MatchLone();
+  }
   CompareLinks(mode);
+  if (sides_.isTree) FindParents(sides_);
   return std::move(sides_);
 }
 
@@ -106,21 +131,27 @@ void Survey::ScanFor(DS_SYNCTYPE mode, const std::vector<FolderEntry>& files, in
   pcById_.clear();
 }
 
-std::string Survey::LookAndMatch(int32_t index, PhoneItem& item, std::string_view text) {
-  if (CountItems(pc_.kind(), text) > 1) return kManyItems;
+std::string Survey::LookAndMatch(int32_t index, PhoneItem& item, std::string_view phoneText) {
+  if (std::string fault = FaultOf(pc_.kind(), item, phoneText); !fault.empty()) return fault;
+  const std::string text = Taken(pc_.kind(), item, phoneText);
   Duplicate duplicate;
   std::string reason;
   SlowMatch match;
   match.phone = index;
   try {
-    const ComPtr<IItemCommon> parsed = pc_.ParseAndMatch(text, duplicate);
+    const ComPtr<IItemCommon> parsed = ParseInPlace(item, text, duplicate);
     if (!parsed) return kNoItem;
     NoteText(*parsed, item);
     if (duplicate.sourceUid.empty()) return {};
-    const PcText onPc = pc_.Get(duplicate.sourceUid, false);
-    match.pcUid = UidOf(*onPc.item);
-    match.newer = NewerSide(duplicate.winner, AgeOf(item, *parsed), *onPc.item);
-    match.content = Compare(pc_, *parsed, *onPc.item);
+    if (item.isFolder) {
+      match.content = ContentMatch::Identical;
+      matchedFolders_[item.name] = duplicate.sourceUid;
+    } else {
+      const PcText onPc = pc_.Get(duplicate.sourceUid, false);
+      match.pcUid = UidOf(*onPc.item);
+      match.newer = NewerSide(duplicate.winner, AgeOf(item, *parsed), *onPc.item);
+      match.content = Compare(pc_, *parsed, *onPc.item);
+    }
   } catch (const AlienItem& error) {
     item.isAlien = true;
     reason = error.what();
@@ -139,15 +170,36 @@ std::string Survey::LookAndMatch(int32_t index, PhoneItem& item, std::string_vie
   return reason;
 }
 
+// Where on the PC an item's own folder was found, in a slow sync; nothing when it was not. A folder
+// stands before what is in it.
+std::optional<PcPlace> Survey::MatchedPlace(const PhoneItem& item) const {
+  PcPlace place;
+  place.isFolder = item.isFolder;
+  const std::string_view folder = FolderOfName(item.name);
+  if (folder.empty()) return place;
+  const auto found = matchedFolders_.find(std::string(folder));
+  if (found == matchedFolders_.end()) return std::nullopt;
+  place.parent = found->second;
+  return place;
+}
+
+ComPtr<IItemCommon> Survey::ParseInPlace(const PhoneItem& item, std::string_view text,
+                                         Duplicate& duplicate) {
+  const std::optional<PcPlace> place = MatchedPlace(item);
+  if (place) return pc_.ParseAndMatch(text, *place, duplicate);
+  return item.isFolder ? pc_.ParseFolder(text) : pc_.Parse(text);
+}
+
 std::vector<LoneItem> Survey::PhonePrints(const std::vector<int32_t>& links) {
   std::vector<LoneItem> items;
   items.reserve(links.size());
   for (const int32_t link : links) {
     PhoneItem& item = At(sides_.phone, At(sides_.links, link).phone);
-    LoneItem lone{link, item.uid, std::nullopt};
+    LoneItem lone{link, item.uid, std::nullopt, {}};
+    if (sides_.isTree) lone.place = PcPlaceOf(sides_, At(sides_.links, link));
     const char* side = "phone";
     const bool done = Try(side, item.name, [&] {
-      const ComPtr<IItemCommon> parsed = pc_.Parse(TextOf(phone_, item));
+      const ComPtr<IItemCommon> parsed = pc_.Parse(Taken(pc_.kind(), item, TextOf(phone_, item)));
       if (!parsed) throw ItemError(kNoItem);
       lone.print = PrintOf(pc_, *parsed);
     });
@@ -162,7 +214,7 @@ std::vector<LoneItem> Survey::PcPrints(const std::vector<int32_t>& links) {
   items.reserve(links.size());
   for (const int32_t link : links) {
     const std::u16string& id = At(sides_.pc, At(sides_.links, link).pc).id;
-    LoneItem lone{link, {}, std::nullopt};
+    LoneItem lone{link, {}, std::nullopt, At(sides_.pc, At(sides_.links, link).pc).parent};
     // An item that is not recognised may be doubled, so what fails once is tried again. What fails
     // twice matches nothing; the run will tell.
     for (int tries = 0; tries < 2 && !lone.print; ++tries) {
@@ -207,12 +259,93 @@ void Survey::MatchOccurrences() {
   LinkOccurrences(sides_, matches);
 }
 
+void Survey::MatchFolders() {
+  if (!sides_.isTree) return;
+  LinkFoldersByName(sides_, [this](const PcItem& item) { return pc_.FolderName(item.id); });
+}
+
+// A file that was renamed keeps its time. Where it now has the name of another one of the same time
+// only its address tells that it is not that one: it differs from the phone's, or, where the
+// phone's has changed too, it is that of one that is gone.
+void Survey::FindUnseenChanges() {
+  std::unordered_set<int64_t> times;
+  std::unordered_set<std::u16string> goneUrls;
+  std::vector<int32_t> suspects;
+  for (const PcItem& item : sides_.pc) {
+    if (item.change == PcChange::Gone) times.insert(UnixSecondsFromDate(item.modified));
+  }
+  if (times.empty()) return;
+  for (int32_t i = 0; i < IndexOf(sides_.links); ++i) {
+    const ItemLink& link = At(sides_.links, i);
+    if (link.pc < 0 || link.record < 0) continue;
+    const bool onPhone = link.phone >= 0;
+    const PcItem& onPc = At(sides_.pc, link.pc);
+    if (onPc.isFolder) continue;
+    if (onPhone && At(sides_.phone, link.phone).change == PhoneChange::Unreadable) continue;
+    if (onPhone && onPc.change == PcChange::Gone) goneUrls.insert(PhoneUrl(link));
+    const bool sameTime = times.contains(UnixSecondsFromDate(onPc.modified));
+    if (onPc.change == PcChange::Same && sameTime) suspects.push_back(i);
+  }
+  for (const int32_t i : suspects) {
+    CheckStop();
+    const ItemLink& link = At(sides_.links, i);
+    PcItem& onPc = At(sides_.pc, link.pc);
+    const bool canCompare =
+        link.phone >= 0 && At(sides_.phone, link.phone).change == PhoneChange::Same;
+    const char* side = "pc";
+    Try(side, At(sides_.records, link.record).name, [&] {
+      const std::u16string url = UrlOf(*pc_.Get(onPc.id, false).item);
+      const bool changed = canCompare ? url != PhoneUrl(link) : goneUrls.contains(url);
+      if (changed) onPc.change = PcChange::Changed;
+    });
+  }
+}
+
+// Empty for one that cannot be read.
+std::u16string Survey::PhoneUrl(const ItemLink& link) {
+  PhoneItem& item = At(sides_.phone, link.phone);
+  std::u16string url;
+  const char* side = "phone";
+  const bool done = Try(side, item.name, [&] {
+    if (const auto parsed = pc_.Parse(TextOf(phone_, item))) url = UrlOf(*parsed);
+  });
+  if (!done) item.change = PhoneChange::Unreadable;
+  return url;
+}
+
+// On the PC a number stands for a path. What was put in the place of another one looks like that
+// one changed; what it holds tells that it is one that went from its own place.
+void Survey::MatchExchanged() {
+  std::vector<int32_t> gone;
+  std::vector<int32_t> changed;
+  for (int32_t i = 0; i < IndexOf(sides_.links); ++i) {
+    const ItemLink& link = At(sides_.links, i);
+    if (link.pc < 0 || link.record < 0 || At(sides_.pc, link.pc).isFolder) continue;
+    const PcChange change = At(sides_.pc, link.pc).change;
+    if (change == PcChange::Changed) changed.push_back(i);
+    const bool readable =
+        link.phone >= 0 && At(sides_.phone, link.phone).change != PhoneChange::Unreadable;
+    if (change == PcChange::Gone && readable) gone.push_back(i);
+  }
+  if (gone.empty() || changed.empty()) return;
+  LinkExchanged(sides_, PhonePrints(gone), PcPrints(changed));
+}
+
 // What was made on both sides, or was on its way when a run ended, is one item and not two.
 void Survey::MatchLone() {
-  const std::vector<int32_t> phone = LonePhoneLinks(sides_);
-  if (phone.empty()) return;
-  const std::vector<int32_t> pc = LonePcLinks(sides_);
-  if (pc.empty()) return;
+  if (sides_.isTree) {
+    FindParents(sides_);
+    FindUnseenChanges();
+    MatchExchanged();
+  }
+  std::vector<int32_t> phone = LonePhoneLinks(sides_);
+  std::vector<int32_t> pc = LonePcLinks(sides_);
+  if (sides_.isTree) {
+    std::erase_if(phone,
+                  [&](int32_t i) { return At(sides_.phone, At(sides_.links, i).phone).isFolder; });
+    std::erase_if(pc, [&](int32_t i) { return At(sides_.pc, At(sides_.links, i).pc).isFolder; });
+  }
+  if (phone.empty() || pc.empty()) return;
   LinkLone(sides_, PhonePrints(phone), PcPrints(pc));
 }
 
@@ -230,7 +363,12 @@ void Survey::CompareLinks(DS_SYNCTYPE mode) {
     const char* side = "phone";
     const bool done = Try(side, item.name, [&] {
       const std::u16string& id = At(sides_.pc, link.pc).id;
-      const std::string text = TextOf(phone_, item);
+      if (item.isFolder) {
+        const bool same = pc_.FolderName(id) == PcNameOfFolder(item);
+        link.content = same ? ContentMatch::Identical : ContentMatch::Different;
+        return;
+      }
+      const std::string text = Taken(pc_.kind(), item, TextOf(phone_, item));
       side = "pc";
       const PcText onPc = pc_.Get(id, false);
       side = "phone";

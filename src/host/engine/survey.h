@@ -1,6 +1,7 @@
 // Loads both sides of one store, and what a plan needs to know of them.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "host/engine/links.h"
@@ -26,8 +27,15 @@ class Survey {
 
  private:
   void ScanFor(DS_SYNCTYPE mode, const std::vector<FolderEntry>& files, int64_t recordNs);
-  std::string LookAndMatch(int32_t index, PhoneItem& item, std::string_view text);
+  std::string LookAndMatch(int32_t index, PhoneItem& item, std::string_view phoneText);
+  ComPtr<IItemCommon> ParseInPlace(const PhoneItem& item, std::string_view text,
+                                   Duplicate& duplicate);
+  std::optional<PcPlace> MatchedPlace(const PhoneItem& item) const;
   void MatchOccurrences();
+  void MatchFolders();
+  void FindUnseenChanges();
+  std::u16string PhoneUrl(const ItemLink& link);
+  void MatchExchanged();
   void MatchLone();
   std::vector<LoneItem> PhonePrints(const std::vector<int32_t>& links);
   std::vector<LoneItem> PcPrints(const std::vector<int32_t>& links);
@@ -44,6 +52,7 @@ class Survey {
   Inventory sides_;
   std::unordered_map<std::u16string_view, int32_t> pcById_;
   std::vector<SlowMatch> matches_;
+  std::unordered_map<std::string, std::u16string> matchedFolders_;  // the PC's by the phone's name
 };
 
 }  // namespace qv

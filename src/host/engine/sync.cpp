@@ -12,6 +12,7 @@
 #include "host/engine/survey.h"
 #include "platform/system/clock.h"
 #include "platform/system/service.h"
+#include "stores/bookmark/favorites_root.h"
 #include "support/date_time.h"
 #include "support/text.h"
 #include "support/user_flags.h"
@@ -49,9 +50,19 @@ DS_SYNCTYPE ChooseMode(DS_SYNCTYPE wanted, bool slowDone) {
 }
 
 void CountStep(const PlanStep& step, StoreReport& report) {
-  int64_t* counters[] = {
-      nullptr, &report.pc.added, &report.pc.replaced, &report.phone.added,   &report.phone.replaced,
-      nullptr, nullptr,          &report.pc.deleted,  &report.phone.deleted, nullptr};
+  int64_t* counters[] = {nullptr,
+                         &report.pc.added,
+                         &report.pc.replaced,
+                         &report.pc.replaced,
+                         &report.phone.added,
+                         &report.phone.replaced,
+                         &report.phone.replaced,
+                         nullptr,
+                         nullptr,
+                         &report.pc.deleted,
+                         &report.phone.deleted,
+                         nullptr};
+  if (step.isExtra) return;
   if (int64_t* counter = counters[static_cast<size_t>(step.act)]) ++*counter;
   report.pcWon += step.conflict == Conflict::PcWon;
   report.phoneWon += step.conflict == Conflict::PhoneWon;
@@ -73,15 +84,21 @@ class StoreSync {
   StoreSync(Session session, const StoreKind& kind)
       : session_(session),
         kind_(kind),
-        phone_(session.phone.folder + "/" + std::string(kind.name), kind.extension) {
+        phone_(session.phone.folder + "/" + std::string(kind.name), kind.extension,
+               kind.isTree && DeviceTakesFolders(session.profile.bag())) {
     report_.store = kind.name;
     report_.mode = session.options.mode;
   }
 
   StoreReport Run() {
     try {
+      // Whatever the stores write while a plan is made goes away with a plan that is not run.
+      PcTransaction planning(session_.side);
+      if (session_.options.dryRun && !planning.began()) {
+        throw StoreFailure("this sync database has no transactions: a dry run would change it");
+      }
       PcStore pc(session_.side, session_.profile, kind_);
-      Sync(pc);
+      Sync(pc, planning);
     } catch (const SyncStopped&) {
       report_.result = SyncResult::Stopped;
     } catch (const StatusError& error) {
@@ -95,11 +112,11 @@ class StoreSync {
   }
 
  private:
-  void Sync(PcStore& pc);
+  void Sync(PcStore& pc, PcTransaction& planning);
   // False when the phone's folder must not be taken for what it looks like.
   bool List(PcStore& pc, const std::vector<RecordRow>& rows, std::vector<FolderEntry>& files);
   void Show(const SyncPlan& plan, const Inventory& sides);
-  void Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& plan, const Inventory& sides);
+  void Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& plan, Inventory& sides);
   bool AllPairsRecorded(const Inventory& sides);
   void Finish(const Inventory& sides);
 
@@ -142,19 +159,14 @@ bool StoreSync::List(PcStore& pc, const std::vector<RecordRow>& rows,
   return false;
 }
 
-void StoreSync::Sync(PcStore& pc) {
+void StoreSync::Sync(PcStore& pc, PcTransaction& planning) {
   const std::string& id = session_.phone.id;
   state_ = session_.record.State(id, kind_.name);
   report_.mode = ChooseMode(session_.options.mode, state_.slowDone);
   std::vector<RecordRow> rows = session_.record.Rows(id, kind_.name);
   std::vector<FolderEntry> files;
   if (!List(pc, rows, files)) return;
-  // Whatever the stores write while a plan is made goes away with a plan that is not run.
-  PcTransaction planning(session_.side);
-  if (session_.options.dryRun && !planning.began()) {
-    throw StoreFailure("this sync database has no transactions: a dry run would change it");
-  }
-  const Inventory sides =
+  Inventory sides =
       Survey(pc, phone_, report_.failed).Load(report_.mode, std::move(rows), files, state_.endedNs);
   const SyncPlan plan = BuildPlan(report_.mode, sides);
   if (!session_.options.allowMassDelete) {
@@ -175,6 +187,9 @@ void StoreSync::Sync(PcStore& pc) {
                               "series back, or remove this file"});
   }
   if (session_.options.dryRun) {
+    for (PcItem& item : sides.pc) {
+      if (sides.isTree && item.change == PcChange::New) item.label = pc.Label(item);
+    }
     Show(plan, sides);
   } else {
     Execute(pc, planning, plan, sides);
@@ -193,7 +208,7 @@ void StoreSync::Show(const SyncPlan& plan, const Inventory& sides) {
 }
 
 void StoreSync::Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& plan,
-                        const Inventory& sides) {
+                        Inventory& sides) {
   WelcomePhone(session_.record, session_.phone);
   if (makeFolder_) {
     if (const std::error_code error = phone_.Make()) {
