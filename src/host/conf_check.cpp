@@ -222,7 +222,9 @@ class Checker {
     }
     const auto kind = std::ranges::find(StoreKinds(), store, &StoreKind::configName);
     if (kind == StoreKinds().end()) return;
-    Required(name + ".EntryId", "it holds the identifier of the PC side's folder");
+    if (!kind->isTree) {
+      Required(name + ".EntryId", "it holds the identifier of the PC side's folder");
+    }
     const std::string mime = ToUtf8(kind->mimeType);
     const ConfEntry* type = Required(name + ".MimeType", "it must be " + mime);
     if (type != nullptr && type->value != mime) {

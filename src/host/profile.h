@@ -4,11 +4,14 @@
 //   pc/             the PC side's own files, one per personal-data profile
 //   sync.db         the sync database that the stores reach through the accessor
 //   engine.db       what the engine remembers of each phone
-//   registry.ini    the registry values (the stop flag among them)
+//   registry.ini    the registry values: the stop flag, where the Favorites are, whether the device
+//                   takes folders
+//   favorites/      the Favorites, unless they are elsewhere
 //   conflicts/      losing texts of conflicts
 //   lock            held while a sync runs
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -28,6 +31,13 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Where the bookmarks are, and what the device is that they go to.
+struct BookmarkSettings {
+  std::string favorites;  // a folder; empty for "favorites" in the profile
+  uint32_t device = 1;    // its number
+  bool flat = false;      // it takes no folders
+};
+
 class ProfileServices;
 
 class Profile {
@@ -38,7 +48,7 @@ class Profile {
   // Makes a profile that works at once, with every known store enabled. Throws UsageError when the
   // folder already holds one (nothing is overwritten), holds files of someone else, or cannot be
   // made. What an interrupted call left is completed.
-  static void Create(const std::string& folder);
+  static void Create(const std::string& folder, const BookmarkSettings& bookmarks = {});
 
   // Reads and checks `qvsync.conf` and makes this profile the one that the platform services and
   // the module use, until it dies: registry, sync database path, PC-side folder, code page. Throws

@@ -9,6 +9,7 @@
 #include "platform/database/accessor.h"
 #include "platform/database/sqlite_accessor.h"
 #include "platform/system/files.h"
+#include "stores/bookmark/favorites_root.h"
 #include "support/text.h"
 #include "support/user_flags.h"
 
@@ -19,8 +20,8 @@ namespace fs = std::filesystem;
 
 // What an interrupted call may have left; anything else in the folder is someone else's. The
 // databases have companions while they are open ("sync.db-wal").
-constexpr std::string_view kOwnNames[] = {"pc",           "conflicts", "lock",
-                                          "registry.ini", "sync.db",   "engine.db"};
+constexpr std::string_view kOwnNames[] = {"pc",      "conflicts", "lock",     "registry.ini",
+                                          "sync.db", "engine.db", "favorites"};
 
 bool IsOwn(std::string_view name) {
   if (name.starts_with(".qvsync.conf.")) return true;
@@ -58,11 +59,33 @@ void MakePrivateFolder(const std::string& folder) {
   fs::permissions(folder, fs::perms::owner_all, ignored);
 }
 
-void MakeRegistry(const std::string& folder) {
-  Registry& registry = Service<Registry>::Get();
-  if (!registry.CreateKey(kSyncKey) || !registry.WriteNumber(kSyncKey, "SyncStop", 0)) {
-    throw UsageError("cannot write " + folder + "/registry.ini");
+// The folder in the module's form; made where there is none.
+std::u16string MakeFavorites(const std::string& folder, const std::string& given) {
+  std::error_code error;
+  const fs::path path = fs::absolute(given.empty() ? folder + "/favorites" : given, error);
+  std::string native = path.lexically_normal().string();
+  while (native.size() > 1 && native.ends_with('/')) native.pop_back();
+  const std::optional<std::u16string> name = FromNativePath(native);
+  if (error || !name) {
+    throw UsageError("the folder " + native + " cannot be the Favorites: its path holds a sign " +
+                     "that stands in no file name on the PC (: * ? \" < > | \\)");
   }
+  if (const std::error_code failure = Service<Files>::Get().MakeFolder(native)) {
+    throw UsageError("cannot make the folder " + native + ": " + failure.message());
+  }
+  return *name;
+}
+
+void MakeRegistry(const std::string& folder, const BookmarkSettings& bookmarks) {
+  Registry& registry = Service<Registry>::Get();
+  const std::string device = DeviceKey(bookmarks.device);
+  const std::u16string favorites = MakeFavorites(folder, bookmarks.favorites);
+  const bool done = registry.CreateKey(kSyncKey) && registry.WriteNumber(kSyncKey, "SyncStop", 0) &&
+                    registry.CreateKey(kShellFoldersKey) &&
+                    registry.WriteText(kShellFoldersKey, kFavoritesValue, favorites) &&
+                    registry.CreateKey(device) &&
+                    registry.WriteNumber(device, kHierarchyValue, bookmarks.flat ? 0 : 1);
+  if (!done) throw UsageError("cannot write " + folder + "/registry.ini");
 }
 
 void MakeSyncDatabase() {
@@ -74,8 +97,9 @@ void MakeSyncDatabase() {
 
 std::string KindSection(const StoreKind& kind, OutlookManager& outlook) {
   const std::string name(kind.configName);
-  const std::string entryId = ToUtf8(outlook.DefaultFolder(kind.pcKind));
-  if (entryId.empty()) {
+  const std::string entryId =
+      kind.isTree ? std::string() : ToUtf8(outlook.DefaultFolder(kind.pcKind));
+  if (entryId.empty() && !kind.isTree) {
     throw UsageError("the PC side has no folder for " + std::string(kind.name) + ": " +
                      outlook.lastError());
   }
@@ -87,11 +111,12 @@ std::string KindSection(const StoreKind& kind, OutlookManager& outlook) {
          name + ".SourceURI = " + uri + "\n" +                                             //
          name + ".TargetURI = " + uri + "\n" + "# The type and version of the texts.\n" +  //
          name + ".MimeType = " + ToUtf8(kind.mimeType) + "\n" + name +
-         ".Version = " + std::string(kind.version) + "\n" + "# The folder on the PC side.\n" +  //
-         name + ".EntryId = " + entryId + "\n";
+         ".Version = " + std::string(kind.version) + "\n" +
+         (kind.isTree ? std::string()
+                      : "# The folder on the PC side.\n" + name + ".EntryId = " + entryId + "\n");
 }
 
-std::string Configuration(OutlookManager& outlook) {
+std::string Configuration(OutlookManager& outlook, uint32_t device) {
   std::string text =
       "# The configuration of a qvsync profile: `key = value`, one a line. Lines that begin with\n"
       "# \"#\" are remarks; \"#\" within a value belongs to the value.\n"
@@ -99,7 +124,11 @@ std::string Configuration(OutlookManager& outlook) {
       "# The personal-data profile on the PC side; empty is the usual one, \"Outlook\".\n"
       "Outlook.CurProfileName =\n"
       "# The code page of texts that name none and are no UTF-8 (a name that iconv knows).\n"
-      "Platform.AnsiCodePage = windows-1252\n";
+      "Platform.AnsiCodePage = windows-1252\n"
+      "# The number of the device: registry.ini says under it whether the device takes folders of\n"
+      "# bookmarks.\n"
+      "Transport.Obex.DeviceID = " +
+      std::to_string(device) + "\n";
   for (const StoreKind& kind : StoreKinds()) text += KindSection(kind, outlook);
   return text;
 }
@@ -114,7 +143,7 @@ void WriteConfiguration(const std::string& folder, const std::string& text) {
 
 }  // namespace
 
-void Profile::Create(const std::string& given) {
+void Profile::Create(const std::string& given, const BookmarkSettings& bookmarks) {
   std::string folder = given;
   while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
   std::error_code error;
@@ -123,7 +152,7 @@ void Profile::Create(const std::string& given) {
   const Lock lock = LockFolder(folder);
   RefuseForeign(folder);  // another `init` may have ended meanwhile
   const ProfileServices services(folder);
-  MakeRegistry(folder);
+  MakeRegistry(folder, bookmarks);
   MakePrivateFolder(folder + "/conflicts");
   MakePrivateFolder(folder + "/pc");
   OutlookManager outlook;
@@ -131,7 +160,7 @@ void Profile::Create(const std::string& given) {
     throw UsageError("cannot make the PC side: " + outlook.lastError());
   }
   MakeSyncDatabase();
-  WriteConfiguration(folder, Configuration(outlook));
+  WriteConfiguration(folder, Configuration(outlook, bookmarks.device));
 }
 
 }  // namespace qv

@@ -88,7 +88,8 @@ TEST(CliProfileTest, StatusWorksBeforeAnyPhone) {
                 R"(","stores":[{"store":"contacts","pc_items":1,"phones":[]},)" +
                 R"({"store":"calendar","pc_items":0,"phones":[]},)" +
                 R"({"store":"tasks","pc_items":0,"phones":[]},)" +
-                R"({"store":"notes","pc_items":0,"phones":[]}]})" + "\n");
+                R"({"store":"notes","pc_items":0,"phones":[]},)" +
+                R"({"store":"bookmarks","pc_items":0,"phones":[]}]})" + "\n");
   EXPECT_THAT(box.Run({"status"}).out, HasSubstr("contacts: 1 on the PC\n  no phone yet\n"));
 }
 
@@ -117,8 +118,8 @@ TEST(CliProfileTest, ConfigurationFaultsAreToldByFileLineAndKey) {
       {"DataStore.Contact = true", "DataStore.Contacts = true",
        "the key DataStore.Contacts names no store"},
       {"DataStore.Contact = true", "Datastore.contact = true", "is spelled DataStore.Contact"},
-      {"DataStore.Contact = true", "DataStore.Contact true", "qvsync.conf:10: the line has no"},
-      {"DataStore.Contact.Sync = true", "DataStore.Contact = true", "stands in line 10 already"},
+      {"DataStore.Contact = true", "DataStore.Contact true", "qvsync.conf:13: the line has no"},
+      {"DataStore.Contact.Sync = true", "DataStore.Contact = true", "stands in line 13 already"},
       {"windows-1252", "windows-nonsense", "the key Platform.AnsiCodePage"},
   };
   for (const BadConfiguration& bad : kBad) {
@@ -136,7 +137,7 @@ TEST(CliProfileTest, WarningsDoNotStopACommandAndStayOffStandardOutput) {
   ASSERT_EQ(box.Run({"init"}).code, 0);
   const std::string good = box.files().Get("profile/qvsync.conf").value();
   std::string text = good;
-  for (const char* store : {"Contact", "Schedule", "Task", "Note"}) {
+  for (const char* store : {"Contact", "Schedule", "Task", "Note", "Bookmark"}) {
     const std::string key = std::string("DataStore.") + store + ".Sync = ";
     text = Replaced(text, key + "true", key + "True");
   }

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "host/cli/item_files.h"
+#include "host/cli/page_exchange.h"
 #include "items/item_objects.h"
 #include "support/text.h"
 
@@ -38,6 +39,11 @@ void Adding::AddFile(const std::string& path) {
   } catch (const UsageError& error) {
     changes_.Failed(path, error.what());
     return;
+  }
+  if (pc_.kind().isTree && file->IsWithoutItems()) {
+    if (const auto page = ReadBookmarkPage(file->text())) {
+      return ImportPage(dynamic_cast<ShortcutFolder&>(pc_), *page, file->name(), changes_);
+    }
   }
   const StoreKind* other = nullptr;
   size_t others = 0;
@@ -83,7 +89,12 @@ void Adding::AddExceptions() {
 }
 
 void Adding::AddOne(const std::string& place, const ComPtr<IItemCommon>& item) {
-  const std::string id = pc_.Add(item);
+  std::string id;
+  try {
+    id = pc_.Add(item);
+  } catch (const UsageError& error) {
+    return changes_.Failed(place, error.what());
+  }
   changes_.Done(id);
   if (const std::u16string& uid = FieldsOf(item.get())->objUid; !uid.empty()) {
     added_.emplace(uid, id);

@@ -31,6 +31,9 @@ class ItemFile {
   // that shares its texts with this one, see KindOf.
   ComPtr<IItemCommon> Read(const FoundItem& found, std::string& fault) const;
   std::string Doubts() const { return items_->Doubts(); }
+  // The whole text, without a mark and in UTF-8 where it had one; and whether it holds no item.
+  std::string_view text() const { return text_; }
+  bool IsWithoutItems() const { return items_->Count() == 0; }
 
  private:
   void AddGap(size_t begin, size_t end);

@@ -6,7 +6,9 @@
 #include "host/cli/commands.h"
 #include "host/cli/item_files.h"
 #include "host/cli/open_profile.h"
+#include "host/cli/page_exchange.h"
 #include "host/cli/pc_folder.h"
+#include "items/folder_document.h"
 #include "items/item_objects.h"
 #include "support/date_time.h"
 #include "support/text.h"
@@ -20,6 +22,7 @@ struct ItemArguments {
   std::string store;
   std::string id;
   std::string file;
+  bool html = false;
   std::vector<std::string> ids;
   std::vector<std::string> files;
 };
@@ -30,23 +33,46 @@ std::string ShownTime(DATE date, char between) {
   return text;
 }
 
+ordered_json ListJson(const std::vector<PcFolder::Entry>& items, bool isTree) {
+  ordered_json list = ordered_json::array();
+  for (const PcFolder::Entry& item : items) {
+    ordered_json shown = {
+        {"id", item.id}, {"name", item.name}, {"modified", ShownTime(item.modified, 'T')}};
+    if (isTree) shown["folder"] = item.isFolder;
+    if (isTree && !item.isFolder) shown["url"] = item.url;
+    list.push_back(std::move(shown));
+  }
+  return list;
+}
+
+// The names of the entries, each folder's content below it: the identifier is the way down.
+std::string TreeTable(const std::vector<PcFolder::Entry>& items) {
+  std::vector<std::vector<std::string>> rows;
+  for (const PcFolder::Entry& item : items) {
+    std::string_view name = item.id;
+    const size_t from = item.isFolder ? name.size() - 2 : name.npos;
+    name.remove_prefix(name.rfind('/', from) + 1);
+    rows.push_back(
+        {std::string(2 * item.depth, ' ').append(name), ShownTime(item.modified, ' '), item.url});
+  }
+  return FormatTable({"NAME", "MODIFIED", "URL"}, rows);
+}
+
 Exit ListItems(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const OpenedProfile profile(common);
-  const std::vector<OutlookManager::ListedItem> items = PcFolder(profile, kind).List();
+  const std::vector<PcFolder::Entry> items = PcFolder::Open(profile, kind)->List();
   if (common.json) {
-    ordered_json list = ordered_json::array();
-    for (const auto& item : items) {
-      list.push_back({{"id", ToUtf8(item.entryId)},
-                      {"name", ToUtf8(item.name)},
-                      {"modified", ShownTime(item.modified, 'T')}});
-    }
-    PrintJson(list);
+    PrintJson(ListJson(items, kind.isTree));
+    return Exit::Ok;
+  }
+  if (kind.isTree) {
+    Print(TreeTable(items));
     return Exit::Ok;
   }
   std::vector<std::vector<std::string>> rows;
-  for (const auto& item : items) {
-    rows.push_back({ToUtf8(item.entryId), ToUtf8(item.name), ShownTime(item.modified, ' ')});
+  for (const PcFolder::Entry& item : items) {
+    rows.push_back({item.id, item.name, ShownTime(item.modified, ' ')});
   }
   Print(FormatTable({"ID", "NAME", "MODIFIED"}, rows));
   return Exit::Ok;
@@ -56,13 +82,26 @@ std::string UnknownItem(const StoreKind& kind) {
   return "there is no such item in " + std::string(kind.name);
 }
 
+std::string TextOf(const StoreKind& kind, const ComPtr<IItemCommon>& item) {
+  const Folder* folder = FolderOf(item.get());
+  return folder != nullptr ? WriteFolderDocument(*folder) : WriteItem(kind, item.get());
+}
+
 Exit ShowItem(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const std::string& id = given.id;
+  if (given.html && !kind.isTree) throw UsageError("--html is for bookmarks alone");
+  if (!given.html && id.empty()) throw UsageError("the identifier of the item is missing");
   const OpenedProfile profile(common);
-  const ComPtr<IItemCommon> item = PcFolder(profile, kind).Get(id);
-  if (!item) throw CommandError(Exit::Partial, id + ": " + UnknownItem(kind));
-  const std::string text = WriteItem(kind, item.get());
+  const std::unique_ptr<PcFolder> pc = PcFolder::Open(profile, kind);
+  std::string text;
+  if (given.html) {
+    text = ExportPage(dynamic_cast<ShortcutFolder&>(*pc), id);
+  } else {
+    const ComPtr<IItemCommon> item = pc->Get(id);
+    if (!item) throw CommandError(Exit::Partial, id + ": " + UnknownItem(kind));
+    text = TextOf(kind, item);
+  }
   if (common.json) {
     PrintJson({{"id", id}, {"text", text}});
   } else {
@@ -75,10 +114,10 @@ Exit ShowItem(const CommonOptions& common, const ItemArguments& given) {
 Exit AddItems(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const OpenedProfile profile(common);
-  PcFolder pc(profile, kind);
+  const std::unique_ptr<PcFolder> pc = PcFolder::Open(profile, kind);
   Changes changes(common.json, "added");
   try {
-    Adding adding(pc, changes);
+    Adding adding(*pc, changes);
     for (const std::string& path : given.files) adding.AddFile(path);
     adding.AddExceptions();
   } catch (const CommandError& error) {
@@ -111,10 +150,10 @@ Exit ReplaceItem(const CommonOptions& common, const ItemArguments& given) {
   const ItemFile file(given.file, kind);
   const std::string& id = given.id;
   const ComPtr<IItemCommon> item = OnlyItemOf(file, kind, IsSubItemId(FromUtf8(id)));
-  PcFolder pc(profile, kind);
+  const std::unique_ptr<PcFolder> pc = PcFolder::Open(profile, kind);
   Changes changes(common.json, "replaced");
   try {
-    if (pc.Replace(id, item)) {
+    if (pc->Replace(id, item)) {
       changes.Done(id);
     } else {
       changes.Failed(id, UnknownItem(kind));
@@ -128,11 +167,11 @@ Exit ReplaceItem(const CommonOptions& common, const ItemArguments& given) {
 Exit DeleteItems(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const OpenedProfile profile(common);
-  PcFolder pc(profile, kind);
+  const std::unique_ptr<PcFolder> pc = PcFolder::Open(profile, kind);
   Changes changes(common.json, "deleted");
   try {
     for (const std::string& id : given.ids) {
-      if (pc.Delete(id)) {
+      if (pc->Delete(id)) {
         changes.Done(id);
       } else {
         changes.Failed(id, UnknownItem(kind));
@@ -144,7 +183,7 @@ Exit DeleteItems(const CommonOptions& common, const ItemArguments& given) {
   return changes.Finish();
 }
 
-enum class Takes { Nothing, Id, Ids, Files, IdAndFile };
+enum class Takes { Nothing, IdOrPage, Ids, Files, IdAndFile };
 
 struct ItemCommand {
   const char* name;
@@ -158,11 +197,15 @@ constexpr ItemCommand kCommands[] = {
     {"list", "List the PC side's items: identifier, name, time of change (local)",
      "Example: qvsync list contacts", Takes::Nothing, ListItems},
     {"show", "Print one item of the PC side as text",
-     "Example: qvsync show contacts 0B1E...9F > card.vcf", Takes::Id, ShowItem},
+     "With --html all bookmarks, or those of a folder, as a page that browsers import.\n"
+     "Example: qvsync show contacts 0B1E...9F > card.vcf\n"
+     "Example: qvsync show bookmarks --html > bookmarks.html",
+     Takes::IdOrPage, ShowItem},
     {"add", "Add the items of files to the PC side; prints an identifier a line",
      "A file may hold many texts; \"-\" is standard input. The PC side keeps the content of an\n"
      "item: properties that it has no place for, labels it does not know and the text's UID\n"
      "are not kept. Exceptions of a series of appointments or tasks come with their series.\n"
+     "For bookmarks a file may also be a page that a browser has exported (bookmarks.html).\n"
      "Example: qvsync add calendar holidays.ics",
      Takes::Files, AddItems},
     {"replace", "Replace one item of the PC side by the one text of a file",
@@ -173,9 +216,15 @@ constexpr ItemCommand kCommands[] = {
 
 void AddArguments(CLI::App& command, Takes takes, ItemArguments& given) {
   command.add_option("STORE", given.store, "The store: " + StoreKindNames())->required();
-  if (takes == Takes::Id || takes == Takes::IdAndFile) {
-    command.add_option("ID", given.id, "The item's whole identifier, as `list` prints it")
-        ->required();
+  if (takes == Takes::IdOrPage || takes == Takes::IdAndFile) {
+    command
+        .add_option("ID", given.id,
+                    "The item's whole identifier, as `list` prints it; of a bookmark its path, "
+                    "\"Work/News.url\"")
+        ->required(takes == Takes::IdAndFile);
+  }
+  if (takes == Takes::IdOrPage) {
+    command.add_flag("--html", given.html, "Bookmarks as a page for browsers");
   }
   if (takes == Takes::Ids) {
     command.add_option("ID", given.ids, "Whole identifiers, as `list` prints them")->required();

@@ -5,7 +5,7 @@
 #include "host/agenda.h"
 #include "host/cli/commands.h"
 #include "host/cli/open_profile.h"
-#include "host/cli/pc_folder.h"
+#include "host/cli/outlook_folder.h"
 #include "items/item_objects.h"
 #include "items/moment_text.h"
 #include "platform/system/clock.h"
@@ -110,7 +110,7 @@ Exit ListOccurrences(const CommonOptions& common, const OccurrencesArguments& gi
                      ")");
   }
   const OpenedProfile profile(common);
-  PcFolder pc(profile, kind);
+  OutlookFolder pc(profile, kind);
   Agenda agenda(from, to + 1, kMostLines);
   std::vector<std::string> failed;
   pc.ForEach(

@@ -3,52 +3,50 @@
 // Failures of the PC side itself throw CommandError(Failed) with the reason.
 #pragma once
 
-#include <functional>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "host/profile.h"
-#include "pim/outlook_manager.h"
 
 namespace qv {
 
 class PcFolder {
  public:
-  // Throws UsageError when the configured folder does not exist.
-  PcFolder(const Profile& profile, const StoreKind& kind);
+  struct Entry {
+    std::string id;
+    std::string name;
+    DATE modified = 0.0;  // local wall-clock time
+    // Of a tree: an entry lies in the nearest folder before it of a smaller depth.
+    bool isFolder = false;
+    size_t depth = 0;
+    std::string url = {};
+  };
 
-  std::vector<OutlookManager::ListedItem> List();
-  // Every item, exceptions behind their series; null, with the reason, for one that cannot be read.
-  using Take = std::function<void(const std::u16string& id, const ComPtr<IItemCommon>& item,
-                                  const std::string& reason)>;
-  void ForEach(const Take& take);
-  int64_t Count();
-  // Exceptions of series are items too, see outlook_manager.h. Null for an unknown identifier.
-  ComPtr<IItemCommon> Get(const std::string& id);
-  // Each change is on disk when the call returns. False for an unknown identifier.
-  std::string Add(const ComPtr<IItemCommon>& item);
-  // An exception of the series. Throws UsageError when the series has another of its occurrence.
-  std::string AddException(const std::string& series, const ComPtr<IItemCommon>& item);
-  // As AddException where the item is one.
-  bool Replace(const std::string& id, const ComPtr<IItemCommon>& item);
-  bool Delete(const std::string& id);
+  // The folder of the kind. Throws UsageError when the configured one does not exist.
+  static std::unique_ptr<PcFolder> Open(const Profile& profile, const StoreKind& kind);
+  explicit PcFolder(const StoreKind& kind) : kind_(kind) {}
+  PcFolder(const PcFolder&) = delete;
+  PcFolder& operator=(const PcFolder&) = delete;
+  virtual ~PcFolder() = default;
 
   const StoreKind& kind() const { return kind_; }
 
- private:
-  HRESULT Read(const std::u16string& id, ComPtr<IItemCommon>& item);
-  bool Exists(const std::u16string& id);
-  std::vector<OLSubMetaData> ExceptionsOf(const std::u16string& series);
-  void CheckStatus(HRESULT status, const std::string& what);
-  void CheckStatus(HRESULT status, const std::string& what, const std::string& reason);
-  // Throws UsageError where a failed status is owed to another exception of the item's occurrence.
-  void CheckOccurrence(HRESULT status, const std::u16string& series, IItemCommon& item,
-                       const std::u16string& ownId);
+  virtual std::vector<Entry> List() = 0;
+  virtual int64_t Count() = 0;
+  // Exceptions of series are items too, see outlook_manager.h. Null for an unknown identifier.
+  virtual ComPtr<IItemCommon> Get(const std::string& id) = 0;
+  // Each change is on disk when the call returns. False for an unknown identifier. Throw UsageError
+  // for an item that the PC side cannot hold.
+  virtual std::string Add(const ComPtr<IItemCommon>& item) = 0;
+  // An exception of the series. Throws UsageError when the series has another of its occurrence.
+  virtual std::string AddException(const std::string& series, const ComPtr<IItemCommon>& item) = 0;
+  // As AddException where the item is one.
+  virtual bool Replace(const std::string& id, const ComPtr<IItemCommon>& item) = 0;
+  virtual bool Delete(const std::string& id) = 0;
 
+ private:
   const StoreKind& kind_;
-  OutlookManager outlook_;
-  std::u16string folder_;
 };
 
 }  // namespace qv

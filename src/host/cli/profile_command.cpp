@@ -10,8 +10,8 @@ namespace {
 
 using nlohmann::ordered_json;
 
-Exit Init(const CommonOptions& common) {
-  Profile::Create(common.folder);
+Exit Init(const CommonOptions& common, const BookmarkSettings& bookmarks) {
+  Profile::Create(common.folder, bookmarks);
   if (common.json) {
     PrintJson({{"result", ExitWord(Exit::Ok)}, {"profile", common.folder}});
   } else {
@@ -41,7 +41,7 @@ struct StoreStatus {
 std::vector<StoreStatus> CollectStatus(Profile& profile) {
   std::vector<StoreStatus> stores;
   for (const StoreKind* kind : profile.EnabledKinds()) {
-    stores.push_back({kind, PcFolder(profile, *kind).Count(), {}});
+    stores.push_back({kind, PcFolder::Open(profile, *kind)->Count(), {}});
   }
   for (PendingChanges& pending : ReadStatus(profile)) {
     for (StoreStatus& store : stores) {
@@ -120,17 +120,34 @@ struct ProfileCommand {
 };
 
 constexpr ProfileCommand kCommands[] = {
-    {"init", "Make a profile; one that is there is not touched", "Example: qvsync -p ~/sync init",
-     Init},
     {"status", "Tell stores, counts, last sync, and what the next sync would find",
      "Example: qvsync status --json", Status},
     {"stop", "Make a running sync of the profile stop at its next item", "Example: qvsync stop",
      Stop},
 };
 
+void AddInitCommand(CLI::App& app, Action& chosen) {
+  const auto given = std::make_shared<BookmarkSettings>();
+  CLI::App* command =
+      app.add_subcommand("init", "Make a profile; one that is there is not touched");
+  command->footer("Example: qvsync -p ~/sync init --favorites ~/Favorites");
+  command
+      ->add_option("--favorites", given->favorites,
+                   "The folder of the bookmarks (default: favorites in the profile)")
+      ->type_name("DIR");
+  command->add_option("--device", given->device, "The number of the device (default: 1)");
+  command->add_flag("--flat", given->flat,
+                    "The device takes no folders: bookmarks sync with one folder alone,\n"
+                    "\"Quovia Mobile Bookmarks\"");
+  command->callback([given, &chosen] {
+    chosen = [given](const CommonOptions& common) { return Init(common, *given); };
+  });
+}
+
 }  // namespace
 
 void AddProfileCommands(CLI::App& app, Action& chosen) {
+  AddInitCommand(app, chosen);
   for (const ProfileCommand& row : kCommands) {
     CLI::App* command = app.add_subcommand(row.name, row.about);
     command->footer(row.footer);

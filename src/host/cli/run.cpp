@@ -19,7 +19,7 @@ constexpr const char* kVersion = "qvsync 1.0.0";
 constexpr const char* kAbout =
     "Keeps a PC's personal data and a phone's the same.\n"
     "The phone is a folder with one item a file: PHONE/contacts/*.vcf, PHONE/calendar/*.vcs,\n"
-    "PHONE/tasks/*.vcs and PHONE/notes/*.vnt.";
+    "PHONE/tasks/*.vcs, PHONE/notes/*.vnt and PHONE/bookmarks/ with its folders of *.vbm.";
 constexpr const char* kFooter =
     "Exit codes: 0 ok; 1 done, but some items failed; 2 wrong use or configuration;\n"
     "3 refused by a safety stop; 4 stopped; 5 a store failed.\n"

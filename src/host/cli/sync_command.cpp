@@ -65,7 +65,7 @@ void CheckStores(const Profile& profile, const std::vector<std::string>& names) 
   for (const StoreKind* kind : enabled) {
     const bool wanted =
         names.empty() || std::find(names.begin(), names.end(), kind->name) != names.end();
-    if (wanted) PcFolder(profile, *kind);
+    if (wanted) PcFolder::Open(profile, *kind);
   }
 }
 

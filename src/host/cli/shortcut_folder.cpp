@@ -1,0 +1,209 @@
+#include "host/cli/shortcut_folder.h"
+
+#include <algorithm>
+
+#include "host/cli/output.h"
+#include "host/engine/bookmark_text.h"
+#include "items/item_objects.h"
+#include "platform/system/internet_shortcut.h"
+#include "platform/system/recycle_bin.h"
+#include "stores/bookmark/favorites_root.h"
+#include "support/text.h"
+#include "syncdb/path_map.h"
+
+namespace qv {
+namespace {
+
+std::string Native(std::u16string_view path) {
+  return ToNativePath(path).value_or(ToUtf8(path));
+}
+
+void CheckDone(SystemError error, const std::string& what, std::u16string_view path) {
+  if (error == kNoError) return;
+  throw CommandError(Exit::Failed, "cannot " + what + " " + Native(path) + ": system error " +
+                                       std::to_string(error));
+}
+
+const Bookmark& BookmarkIn(const ComPtr<IItemCommon>& item) {
+  const Bookmark* bookmark = BookmarkOf(item.get());
+  if (bookmark == nullptr || bookmark->url.empty()) throw UsageError("it holds no address (URL)");
+  return *bookmark;
+}
+
+// A bookmark without a title goes by its address.
+std::u16string FileNameOf(const Bookmark& bookmark) {
+  const std::u16string title = PcTitle(bookmark.title.empty() ? bookmark.url : bookmark.title);
+  return std::u16string(FittingStem(title)).append(kShortcutTail);
+}
+
+std::u16string StemOf(std::u16string_view fileName) {
+  return std::u16string(fileName.substr(0, fileName.rfind(u'.')));
+}
+
+// The path of the map as an identifier.
+std::string IdOf(std::u16string_view mapPath, bool isFolder) {
+  std::string id = ToUtf8(mapPath.substr(1));
+  std::ranges::replace(id, '\\', '/');
+  return isFolder ? id + "/" : id;
+}
+
+}  // namespace
+
+ShortcutFolder::ShortcutFolder(const Profile& profile, const StoreKind& kind) : PcFolder(kind) {
+  std::u16string root = FavoritesFolder();
+  if (root.empty()) {
+    throw UsageError("the Favorites folder is not known: the value Favorites in " +
+                     profile.folder() + "/registry.ini is missing");
+  }
+  const bool withFolders = DeviceTakesFolders(profile.bag());
+  if (!withFolders) root.append(u"\\").append(kMobileBookmarks);
+  tree_.Open(std::move(root), !withFolders);
+}
+
+std::u16string ShortcutFolder::FullPath(std::string_view id) const {
+  if (id.ends_with('/')) id.remove_suffix(1);
+  std::u16string path(kTreeRoot);
+  // In the tree's own form a "\\" parts folders; as a sign of a name it can stand for nothing.
+  if (id.find('\\') != id.npos) return {};
+  path += FromUtf8(id);
+  std::replace(path.begin() + 1, path.end(), u'/', u'\\');
+  return tree_.FullPath(path);
+}
+
+std::optional<ShortcutFolder::Found> ShortcutFolder::Find(const std::string& id) const {
+  Found found{FullPath(id), {}};
+  if (id.empty() || found.full.empty() || FindEntry(found.full, found.info) != kNoError) {
+    return std::nullopt;
+  }
+  const bool isFolder = found.info.kind == EntryKind::Folder;
+  const bool takesPart =
+      isFolder ? !tree_.isFlat()
+               : found.info.kind == EntryKind::File && HasExactTail(found.info.name, kShortcutTail);
+  return takesPart && (isFolder || !id.ends_with('/')) ? std::optional(found) : std::nullopt;
+}
+
+std::string ShortcutFolder::UrlOf(const std::u16string& full) const {
+  std::string bytes;
+  return ReadFileBytes(full, bytes) == kNoError ? ToUtf8(ShortcutUrl(bytes)) : std::string();
+}
+
+std::vector<PcFolder::Entry> ShortcutFolder::List() {
+  std::vector<Entry> entries;
+  tree_.Walk(kTreeRoot, [&](std::u16string_view path, const EntryInfo& info) {
+    Entry entry;
+    entry.isFolder = info.kind == EntryKind::Folder;
+    entry.id = IdOf(path, entry.isFolder);
+    entry.depth = static_cast<size_t>(std::ranges::count(path, u'\\'));
+    entry.name = ToUtf8(entry.isFolder ? info.name : StemOf(info.name));
+    const std::u16string full = RelativeToAbsolute(tree_.root(), path);
+    if (!entry.isFolder) entry.url = UrlOf(full);
+    EntryInfo times;
+    if (FindEntry(full, times) == kNoError) entry.modified = FileDate(times.modified);
+    entries.push_back(std::move(entry));
+    return S_OK;
+  });
+  return entries;
+}
+
+int64_t ShortcutFolder::Count() {
+  int64_t count = 0;
+  tree_.Walk(kTreeRoot, [&](std::u16string_view, const EntryInfo&) {
+    ++count;
+    return S_OK;
+  });
+  return count;
+}
+
+ComPtr<IItemCommon> ShortcutFolder::Get(const std::string& id) {
+  const std::optional<Found> found = Find(id);
+  if (!found) return nullptr;
+  if (found->info.kind == EntryKind::Folder) {
+    Folder folder;
+    folder.name = found->info.name;
+    folder.created = FileDate(found->info.created);
+    folder.modified = FileDate(found->info.modified);
+    folder.accessed = FileDate(found->info.accessed);
+    return MakeFolderItem(std::move(folder));
+  }
+  Bookmark bookmark;
+  bookmark.title = StemOf(found->info.name);
+  bookmark.url = FromUtf8(UrlOf(found->full));
+  bookmark.fields.objModified = FileDate(found->info.modified);
+  return MakeBookmarkItem(std::move(bookmark));
+}
+
+void ShortcutFolder::MakeRoot() {
+  const std::u16string& root = tree_.root();
+  if (!EntryExists(root)) CheckDone(qv::MakeFolder(root), "make the folder", root);
+}
+
+std::string ShortcutFolder::MakeFolder(const std::string& folder, const std::string& name) {
+  MakeRoot();
+  const std::u16string parent = FullPath(folder);
+  const std::u16string base(FittingStem(PcTitle(FromUtf8(name.empty() ? "untitled" : name))));
+  const std::u16string full = parent + u"\\" + base;
+  EntryInfo info;
+  const bool isThere = FindEntry(full, info) == kNoError;
+  if (!isThere) CheckDone(qv::MakeFolder(full), "make the folder", full);
+  if (isThere && info.kind != EntryKind::Folder) {
+    throw UsageError("there is a file of this name: " + Native(full));
+  }
+  return IdOf(AbsoluteToRelative(tree_.root(), full), true);
+}
+
+std::optional<std::string> ShortcutFolder::AddTo(const std::string& folder,
+                                                 const std::string& title, const std::string& url) {
+  MakeRoot();
+  Bookmark bookmark;
+  bookmark.title = FromUtf8(title);
+  bookmark.url = FromUtf8(url);
+  const std::u16string parent = FullPath(folder);
+  const std::u16string name = FileNameOf(bookmark);
+  EntryInfo info;
+  const std::u16string same = parent + u"\\" + name;
+  if (FindEntry(same, info) == kNoError && UrlOf(same) == url) return std::nullopt;
+  const std::u16string full = parent + u"\\" + UniqueEntryName(parent, name, false);
+  CheckDone(CreateNewFile(full, ShortcutBytes(bookmark.url)), "write", full);
+  return IdOf(AbsoluteToRelative(tree_.root(), full), false);
+}
+
+std::string ShortcutFolder::Add(const ComPtr<IItemCommon>& item) {
+  const Bookmark& bookmark = BookmarkIn(item);
+  MakeRoot();
+  const std::u16string& root = tree_.root();
+  const std::u16string full = root + u"\\" + UniqueEntryName(root, FileNameOf(bookmark), false);
+  CheckDone(CreateNewFile(full, ShortcutBytes(bookmark.url)), "write", full);
+  return IdOf(AbsoluteToRelative(tree_.root(), full), false);
+}
+
+std::string ShortcutFolder::AddException(const std::string&, const ComPtr<IItemCommon>&) {
+  throw UsageError("bookmarks have no series");
+}
+
+bool ShortcutFolder::Replace(const std::string& id, const ComPtr<IItemCommon>& item) {
+  const std::optional<Found> found = Find(id);
+  if (!found) return false;
+  if (found->info.kind == EntryKind::Folder) {
+    throw UsageError("it is a folder; rename it in the Favorites folder itself");
+  }
+  const Bookmark& bookmark = BookmarkIn(item);
+  InternetShortcut shortcut;
+  CheckDone(shortcut.Load(found->full), "read", found->full);
+  shortcut.SetURL(bookmark.url, 1);
+  CheckDone(shortcut.Save(found->full), "write", found->full);
+  const std::u16string name = FileNameOf(bookmark);
+  if (name == found->info.name || bookmark.title.empty()) return true;
+  const std::u16string parent = found->full.substr(0, found->full.rfind(u'\\'));
+  const std::u16string fresh = parent + u"\\" + UniqueEntryName(parent, name, false);
+  CheckDone(RenameEntry(found->full, fresh), "rename to", fresh);
+  return true;
+}
+
+bool ShortcutFolder::Delete(const std::string& id) {
+  const std::optional<Found> found = Find(id);
+  if (!found) return false;
+  CheckDone(RecycleEntry(found->full), "delete", found->full);
+  return true;
+}
+
+}  // namespace qv
