@@ -201,83 +201,6 @@ void SlowLinks::Emit() {
   });
 }
 
-// The lone items of both sides, and the pairing of them.
-class LoneLinks {
- public:
-  LoneLinks(Inventory& sides, const std::vector<LoneItem>& phone, const std::vector<LoneItem>& pc)
-      : sides_(sides), phone_(phone), pc_(pc), phoneDone_(phone.size()), pcDone_(pc.size()) {}
-
-  // Pairs items of equal key; `key` is empty for an item without one.
-  using KeyOf = std::function<std::string(const LoneItem&)>;
-  void By(const KeyOf& key) {
-    std::unordered_multimap<std::string, size_t> open;
-    // From the back, so that equal keys come out in the order of the items.
-    for (size_t i = pc_.size(); i-- > 0;) {
-      std::string text = pcDone_[i] ? std::string() : key(pc_[i]);
-      if (!text.empty()) open.emplace(std::move(text), i);
-    }
-    for (size_t i = 0; i < phone_.size() && !open.empty(); ++i) {
-      const std::string text = phoneDone_[i] ? std::string() : key(phone_[i]);
-      const auto found = text.empty() ? open.end() : open.find(text);
-      if (found == open.end()) continue;
-      Pair(i, found->second);
-      open.erase(found);
-    }
-  }
-
- private:
-  void Pair(size_t phone, size_t pc) {
-    phoneDone_[phone] = true;
-    pcDone_[pc] = true;
-    ItemLink& link = JoinLinks(sides_, phone_[phone].link, pc_[pc].link);
-    link.adoptUid = MustAdopt(At(sides_.phone, link.phone), pc_[pc].uid);
-    link.relocated = sides_.isTree && link.record >= 0;
-    if (phone_[phone].print && pc_[pc].print) {
-      link.content = Compare(*phone_[phone].print, *pc_[pc].print);
-    }
-  }
-
-  Inventory& sides_;
-  const std::vector<LoneItem>& phone_;
-  const std::vector<LoneItem>& pc_;
-  std::vector<bool> phoneDone_;
-  std::vector<bool> pcDone_;
-};
-
-std::string Bytes(const std::u16string& text) {
-  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)};
-}
-
-std::string UidKey(const LoneItem& item) {
-  return Bytes(item.uid);
-}
-
-std::string PrintKey(const LoneItem& item, Md5Digest ContentPrint::*part) {
-  if (!item.print) return {};
-  const Md5Digest& digest = (*item.print).*part;
-  return {reinterpret_cast<const char*>(digest.data()), digest.size()};
-}
-
-// An item of the phone that went from its place on the PC; and any item of the PC alone.
-bool MayHaveMoved(const Inventory& sides, const LoneItem& item) {
-  const ItemLink& link = At(sides.links, item.link);
-  return link.phone < 0 || link.record >= 0;
-}
-
-void LinkTreeLone(const Inventory& sides, LoneLinks& links) {
-  const auto inPlace = [](const LoneItem& item, Md5Digest ContentPrint::*part) {
-    const std::string content = PrintKey(item, part);
-    return item.place.empty() || content.empty() ? std::string() : content + Bytes(item.place);
-  };
-  const auto moved = [&](const LoneItem& item, const std::string& key) {
-    return MayHaveMoved(sides, item) ? key : std::string();
-  };
-  links.By([&](const LoneItem& item) { return inPlace(item, &ContentPrint::exact); });
-  links.By([&](const LoneItem& item) { return moved(item, PrintKey(item, &ContentPrint::exact)); });
-  links.By([&](const LoneItem& item) { return moved(item, inPlace(item, &ContentPrint::loose)); });
-  links.By([&](const LoneItem& item) { return moved(item, PrintKey(item, &ContentPrint::loose)); });
-}
-
 }  // namespace
 
 ItemLink& JoinLinks(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
@@ -369,30 +292,6 @@ void LinkOccurrences(Inventory& sides, const std::vector<OccurrenceMatch>& match
     item.change = PhoneChange::Changed;
   }
   DropEmptyLinks(sides);
-}
-
-void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
-              const std::vector<LoneItem>& pc) {
-  LoneLinks links(sides, phone, pc);
-  links.By([](const LoneItem& item) {
-    const std::string content = PrintKey(item, &ContentPrint::exact);
-    return item.uid.empty() || content.empty() ? std::string() : UidKey(item) + content;
-  });
-  links.By(UidKey);
-  if (sides.isTree) {
-    LinkTreeLone(sides, links);
-    return DropEmptyLinks(sides);
-  }
-  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::exact); });
-  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::core); });
-  DropEmptyLinks(sides);
-}
-
-void LinkExchanged(Inventory& sides, const std::vector<LoneItem>& gone,
-                   const std::vector<LoneItem>& changed) {
-  LoneLinks links(sides, gone, changed);
-  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::exact); });
-  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::loose); });
 }
 
 std::vector<int32_t> LonePhoneLinks(const Inventory& sides) {

@@ -6,11 +6,7 @@
 #include "host/engine/pc_side.h"
 #include "host/engine/report_words.h"
 #include "platform/com/lists.h"
-#include "platform/system/file_system.h"
-#include "stores/bookmark/bookmark_tree.h"
-#include "stores/bookmark/favorites_root.h"
 #include "support/date_time.h"
-#include "support/text.h"
 
 namespace qv {
 namespace {
@@ -82,12 +78,6 @@ bool HasGone(const std::vector<StatusEntry>& before, const std::vector<StatusEnt
   return std::ranges::any_of(before, [&](const StatusEntry& e) { return !ids.contains(e.id); });
 }
 
-// An entry that the store would show.
-bool MayTakePart(const EntryInfo& entry) {
-  return entry.kind == EntryKind::Folder ||
-         (entry.kind == EntryKind::File && HasExactTail(entry.name, kShortcutTail));
-}
-
 }  // namespace
 
 // Whether the store shows the phone only some of its items.
@@ -152,31 +142,6 @@ void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present, bool all) 
   if (kind_.isTree) RequireReadable(items);
   if (!all) return;
   for (const std::u16string& id : there) items.push_back({id, 0, PcChange::Filtered});
-}
-
-// The store takes a folder that cannot be opened for an empty one.
-void PcStore::RequireReadable(const std::vector<PcItem>& items) {
-  std::unordered_set<std::u16string_view> emptied;
-  for (const PcItem& item : items) {
-    if (item.change == PcChange::Gone) emptied.insert(item.parent);
-  }
-  for (const PcItem& item : items) {
-    if (item.change != PcChange::Gone) emptied.erase(item.parent);
-  }
-  for (const PcItem& item : items) {
-    if (item.change == PcChange::Gone || !item.isFolder || !emptied.contains(item.id)) continue;
-    std::u16string path = FavoritesFolder();
-    path.append(u"\\").append(FromUtf8(Label(item)));
-    std::ranges::replace(path, u'/', u'\\');
-    std::vector<EntryInfo> entries;
-    const SystemError error = ListFolder(path, ListDetail::Names, entries);
-    const bool isGone = error == kFileNotFound || error == kPathNotFound;
-    // It may be there for this look alone.
-    const bool isEmpty = error == kNoError && std::ranges::none_of(entries, MayTakePart);
-    if (isGone || isEmpty) continue;
-    throw StoreFailure("the folder " + Label(item) + " of the Favorites cannot be read (error " +
-                       std::to_string(error) + "); what is in it would look deleted");
-  }
 }
 
 }  // namespace qv

@@ -197,13 +197,6 @@ ComPtr<IItemCommon> PcStore::Parse(std::string_view text) {
   return parsed;
 }
 
-ComPtr<IItemCommon> PcStore::ParseFolder(std::string_view text) {
-  ComPtr<IUnknown> item;
-  const auto converter = CreateInstance<IConverter>(CLSID_FolderConverter);
-  Check(converter->Parse(Content(text).get(), item.Out()));
-  return Query<IItemCommon>(item);
-}
-
 ComPtr<IItemCommon> PcStore::ParseAndMatch(std::string_view text, const PcPlace& place,
                                            Duplicate& duplicate) {
   const ComPtr<IContentData> content = Content(text);
@@ -294,53 +287,6 @@ void PcStore::Replace(const std::u16string& id, std::string_view text, const PcP
   const HRESULT status = store_->Replace(Bstr(id), Content(text).get(), TypeOf(place), kFalse,
                                          Bstr(place.parent), fields.Out());
   if (Failed(status)) throw ItemError(reason.Explain(Refused(text), status));
-}
-
-void PcStore::DeleteFolder(const std::u16string& id,
-                           const std::unordered_set<std::u16string>& known) {
-  const DatabaseReason reason;
-  ComPtr<IUnknown> list;
-  HRESULT status = store_->GetSubUids(Bstr(id), list.Out());
-  if (Failed(status)) throw ItemError(reason.Explain("its content cannot be looked up", status));
-  for (const std::u16string& inside : TextsOf(list)) {
-    if (!known.contains(inside)) {
-      throw ItemError("there is something new in it on the PC; it is taken up next time");
-    }
-  }
-  status = store_->Delete(Bstr(id), kTrue);
-  if (Failed(status)) {
-    throw ItemError(reason.Explain("the PC cannot delete it; other files may be in it", status));
-  }
-}
-
-std::u16string PcStore::FolderName(const std::u16string& id) {
-  return TitleOf(*Get(id, false).item);
-}
-
-bool PcStore::IsAt(const std::u16string& id, std::u16string_view title,
-                   std::u16string_view parent) {
-  Bstr now;
-  return TitleOf(*Get(id, false).item) == title &&
-         Succeeded(store_->GetParentUid(Bstr(id), now.Out())) && now.view() == parent;
-}
-
-std::string PcStore::Label(const PcItem& item) {
-  if (!kind_.isTree) return ToUtf8(item.id);
-  std::string label;
-  for (std::u16string id = item.id; !id.empty() && id != root_.view();) {
-    std::u16string title;
-    try {
-      title = TitleOf(*Get(id, false).item);
-    } catch (const ItemError&) {
-      // It has but its number.
-    }
-    std::string part = title.empty() ? "number " + ToUtf8(id) : ToUtf8(title);
-    label = label.empty() ? std::move(part) : part.append("/").append(label);
-    Bstr parent;
-    if (Failed(store_->GetParentUid(Bstr(id), parent.Out()))) break;
-    id = parent.str();
-  }
-  return label;
 }
 
 void PcStore::Delete(const std::u16string& id) {
