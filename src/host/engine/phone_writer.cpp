@@ -173,8 +173,7 @@ bool Runner::GatherBatch(Steps& steps, std::vector<Outgoing>& batch) {
     if (stopped) break;
     const PlanStep& step = steps.front();
     Outgoing out;
-    const std::string name = NameOf(At(run_.sides.links, step.link));
-    if (Try("pc", name, [&] { Gather(step, out); })) {
+    if (Try("pc", At(run_.sides.links, step.link), [&] { Gather(step, out); })) {
       bytes += out.text.size();
       batch.push_back(std::move(out));
     }
@@ -228,7 +227,7 @@ bool Runner::DeletePhone(Steps steps) {
     PcTransaction transaction(run_.pc.side());
     std::erase_if(removed, [&](const ItemLink* link) {
       if (link->pc < 0) return false;
-      return !Try("pc", NameOf(*link), [&] { Forget(At(run_.sides.pc, link->pc)); });
+      return !Try("pc", *link, [&] { Forget(At(run_.sides.pc, link->pc)); });
     });
     transaction.Commit();
   }

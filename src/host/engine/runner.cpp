@@ -135,24 +135,23 @@ bool Runner::ChangePc(Steps steps) {
 
 void Runner::ChangeOne(const PlanStep& step) {
   ItemLink& link = At(run_.sides.links, step.link);
-  const std::string name = NameOf(link);
   switch (step.act) {
     case Act::PcDelete:
-      Try("pc", name, [&] { DeleteFromPc(step); });
+      Try("pc", link, [&] { DeleteFromPc(step); });
       return;
     case Act::Adopt:
-      Try("pc", name, [&] { AdoptUid(link); });
+      Try("pc", link, [&] { AdoptUid(link); });
       return;
     case Act::PcMove:
-      if (!Try("pc", name, [&] { MoveOnPc(step); })) unplaced_.insert(step.link);
+      if (!Try("pc", link, [&] { MoveOnPc(step); })) unplaced_.insert(step.link);
       return;
     default:
       break;
   }
   std::string text;
-  if (!Try("phone", name, [&] { text = TextForPc(At(run_.sides.phone, link.phone)); })) return;
+  if (!Try("phone", link, [&] { text = TextForPc(At(run_.sides.phone, link.phone)); })) return;
   const bool done = Try(
-      "pc", name, [&] { step.act == Act::PcAdd ? AddToPc(link, text) : ReplaceOnPc(step, text); });
+      "pc", link, [&] { step.act == Act::PcAdd ? AddToPc(link, text) : ReplaceOnPc(step, text); });
   if (done) return;
   unplaced_.insert(step.link);
   const PhoneItem& item = At(run_.sides.phone, link.phone);
@@ -345,7 +344,7 @@ bool Runner::Note(Steps steps) {
     stopped = IsSyncStopped();
     if (stopped) break;
     const ItemLink& link = At(run_.sides.links, step.link);
-    if (Try("pc", NameOf(link), [&] { NoteOne(step); })) done.push_back(&step);
+    if (Try("pc", link, [&] { NoteOne(step); })) done.push_back(&step);
     progress_.Done();
   }
   transaction.Commit();

@@ -110,10 +110,13 @@ class Runner {
   RecordRow RowOf(const PhoneItem& item, std::u16string sourceUid) const;
   void Fail(const char* side, const std::string& item, std::string reason);
   std::string NameOf(const ItemLink& link) const;
+  std::string NameOf(const PcItem& item) const { return run_.pc.Label(item); }
+  static std::string NameOf(const std::string& name) { return name; }
 
-  // Runs `body`; a failure of the item is noted, and false comes back.
-  template <class Body>
-  bool Try(const char* side, const std::string& item, Body&& body);
+  // Runs `body`; a failure of the item (a link, an item of the PC or a name) is noted, and false
+  // comes back.
+  template <class Item, class Body>
+  bool Try(const char* side, const Item& item, Body&& body);
 
   RunSides run_;
   StoreReport& report_;

@@ -8,13 +8,14 @@
 #include "support/user_flags.h"
 
 namespace qv {
+
 // A number on the PC stands for a path. What is known of one that is gone must not be taken for
 // what is put there next.
 void Runner::ForgetGone() {
   PcTransaction transaction(run_.pc.side());
   for (const PcItem& item : run_.sides.pc) {
     if (item.change != PcChange::Gone) continue;
-    Try("pc", run_.pc.Label(item), [&] { run_.pc.Sent(SENTCMD_DEL, item); });
+    Try("pc", item, [&] { run_.pc.Sent(SENTCMD_DEL, item); });
   }
   transaction.Commit();
 }
@@ -162,8 +163,8 @@ bool Runner::MovePhone(Steps steps) {
   for (const PlanStep& step : steps) {
     stopped = IsSyncStopped();
     if (stopped) break;
-    const std::string name = NameOf(At(run_.sides.links, step.link));
-    Try("phone", name, [&] { report_.phone.replaced += MoveOnPhone(step) && !step.isExtra; });
+    Try("phone", At(run_.sides.links, step.link),
+        [&] { report_.phone.replaced += MoveOnPhone(step) && !step.isExtra; });
     progress_.Done();
   }
   SyncPhone();

@@ -7,15 +7,15 @@
 
 namespace qv {
 
-template <class Body>
-bool Runner::Try(const char* side, const std::string& item, Body&& body) {
+template <class Item, class Body>
+bool Runner::Try(const char* side, const Item& item, Body&& body) {
   try {
     body();
     return true;
   } catch (const ItemError& error) {
-    Fail(side, item, error.what());
+    Fail(side, NameOf(item), error.what());
   } catch (const StatusError& error) {
-    Fail(side, item, StatusWords(error.status()));
+    Fail(side, NameOf(item), StatusWords(error.status()));
   }
   run_.pc.RequireDatabase();
   return false;
