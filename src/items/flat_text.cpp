@@ -63,6 +63,8 @@ class FlatReader {
       KeepExtra(line.header, ReadNested(reader_, line, form_.component, ended_));
     } else if (envelope == Envelope::EndOther) {
       if (!IsWrapper(line, form_)) KeepExtra(line.header, line.value);
+    } else if (CommonFieldOf(line.name) == CommonField::Dropped) {
+      return;  // whatever is wrong with it
     } else if (line.malformed || !ReadProperty(line)) {
       KeepExtra(line.header, line.value);
     }
@@ -71,12 +73,11 @@ class FlatReader {
   // False for what has no place in the item.
   bool ReadProperty(const Line& line) {
     switch (CommonFieldOf(line.name)) {
-      case CommonField::Dropped:
-        return true;
       case CommonField::Uid:
         return ReadUid(line);
       case CommonField::Modified:
         return ReadModified(line);
+      case CommonField::Dropped:
       case CommonField::None:
         break;
     }

@@ -79,6 +79,8 @@ TEST_F(VBookmark, BringsEveryUrlAndTitleBack) {
 }
 
 TEST_F(VBookmark, LeavesOutExtrasThatWouldNotComeBack) {
+  // A version with an open quote is no extra: it would not be written.
+  EXPECT_TRUE(ParseVBookmark(Wrap("version;X\"a:b=\r\n"))->fields.extras.empty());
   Bookmark bookmark;
   bookmark.fields.extras = {{u"END", u"VBKM"}, {u"X-A", u"b"}, {u"X-C", u"d\r\nURL:e"}};
   EXPECT_EQ(WriteVBookmark(bookmark), Wrap("TITLE:\r\nURL:\r\nX-A:b\r\n"));
