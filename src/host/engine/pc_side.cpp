@@ -272,7 +272,8 @@ std::u16string PcStore::Add(std::string_view text, const PcPlace& place) {
 
 // What may be wrong with a text that the store has refused.
 std::string PcStore::Refused(std::string_view text) {
-  if (kind_.isTree) return "the PC cannot take it";
+  if (kind_.isTree)
+    return "the PC cannot take it (its name or the path of its folder may be too long)";
   const auto calendar = Query<ICalendarItem>(Parse(text));
   Bstr series;
   if (calendar) Check(calendar->get_ParentRecurUid(series.Out()));

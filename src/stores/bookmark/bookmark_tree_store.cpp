@@ -309,7 +309,8 @@ HRESULT BookmarkTreeStore::Touch(const std::u16string& folderUid) {
     Place place{uid, {}, {}};
     Check(map_.PathOf(uid, place.path));
     if (place.path.empty()) break;
-    place.full = tree_.FullPath(place.path);
+    // Only a look at its time: that no link is on the way has been seen from below.
+    place.full = RelativeToAbsolute(tree_.root(), place.path);
     uid = ParentUid(place.path);
     status = Check(WriteStatus(STATDBUPDATE_REPL, place, uid, true));
   }
