@@ -66,6 +66,7 @@ std::u16string MakeFavorites(const std::string& folder, const std::string& given
   std::string native = path.lexically_normal().string();
   while (native.size() > 1 && native.ends_with('/')) native.pop_back();
   const std::optional<std::u16string> name = FromNativePath(native);
+  if (native == "/") throw UsageError("the folder / cannot be the Favorites");
   if (error || !name) {
     throw UsageError("the folder " + native + " cannot be the Favorites: its path holds a sign " +
                      "that stands in no file name on the PC (: * ? \" < > | \\)");

@@ -5,6 +5,7 @@
 #include <rapidcheck.h>
 
 #include <map>
+#include <regex>
 #include <set>
 
 #include "host/tree_rig.h"
@@ -125,8 +126,7 @@ class World {
     for (std::string line : tree) {
       const size_t url = line.find(" -> ");
       if (url != line.npos) line.erase(line.rfind('/', url) + 1, url - line.rfind('/', url) - 1);
-      for (size_t at; (at = line.find("(2)")) != line.npos;) line.erase(at, 3);
-      for (size_t at; (at = line.find("(3)")) != line.npos;) line.erase(at, 3);
+      line = std::regex_replace(line, std::regex(R"(\(\d+\))"), "");
       std::ranges::transform(line, line.begin(), [](char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
       });

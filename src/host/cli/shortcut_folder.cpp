@@ -159,10 +159,12 @@ std::optional<std::string> ShortcutFolder::AddTo(const std::string& folder,
   bookmark.url = FromUtf8(url);
   const std::u16string parent = FullPath(folder);
   const std::u16string name = FileNameOf(bookmark);
-  EntryInfo info;
-  const std::u16string same = parent + u"\\" + name;
-  if (FindEntry(same, info) == kNoError && UrlOf(same) == url) return std::nullopt;
-  const std::u16string full = parent + u"\\" + UniqueEntryName(parent, name, false);
+  const std::u16string stem = parent + u"\\" + StemOf(name);
+  std::u16string full = stem + std::u16string(kShortcutTail);
+  for (int n = 2; EntryExists(full); ++n) {
+    if (UrlOf(full) == url) return std::nullopt;
+    full = stem + u"(" + Decimal(n) + u")" + std::u16string(kShortcutTail);
+  }
   CheckDone(CreateNewFile(full, ShortcutBytes(bookmark.url)), "write", full);
   return IdOf(AbsoluteToRelative(tree_.root(), full), false);
 }

@@ -4,6 +4,7 @@
 #include "host/engine/bookmark_text.h"
 #include "host/engine/report_words.h"
 #include "platform/com/lists.h"
+#include "stores/bookmark/favorites_root.h"
 #include "support/text.h"
 #include "support/user_flags.h"
 #include "syncdb/status_class_ids.h"
@@ -158,7 +159,11 @@ std::u16string UidOf(IItemCommon& item) {
 }
 
 PcStore::PcStore(PcSide& side, Profile& profile, const StoreKind& kind)
-    : side_(side), kind_(kind), store_(side.Store(kind)), mimeType_(kind.mimeType) {
+    : side_(side),
+      kind_(kind),
+      takesFolders_(kind.isTree && DeviceTakesFolders(profile.bag())),
+      store_(side.Store(kind)),
+      mimeType_(kind.mimeType) {
   status_ = Query<IStatusDB>(store_);
   if (!status_) throw StoreFailure("the store of " + std::string(kind.name) + " has no status");
   const DatabaseReason reason;

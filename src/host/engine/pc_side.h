@@ -115,6 +115,8 @@ class PcStore {
   // `known` (identifiers).
   void DeleteFolder(const std::u16string& id, const std::unordered_set<std::u16string>& known);
   std::u16string FolderName(const std::u16string& id);
+  // Whether an entry on top of a tree came, went or was renamed at that second (UTC) or later.
+  bool RootChangedSince(int64_t seconds);
   // Whether the entry of a tree has this title and lies in this folder.
   bool IsAt(const std::u16string& id, std::u16string_view title, std::u16string_view parent);
   // How a person knows the item: its path in a tree, else the identifier.
@@ -144,6 +146,8 @@ class PcStore {
   // What seems to be gone from folders that are there must not be so because they cannot be read.
   void RequireReadable(const std::vector<PcItem>& items);
   std::string Refused(std::string_view text);
+  std::u16string PathOf(const std::u16string& id);
+  std::string OtherFileIn(const std::u16string& id);
   bool IsFiltered() const;
   std::vector<std::u16string> AllIds();
   void UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id, const PcPlace& place = {},
@@ -151,6 +155,7 @@ class PcStore {
 
   PcSide& side_;
   const StoreKind& kind_;
+  const bool takesFolders_;
   ComPtr<IDataStore> store_;
   ComPtr<IStatusDB> status_;
   ComPtr<IConverter> converter_;

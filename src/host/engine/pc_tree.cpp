@@ -39,10 +39,46 @@ void PcStore::DeleteFolder(const std::u16string& id,
       throw ItemError("there is something new in it on the PC; it is taken up next time");
     }
   }
+  if (const std::string other = OtherFileIn(id); !other.empty()) {
+    throw ItemError("it holds what is no bookmark, " + other +
+                    "; move that away, or remove the folder on the PC");
+  }
   status = store_->Delete(Bstr(id), kTrue);
   if (Failed(status)) {
     throw ItemError(reason.Explain("the PC cannot delete it; other files may be in it", status));
   }
+}
+
+std::u16string PcStore::PathOf(const std::u16string& id) {
+  PcItem item;
+  item.id = id;
+  std::u16string path = FavoritesFolder();
+  path.append(u"\\").append(FromUtf8(Label(item)));
+  std::ranges::replace(path, u'/', u'\\');
+  return path;
+}
+
+// Empty for none. What is no bookmark would go with the folder, unseen.
+std::string PcStore::OtherFileIn(const std::u16string& id) {
+  std::vector<std::u16string> open = {PathOf(id)};
+  std::vector<EntryInfo> entries;
+  while (!open.empty()) {
+    const std::u16string folder = std::move(open.back());
+    open.pop_back();
+    if (ListFolder(folder, ListDetail::Names, entries) != kNoError) return ToUtf8(folder);
+    for (const EntryInfo& entry : entries) {
+      if (!MayTakePart(entry)) return ToUtf8(entry.name);
+      if (entry.kind == EntryKind::Folder) open.push_back(folder + u"\\" + entry.name);
+    }
+  }
+  return {};
+}
+
+bool PcStore::RootChangedSince(int64_t seconds) {
+  std::u16string root = FavoritesFolder();
+  if (!takesFolders_) root.append(u"\\").append(kMobileBookmarks);
+  EntryInfo entry;
+  return FindEntry(root, entry) != kNoError || entry.modified >= seconds;
 }
 
 std::u16string PcStore::FolderName(const std::u16string& id) {
@@ -86,11 +122,8 @@ void PcStore::RequireReadable(const std::vector<PcItem>& items) {
   }
   for (const PcItem& item : items) {
     if (item.change == PcChange::Gone || !item.isFolder || !emptied.contains(item.id)) continue;
-    std::u16string path = FavoritesFolder();
-    path.append(u"\\").append(FromUtf8(Label(item)));
-    std::ranges::replace(path, u'/', u'\\');
     std::vector<EntryInfo> entries;
-    const SystemError error = ListFolder(path, ListDetail::Names, entries);
+    const SystemError error = ListFolder(PathOf(item.id), ListDetail::Names, entries);
     const bool isGone = error == kFileNotFound || error == kPathNotFound;
     // It may be there for this look alone.
     const bool isEmpty = error == kNoError && std::ranges::none_of(entries, MayTakePart);

@@ -151,17 +151,24 @@ std::error_code PhoneFolder::Make() const {
 }
 
 std::string PhoneFolder::Numbered(std::string_view folder, const std::string& stem,
-                                  std::string_view tail) {
+                                  std::string_view tail, std::string_view own) {
   const auto [taken, isNew] = taken_.try_emplace(std::string(folder));
   if (isNew) {
     std::vector<FolderEntry> entries;
     // A folder that cannot be listed cannot be written to either.
     static_cast<void>(TheFiles().List(PathOf(folder), entries));
-    for (FolderEntry& entry : entries) taken->second.insert(Lower(std::move(entry.name)));
+    for (FolderEntry& entry : entries) ++taken->second[Lower(std::move(entry.name))];
+  }
+  if (!own.empty() && FolderOfName(own) == folder) {
+    std::string base(BaseOfName(own));
+    if (IsFolderName(base)) base.pop_back();
+    // One that differs in letter case alone may be beside it.
+    const auto held = taken->second.find(Lower(std::move(base)));
+    if (held != taken->second.end() && --held->second == 0) taken->second.erase(held);
   }
   std::string name = stem;
   name += tail;
-  for (int n = 2; !taken->second.insert(Lower(name)).second; ++n) {
+  for (int n = 2; !taken->second.try_emplace(Lower(name), 1).second; ++n) {
     name = stem;
     name.append("(").append(std::to_string(n)).append(")").append(tail);
   }
@@ -174,9 +181,9 @@ std::string PhoneFolder::FreeName(std::u16string_view uid) {
   return Numbered("", stem, extension_);
 }
 
-std::string PhoneFolder::FreeName(std::string_view folder, std::u16string_view title,
-                                  bool isFolder) {
-  std::string name = Numbered(folder, NameOfTitle(title), isFolder ? "" : extension_);
+std::string PhoneFolder::FreeName(std::string_view folder, std::u16string_view title, bool isFolder,
+                                  std::string_view own) {
+  std::string name = Numbered(folder, NameOfTitle(title), isFolder ? "" : extension_, own);
   if (isFolder) name += '/';
   return name;
 }

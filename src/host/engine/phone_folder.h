@@ -42,22 +42,25 @@ class PhoneFolder {
   // A name for a new item, taken from the identifier inside its text where that is fit for one. No
   // file of the folder has it, in whatever letter case, nor has any name given out before.
   std::string FreeName(std::u16string_view uid);
-  // The same from a title, in a folder of the tree ("" on top); for a folder the name of one.
-  std::string FreeName(std::string_view folder, std::u16string_view title, bool isFolder);
+  // The same from a title, in a folder of the tree ("" on top); for a folder the name of one. The
+  // item's own name until now stands in nobody's way.
+  std::string FreeName(std::string_view folder, std::u16string_view title, bool isFolder,
+                       std::string_view own = {});
 
  private:
   std::string PathOf(std::string_view name) const;
   void Touch(std::string_view name) { touched_.emplace(FolderOfName(name)); }
   std::error_code ListBelow(const std::string& folder, std::vector<FolderEntry>& items);
   bool IsItem(std::string_view name) const;
-  std::string Numbered(std::string_view folder, const std::string& stem, std::string_view tail);
+  std::string Numbered(std::string_view folder, const std::string& stem, std::string_view tail,
+                       std::string_view own = {});
 
   std::string folder_;
   std::string extension_;
   bool isTree_;
   std::set<std::string> touched_;  // folders whose entries are to be brought to disk
   // Names in use by folder, in lower case; filled when the first name there is asked for.
-  std::unordered_map<std::string, std::unordered_set<std::string>> taken_;
+  std::unordered_map<std::string, std::unordered_map<std::string, int>> taken_;
 };
 
 }  // namespace qv

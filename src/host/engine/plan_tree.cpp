@@ -175,8 +175,7 @@ void TreePlan::RequireOnPhone(int32_t folder) {
 
 void TreePlan::RequireFolders(int32_t i) {
   const ItemLink& link = Link(i);
-  const PlanStep* step = StepOf(i);
-  const Placing placing = step == nullptr ? Placing::Same : step->placing;
+  const Placing placing = At(placings_, i);
   if (WillBeOnPc(i)) {
     const bool asOnPhone = Does(i, Act::PcAdd) || placing == Placing::AsOnPhone;
     RequireOnPc(asOnPhone ? link.phoneParent : link.pcParent);

@@ -48,6 +48,7 @@ void ProgressMeter::Done() {
 
 bool Runner::Run(const SyncPlan& plan) {
   if (run_.sides.isTree) ForgetGone();
+  if (run_.sides.isTree) FindStaleFolders(plan);
   for (const PlanStep& step : plan.steps) {
     if (step.act == Act::PcDelete) {
       leaving_.insert(At(run_.sides.pc, At(run_.sides.links, step.link).pc).id);

@@ -80,6 +80,7 @@ class Runner {
 
   // Of a tree. The places throw ItemError for an item whose folder the other side does not have.
   void ForgetGone();
+  void FindStaleFolders(const SyncPlan& plan);
   PcPlace PcPlaceFor(const PlanStep& step) const;
   std::string PhonePlaceFor(const ItemLink& link) const;
   void NoteOnPc(ItemLink& link, const std::u16string& id, const PcPlace& place);

@@ -20,6 +20,19 @@ void Runner::ForgetGone() {
   transaction.Commit();
 }
 
+// A folder that the phone has renamed, in a run that may not tell the PC.
+void Runner::FindStaleFolders(const SyncPlan& plan) {
+  std::unordered_set<int32_t> done;
+  for (const PlanStep& step : plan.steps) done.insert(step.link);
+  for (int32_t i = 0; i < IndexOf(run_.sides.links); ++i) {
+    const ItemLink& link = At(run_.sides.links, i);
+    if (link.phone < 0 || link.record < 0 || done.contains(i)) continue;
+    const PhoneItem& item = At(run_.sides.phone, link.phone);
+    const std::string& recorded = At(run_.sides.records, link.record).name;
+    if (item.isFolder && item.name != recorded) staleFolders_.emplace_back(item.name, recorded);
+  }
+}
+
 PcPlace Runner::PcPlaceFor(const PlanStep& step) const {
   PcPlace place;
   if (!run_.sides.isTree) return place;
@@ -131,12 +144,10 @@ bool Runner::MoveOnPhone(const PlanStep& step) {
   const PcItem& onPc = At(run_.sides.pc, link.pc);
   const std::u16string title = TitleOf(*run_.pc.Get(onPc.id, false).item);
   const std::string folder = PhonePlaceFor(link);
-  const bool stays =
-      item.isFolder && PcNameOfFolder(item) == title && FolderOfName(item.name) == folder;
-  std::string name = item.name;
+  const std::string name = run_.phone.FreeName(folder, title, item.isFolder, item.name);
+  const bool stays = name == item.name;
   if (!stays) {
     if (!item.isFolder) RequirePhoneUnchanged(item, false);
-    name = run_.phone.FreeName(folder, title, item.isFolder);
     if (const std::error_code error = run_.phone.Rename(item.name, name)) {
       throw ItemError("cannot be moved to " + name + ": " + error.message());
     }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <map>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "host/engine/errors.h"
@@ -41,6 +42,7 @@ class Scan {
 
   std::vector<PhoneItem> Run(const std::vector<FolderEntry>& files) {
     MeetByName(files);
+    FindTouchedFolders();
     for (int32_t i = 0; i < IndexOf(items_); ++i) {
       if (IsSyncStopped()) throw SyncStopped();
       LookAt(i);
@@ -57,6 +59,9 @@ class Scan {
   // Why the text cannot be had.
   std::string Load(PhoneItem& item, std::string& text);
   void Judge(PhoneItem& item);
+  void FindTouchedFolders();
+  void FindTwins();
+  bool MayBeExchanged(const PhoneItem& item) const;
   void Become(PhoneItem& item, int32_t record);
   bool FindReplaced();
   bool FindExchanged();
@@ -75,7 +80,9 @@ class Scan {
   const TextLook& look_;
   std::vector<ItemFailure>& failed_;
   std::vector<PhoneItem> items_;
-  std::vector<bool> met_;                                       // records whose file is there
+  std::unordered_set<std::string_view> touched_;  // folders that changed, or one above them
+  std::vector<bool> twins_;  // records of the size and time of another one that held something else
+  std::vector<bool> met_;    // records whose file is there
   std::unordered_multimap<std::string_view, int32_t> missing_;  // records by hash
 };
 
@@ -142,13 +149,41 @@ void Scan::Judge(PhoneItem& item) {
   if (item.change == PhoneChange::Same) item.uid = row.uid;
 }
 
+// A name in a folder that changed may stand for another file than before.
+void Scan::FindTouchedFolders() {
+  if (rules_.readAll) return;
+  if (rules_.isTouched) touched_.insert(std::string_view());
+  for (const PhoneItem& item : items_) {
+    if (!item.isFolder) continue;
+    const bool touched =
+        !IsSettled(item.modifiedNs, rules_.recordNs) || touched_.contains(FolderOfName(item.name));
+    if (touched) touched_.insert(item.name);
+  }
+  if (!touched_.empty()) FindTwins();
+}
+
+void Scan::FindTwins() {
+  std::map<std::pair<uint64_t, int64_t>, int32_t> first;
+  twins_.assign(records_.size(), false);
+  for (int32_t i = 0; i < IndexOf(records_); ++i) {
+    const RecordRow& row = At(records_, i);
+    const auto [place, isFirst] = first.try_emplace({row.size, row.modifiedNs}, i);
+    if (isFirst || At(records_, place->second).hash == row.hash) continue;
+    twins_[static_cast<size_t>(i)] = twins_[static_cast<size_t>(place->second)] = true;
+  }
+}
+
+bool Scan::MayBeExchanged(const PhoneItem& item) const {
+  return touched_.contains(FolderOfName(item.name)) && twins_[static_cast<size_t>(item.record)];
+}
+
 void Scan::LookAt(int32_t index) {
   PhoneItem& item = At(items_, index);
   if (item.isFolder) return LookAtFolder(index);
   if (!rules_.readAll && item.record >= 0) {
     const RecordRow& row = At(records_, item.record);
     if (item.size == row.size && item.modifiedNs == row.modifiedNs &&
-        IsSettled(item.modifiedNs, rules_.recordNs)) {
+        IsSettled(item.modifiedNs, rules_.recordNs) && !MayBeExchanged(item)) {
       item.hash = row.hash;
       item.uid = row.uid;
       item.change = PhoneChange::Same;
@@ -310,6 +345,11 @@ std::string TextOf(const PhoneFolder& phone, const PhoneItem& item) {
     throw ItemError("it changed during the sync; it is taken up next time");
   }
   return text;
+}
+
+bool IsCollectionTouched(const PhoneFolder& phone, int64_t recordNs) {
+  FileInfo info;
+  return phone.Stat("", info) || !IsSettled(info.modifiedNs, recordNs);
 }
 
 int64_t FileClockNs() {

@@ -68,8 +68,9 @@ PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phon
   }
   if (pending.phoneReachable) {
     std::vector<ItemFailure> failed;
-    sides.phone =
-        ScanPhone(folder, files, sides.records, {false, state.endedNs}, PlainLook(pc), failed);
+    sides.phone = ScanPhone(folder, files, sides.records,
+                            {false, state.endedNs, IsCollectionTouched(folder, state.endedNs)},
+                            PlainLook(pc), failed);
   } else {
     sides.phone = AsRecorded(sides.records);
   }

@@ -53,6 +53,16 @@ std::string Taken(const StoreKind& kind, const PhoneItem& item, std::string_view
   return kind.isTree ? ForPc(text, item.name) : std::string(text);
 }
 
+// Without the numbers at its end that a name gets where it is taken.
+std::u16string_view WithoutNumbers(std::u16string_view name) {
+  while (name.ends_with(u')')) {
+    const size_t open = name.find_last_not_of(u"0123456789", name.size() - 2);
+    if (open == 0 || open == name.npos || name[open] != u'(' || open + 2 == name.size()) break;
+    name = name.substr(0, open);
+  }
+  return name;
+}
+
 }  // namespace
 
 TextLook PlainLook(PcStore& store) {
@@ -79,6 +89,8 @@ Inventory Survey::Load(DS_SYNCTYPE mode, std::vector<RecordRow> records,
   sides_.isTree = pc_.kind().isTree;
   sides_.records = std::move(records);
   pc_.ReadItems(sides_.pc, sides_.pcCount, mode == DS_SYNCTYPE_SLOW);
+  recordNs_ = recordNs;
+  if (sides_.isTree) FindTouchedFolders();
   ScanFor(mode, files, recordNs);
   if (mode == DS_SYNCTYPE_SLOW) {
     LinkSlow(sides_, matches_);
@@ -117,6 +129,7 @@ bool Survey::Try(const char*& side, const std::string& item, Body&& body) {
 void Survey::ScanFor(DS_SYNCTYPE mode, const std::vector<FolderEntry>& files, int64_t recordNs) {
   ScanRules rules;
   rules.recordNs = recordNs;
+  rules.isTouched = !sides_.records.empty() && IsCollectionTouched(phone_, recordNs);
   TextLook look = PlainLook(pc_);
   if (mode == DS_SYNCTYPE_SLOW) {
     pc_.PrepareSlowSync();
@@ -264,6 +277,39 @@ void Survey::MatchFolders() {
   LinkFoldersByName(sides_, [this](const PcItem& item) { return pc_.FolderName(item.id); });
 }
 
+void Survey::FindTouchedFolders() {
+  constexpr int64_t kSlack = 2;  // seconds: coarse stamps, and the end of the last run itself
+  const int64_t since = recordNs_ / 1'000'000'000 - kSlack;
+  rootTouched_ = pc_.RootChangedSince(since);
+  for (const PcItem& item : sides_.pc) {
+    if (!item.isFolder || item.change == PcChange::Gone) continue;
+    const bool own = UnixSecondsFromDate(LocalToUtc(item.modified, true).value) >= since;
+    // A folder stands behind the one that it is in.
+    if (own || IsTouched(item)) touched_.insert(item.id);
+  }
+}
+
+bool Survey::IsTouched(const PcItem& item) const {
+  return item.parent == u"/" ? rootTouched_ : touched_.contains(item.parent);
+}
+
+// The store renames a folder and keeps its number, as for another phone.
+void Survey::FindRenamedFolders() {
+  for (ItemLink& link : sides_.links) {
+    if (link.phone < 0 || link.pc < 0 || link.record < 0) continue;
+    const PhoneItem& item = At(sides_.phone, link.phone);
+    const PcItem& onPc = At(sides_.pc, link.pc);
+    if (!item.isFolder || item.change != PhoneChange::Same || onPc.change != PcChange::Same ||
+        !IsTouched(onPc)) {
+      continue;
+    }
+    const std::u16string name = pc_.FolderName(onPc.id);
+    if (!EqualsIgnoreCase(WithoutNumbers(name), WithoutNumbers(PcNameOfFolder(item)))) {
+      At(sides_.pc, link.pc).change = PcChange::Changed;
+    }
+  }
+}
+
 // A file that was renamed keeps its time. Where it now has the name of another one of the same time
 // only its address tells that it is not that one: it differs from the phone's, or, where the
 // phone's has changed too, it is that of one that is gone.
@@ -274,7 +320,10 @@ void Survey::FindUnseenChanges() {
   for (const PcItem& item : sides_.pc) {
     if (item.change == PcChange::Gone) times.insert(UnixSecondsFromDate(item.modified));
   }
-  if (times.empty()) return;
+  std::unordered_map<int64_t, int> ofTime;
+  for (const PcItem& item : sides_.pc) {
+    if (!item.isFolder) ++ofTime[UnixSecondsFromDate(item.modified)];
+  }
   for (int32_t i = 0; i < IndexOf(sides_.links); ++i) {
     const ItemLink& link = At(sides_.links, i);
     if (link.pc < 0 || link.record < 0) continue;
@@ -283,7 +332,8 @@ void Survey::FindUnseenChanges() {
     if (onPc.isFolder) continue;
     if (onPhone && At(sides_.phone, link.phone).change == PhoneChange::Unreadable) continue;
     if (onPhone && onPc.change == PcChange::Gone) goneUrls.insert(PhoneUrl(link));
-    const bool sameTime = times.contains(UnixSecondsFromDate(onPc.modified));
+    const int64_t time = UnixSecondsFromDate(onPc.modified);
+    const bool sameTime = times.contains(time) || (IsTouched(onPc) && ofTime[time] > 1);
     if (onPc.change == PcChange::Same && sameTime) suspects.push_back(i);
   }
   for (const int32_t i : suspects) {
@@ -335,6 +385,7 @@ void Survey::MatchExchanged() {
 void Survey::MatchLone() {
   if (sides_.isTree) {
     FindParents(sides_);
+    FindRenamedFolders();
     FindUnseenChanges();
     MatchExchanged();
   }

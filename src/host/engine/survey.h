@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "host/engine/links.h"
@@ -33,6 +34,11 @@ class Survey {
   std::optional<PcPlace> MatchedPlace(const PhoneItem& item) const;
   void MatchOccurrences();
   void MatchFolders();
+  // Which folders of the PC changed since the last sync, they or one above them: a name in them may
+  // stand for another entry than before.
+  void FindTouchedFolders();
+  bool IsTouched(const PcItem& item) const;
+  void FindRenamedFolders();
   void FindUnseenChanges();
   std::u16string PhoneUrl(const ItemLink& link);
   void MatchExchanged();
@@ -52,6 +58,9 @@ class Survey {
   Inventory sides_;
   std::unordered_map<std::u16string_view, int32_t> pcById_;
   std::vector<SlowMatch> matches_;
+  int64_t recordNs_ = 0;
+  bool rootTouched_ = false;
+  std::unordered_set<std::u16string> touched_;                      // identifiers of folders
   std::unordered_map<std::string, std::u16string> matchedFolders_;  // the PC's by the phone's name
 };
 

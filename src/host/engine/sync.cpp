@@ -1,6 +1,7 @@
 #include "host/engine/sync.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 
 #include "host/engine/engine_record.h"
@@ -11,6 +12,7 @@
 #include "host/engine/safety.h"
 #include "host/engine/survey.h"
 #include "platform/system/clock.h"
+#include "platform/system/files.h"
 #include "platform/system/service.h"
 #include "stores/bookmark/favorites_root.h"
 #include "support/date_time.h"
@@ -271,6 +273,17 @@ void SyncStores(Profile& profile, const std::string& phoneFolder,
   }
 }
 
+// A tree within the other one would be copied into itself, again and again.
+void RefuseMixedFolders(const std::vector<const StoreKind*>& kinds,
+                        const std::string& phoneFolder) {
+  if (std::ranges::none_of(kinds, &StoreKind::isTree)) return;
+  const std::optional<std::string> favorites = ToNativePath(FavoritesFolder());
+  if (!favorites || favorites->empty()) return;
+  if (!IsWithin(phoneFolder, *favorites) && !IsWithin(*favorites, phoneFolder)) return;
+  throw UsageError("the phone's folder " + phoneFolder + " and the Favorites folder " + *favorites +
+                   " lie within each other; each needs a folder of its own");
+}
+
 }  // namespace
 
 SyncReport RunSync(Profile& profile, const std::string& phoneFolder,
@@ -281,6 +294,7 @@ SyncReport RunSync(Profile& profile, const std::string& phoneFolder,
     throw UsageError("the folder " + phoneFolder +
                      " belongs to the profile itself; a phone needs a folder of its own");
   }
+  RefuseMixedFolders(kinds, phoneFolder);
   const Profile::Lock lock = profile.LockForSync();
   if (IsSyncStopped()) profile.SetStop(false);
   SyncReport report;
