@@ -14,7 +14,7 @@ namespace qv {
 struct ScanRules {
   bool readAll = false;  // even what looks the same by name, size and time
   int64_t recordNs = 0;  // when the record was made, by the clock that stamps files
-  // Whether the collection itself changed since: a name in it may stand for another file.
+  // Whether a tree itself changed since: a name in it may stand for another file.
   bool isTouched = false;
 };
 

@@ -68,9 +68,10 @@ PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phon
   }
   if (pending.phoneReachable) {
     std::vector<ItemFailure> failed;
-    sides.phone = ScanPhone(folder, files, sides.records,
-                            {false, state.endedNs, IsCollectionTouched(folder, state.endedNs)},
-                            PlainLook(pc), failed);
+    sides.phone =
+        ScanPhone(folder, files, sides.records,
+                  {false, state.endedNs, kind.isTree && IsCollectionTouched(folder, state.endedNs)},
+                  PlainLook(pc), failed);
   } else {
     sides.phone = AsRecorded(sides.records);
   }

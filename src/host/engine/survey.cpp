@@ -129,7 +129,7 @@ bool Survey::Try(const char*& side, const std::string& item, Body&& body) {
 void Survey::ScanFor(DS_SYNCTYPE mode, const std::vector<FolderEntry>& files, int64_t recordNs) {
   ScanRules rules;
   rules.recordNs = recordNs;
-  rules.isTouched = !sides_.records.empty() && IsCollectionTouched(phone_, recordNs);
+  rules.isTouched = sides_.isTree && IsCollectionTouched(phone_, recordNs);
   TextLook look = PlainLook(pc_);
   if (mode == DS_SYNCTYPE_SLOW) {
     pc_.PrepareSlowSync();
