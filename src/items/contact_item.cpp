@@ -20,6 +20,23 @@ std::u16string& AddressOf(Messenger& messenger) {
 
 }  // namespace
 
+void Normalize(ContactContent& contact) {
+  if (!contact.formattedName.empty()) return;
+  for (const std::u16string* name :
+       {&contact.familyName, &contact.givenName, &contact.additionalNames}) {
+    if (name->empty()) continue;
+    if (!contact.formattedName.empty()) contact.formattedName += u' ';
+    contact.formattedName += *name;
+  }
+}
+
+HRESULT ContactItem::Normalize() noexcept {
+  return Guarded([&] {
+    qv::Normalize(value_);
+    return S_OK;
+  });
+}
+
 HRESULT ContactItem::DropSideData() noexcept {
   value_.hidden.clear();
   return ItemObject::DropSideData();

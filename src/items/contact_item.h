@@ -86,6 +86,7 @@ class ContactItem final : public ItemObject<Contact, IContactItem, IContactAcces
   HRESULT GetHidden(int32_t index, BSTR* property, BSTR* value, BSTR* extended,
                     BOOL* iscustom) noexcept override;
   HRESULT AddHidden(BSTR property, BSTR value, BSTR extended, BOOL iscustom) noexcept override;
+  HRESULT Normalize() noexcept override;
 };
 
 }  // namespace qv

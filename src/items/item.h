@@ -32,6 +32,7 @@ struct HiddenLabel {
 struct ItemFields {
   std::u16string sourceUid;  // the PC side's identifier
   std::u16string parentUid;  // and its parent
+  DATE created = 0.0;
   DATE modified = 0.0;       // local modification time
   std::u16string objUid;     // the identifier inside the text
   DATE objModified = 0.0;    // the modification time inside the text

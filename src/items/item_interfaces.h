@@ -17,6 +17,8 @@ struct IItemCommon : IDispatch {
   virtual HRESULT put_SourceUid(BSTR value) noexcept = 0;
   virtual HRESULT get_ParentUid(BSTR* value) noexcept = 0;
   virtual HRESULT put_ParentUid(BSTR value) noexcept = 0;
+  virtual HRESULT get_Created(DATE* value) noexcept = 0;
+  virtual HRESULT put_Created(DATE value) noexcept = 0;
   virtual HRESULT get_Modified(DATE* value) noexcept = 0;
   virtual HRESULT put_Modified(DATE value) noexcept = 0;
   virtual HRESULT get_ObjUid(BSTR* value) noexcept = 0;
@@ -121,6 +123,8 @@ struct IContactItem : IDispatch {
   virtual HRESULT GetHidden(int32_t index, BSTR* property, BSTR* value, BSTR* extended,
                             BOOL* iscustom) noexcept = 0;
   virtual HRESULT AddHidden(BSTR property, BSTR value, BSTR extended, BOOL iscustom) noexcept = 0;
+  // An empty formatted name becomes family, given and additional names, joined by blanks.
+  virtual HRESULT Normalize() noexcept = 0;
 
  protected:
   ~IContactItem() = default;

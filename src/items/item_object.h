@@ -21,6 +21,8 @@ class ItemObject : public ComObject<IItemCommon, Interface, Access> {
   HRESULT put_SourceUid(BSTR value) noexcept final { return PutText(fields().sourceUid, value); }
   HRESULT get_ParentUid(BSTR* value) noexcept final { return GetText(fields().parentUid, value); }
   HRESULT put_ParentUid(BSTR value) noexcept final { return PutText(fields().parentUid, value); }
+  HRESULT get_Created(DATE* value) noexcept final { return GetValue(fields().created, value); }
+  HRESULT put_Created(DATE value) noexcept final { return PutValue(fields().created, value); }
   HRESULT get_Modified(DATE* value) noexcept final { return GetValue(fields().modified, value); }
   HRESULT put_Modified(DATE value) noexcept final { return PutValue(fields().modified, value); }
   HRESULT get_ObjUid(BSTR* value) noexcept final { return GetText(fields().objUid, value); }

@@ -11,7 +11,7 @@
 #include "pim/outlook_manager.h"
 #include "stores/key_field_list.h"
 #include "stores/outlook/filter_rules.h"
-#include "stores/outlook/text_types.h"
+#include "stores/text_types.h"
 #include "syncdb/status_table.h"
 
 namespace qv {

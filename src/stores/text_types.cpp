@@ -1,4 +1,4 @@
-#include "stores/outlook/text_types.h"
+#include "stores/text_types.h"
 
 #include <algorithm>
 
