@@ -33,8 +33,10 @@ HRESULT StoreBase::Initialize(IUnknown* pIConfig) noexcept {
   return Guarded([&]() -> HRESULT {
     Log(u"Start");
     if (initialized_) return DS_S_ALREADY_INITIALIZED;
-    bag_ = ComPtr<IEngineConfig>(AsEngineConfig(pIConfig));
+    bag_ = identity_.isFileStore ? Query<IEngineConfig>(pIConfig)
+                                 : ComPtr<IEngineConfig>(AsEngineConfig(pIConfig));
     if (!bag_) return E_FAIL;
+    Check(OnCheckBag());
     Check(config_->Load(Bstr(identity_.configName), pIConfig));
     session_.sourceUri = ConfigText(&IDataStoreConfig::get_sourceURI);
     const HRESULT status = OnInitialize();
@@ -69,8 +71,10 @@ HRESULT StoreBase::Add(IUnknown* cdata, BSTR contexttype, BSTR sourceParentUid,
                        BSTR* sourceUid) noexcept {
   return Slot(Requires(cdata, contexttype), Outs(sourceUid), [&] {
     std::u16string created;
-    const HRESULT status = OnAdd(Incoming(cdata, contexttype, sourceParentUid), created);
-    if (Succeeded(status)) HandOut(sourceUid, created);
+    const HRESULT status =
+        Guarded([&] { return OnAdd(Incoming(cdata, contexttype, sourceParentUid), created); });
+    const bool wasUsedUp = identity_.isFileStore && !created.empty();
+    if (Succeeded(status) || wasUsedUp) HandOut(sourceUid, created);
     return status;
   });
 }
@@ -100,6 +104,8 @@ HRESULT StoreBase::Move(BSTR, BSTR) noexcept {
 
 HRESULT StoreBase::Get(BSTR sourceUid, BOOL updateField, BSTR* contexttype, BSTR* sourceParentUid,
                        IUnknown** ppItem, IUnknown** cdata) noexcept {
+  Bstr unwanted;
+  if (identity_.isFileStore && sourceParentUid == nullptr) sourceParentUid = unwanted.Out();
   return Slot(Requires(sourceUid), Outs(contexttype, sourceParentUid, ppItem, cdata), [&] {
     OutgoingItem out;
     const HRESULT status =
@@ -290,6 +296,10 @@ HRESULT StoreBase::UpdateBackupStatusDB(STATUSDB_UPDATECMD cmd,
                                         IStatusDBItem* pIStatusDBItem) noexcept {
   return Slot(Requires(pIStatusDBItem), Outs(),
               [&] { return OnUpdateStatus(cmd, ReadStatusItem(*pIStatusDBItem)); });
+}
+
+HRESULT StoreBase::OnCheckBag() {
+  return S_OK;
 }
 
 // A real operation that a store did not fill reaches no result.

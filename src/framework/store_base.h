@@ -40,6 +40,9 @@ struct StoreIdentity {
   bool logsInitialize = true;  // the lines of Start and End
   // ProcessDuplication needs its `whichWin` and starts it as NONE.
   bool clearsWinner = false;
+  // Stores whose other side is a file: the bag is asked for its interface, `Get` does without a
+  // place for the parent, and a failed `Add` still hands out the identifier that it has used up.
+  bool isFileStore = false;
 };
 
 // From `OnInitialize`: the answer is S_OK, and the store is as little ready as before.
@@ -138,6 +141,8 @@ class StoreBase : public ComObject<IDataStore, IStatusDB> {
   // The last reference of a store that was initialised has gone; the store is still whole. For
   // stores that write a file when they die.
   virtual void OnFinalRelease() {}
+  // What `Initialize` tests in the bag before the store's configuration is loaded.
+  virtual HRESULT OnCheckBag();
   // The rest of `Initialize`, once the configuration is loaded and the source URI is set.
   virtual HRESULT OnInitialize() = 0;
   // The item of a text; null for a text or type that gives none.
