@@ -114,8 +114,8 @@ struct Contact : ContactContent {
   std::vector<HiddenLabel> hidden;
 };
 
-// An empty formatted name becomes family, given and additional names, joined by blanks; nothing else
-// is derived.
+// An empty formatted name becomes family, given and additional names, joined by blanks; nothing
+// else is derived.
 void Normalize(ContactContent& contact);
 
 }  // namespace qv

@@ -20,9 +20,8 @@ std::u16string GroupTable::Find(std::u16string_view wanted, std::u16string_view 
     const std::u16string quoted =
         quotes_ == QuoteRule::Doubled ? QuoteSqlText(value) : std::u16string(value);
     QueryRows rows;
-    const HRESULT status = rows.Query(
-        session_,
-        Concat({u"SELECT ", wanted, u" FROM ", kTable, u" WHERE ", by, u"='", quoted, u"'"}));
+    const HRESULT status = rows.Query(session_, Concat({u"SELECT ", wanted, u" FROM ", kTable,
+                                                        u" WHERE ", by, u"='", quoted, u"'"}));
     if (Succeeded(status) && rows.Next()) found = rows.Text(Bstr(wanted));
     return status;
   });
