@@ -166,6 +166,14 @@ TEST(EngineSyncTest, RenamedTouchedAndTwiceMadeItemsMoveNothing) {
   rig.PhoneRename("z.vcf", "y.vcf");
   rig.PhonePut("y.vcf", CardText({.name = "A", .uid = "a", .note = "new"}));
   EXPECT_EQ(Counts(rig.Sync()), "pc +0~1-0 phone +0~0-0 =0");
+  // It tells also of the item that came in the place of a deleted one.
+  rig.PcDelete(rig.PcIdOf(CardText({.name = "A", .note = "new"})));
+  rig.PhoneRename("y.vcf", "x.vcf");
+  rig.PhonePut("x.vcf", CardText({.name = "A", .uid = "a", .note = "newer"}));
+  EXPECT_EQ(Counts(rig.Sync()), "pc +1~0-0 phone +0~0-0 =0");
+  rig.PhoneRename("x.vcf", "w.vcf");
+  rig.PhonePut("w.vcf", CardText({.name = "A", .uid = "a", .note = "newest"}));
+  EXPECT_EQ(Counts(rig.Sync()), "pc +0~1-0 phone +0~0-0 =0");
 }
 
 TEST(EngineSyncTest, AnEditOfTheSameSizeRightAfterASyncIsSeen) {

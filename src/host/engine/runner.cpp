@@ -112,6 +112,15 @@ void Runner::Put(RecordRow row) {
   run_.record.Put(run_.phoneId, run_.pc.kind().name, row);
 }
 
+// The row of the item that went would make the phone's uid stand for two items, and a file that was
+// renamed would be found by neither.
+void Runner::PutSuccessor(const ItemLink& link, std::u16string sourceUid) {
+  const bool isOther =
+      link.record >= 0 && At(run_.sides.records, link.record).sourceUid != sourceUid;
+  Put(RowOf(At(run_.sides.phone, link.phone), std::move(sourceUid)));
+  if (isOther) Drop(link);
+}
+
 void Runner::Drop(const ItemLink& link) {
   if (link.record < 0) return;
   run_.record.Remove(run_.phoneId, run_.pc.kind().name,
@@ -179,7 +188,7 @@ void Runner::AddToPc(ItemLink& link, std::string_view text) {
   KeepNeighboursState(id);
   transaction.Commit();
   if (run_.sides.isTree) NoteOnPc(link, id, place);
-  Put(RowOf(At(run_.sides.phone, link.phone), std::move(id)));
+  PutSuccessor(link, std::move(id));
   ++report_.pc.added;
 }
 
@@ -230,7 +239,7 @@ void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
   transaction.Commit();
   if (note) report_.conflicts.push_back(std::move(*note));
   if (run_.sides.isTree) NoteOnPc(link, id, place);
-  Put(RowOf(item, std::move(id)));
+  PutSuccessor(link, std::move(id));
   ++report_.pc.replaced;
   report_.phoneWon += step.conflict == Conflict::PhoneWon;
 }

@@ -107,6 +107,8 @@ class Runner {
   ConflictNote KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text);
 
   void Put(RecordRow row);
+  // The row of an item of the PC that may have come in the place of another.
+  void PutSuccessor(const ItemLink& link, std::u16string sourceUid);
   void Drop(const ItemLink& link);
   RecordRow RowOf(const PhoneItem& item, std::u16string sourceUid) const;
   void Fail(const char* side, const std::string& item, std::string reason);
