@@ -23,10 +23,10 @@ class Utc final : public qv::TimeZone {
 };
 
 void CheckBookmarks(std::string_view text) {
-  for (const std::string_view bookmark : qv::SplitVBookmarks(text)) {
+  for (const std::string_view bookmark : qv::VBookmarksIn(text)) {
     if (IsMarked(bookmark)) continue;
     Require(qv::ParseVBookmark(bookmark).has_value());
-    Require(qv::SplitVBookmarks(bookmark).size() == 1);
+    Require(qv::VBookmarksIn(bookmark).size() == 1);
   }
   const std::optional<qv::Bookmark> read = qv::ParseVBookmark(text);
   if (!read) return;

@@ -28,10 +28,10 @@ void CheckSame(const qv::Contact& read, const qv::Contact& again) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  for (const std::string_view card : qv::SplitVCards(text)) {
+  for (const std::string_view card : qv::VCardsIn(text)) {
     if (IsMarked(card)) continue;
     Require(qv::ParseVCard(card).has_value());
-    Require(qv::SplitVCards(card).size() == 1);
+    Require(qv::VCardsIn(card).size() == 1);
   }
   if (const std::optional<qv::Contact> read = qv::ParseVCard(text)) {
     const std::string written = qv::WriteVCard(*read);

@@ -17,10 +17,10 @@ void Require(bool holds) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  for (const std::string_view note : qv::SplitVNotes(text)) {
+  for (const std::string_view note : qv::VNotesIn(text)) {
     if (IsMarked(note)) continue;
     Require(qv::ParseVNote(note).has_value());
-    Require(qv::SplitVNotes(note).size() == 1);
+    Require(qv::VNotesIn(note).size() == 1);
   }
   if (const std::optional<qv::Note> read = qv::ParseVNote(text)) {
     const std::string written = qv::WriteVNote(*read);

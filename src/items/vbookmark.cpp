@@ -27,7 +27,7 @@ std::string WriteVBookmark(const Bookmark& bookmark) {
   return RenderFlat(bookmark, UtcFromLocal(bookmark.fields.objModified), kForm, kProperties);
 }
 
-std::vector<std::string_view> SplitVBookmarks(std::string_view text) {
+std::vector<std::string_view> VBookmarksIn(std::string_view text) {
   return SplitComponents(text, kForm.component);
 }
 

@@ -20,6 +20,6 @@ std::optional<Bookmark> ParseVBookmark(std::string_view text);
 std::string WriteVBookmark(const Bookmark& bookmark);
 
 // The bookmarks of a text, one view each from BEGIN to the line end behind END.
-std::vector<std::string_view> SplitVBookmarks(std::string_view text);
+std::vector<std::string_view> VBookmarksIn(std::string_view text);
 
 }  // namespace qv

@@ -20,6 +20,6 @@ std::string WriteVCard(const Contact& contact);
 // The cards of a text, one view each from BEGIN to the line end behind END, nested cards within
 // their outer one. Text between them is passed over; a card without an end is left out. A UTF-16
 // text is to be converted first, see support/vobject/marked_text.h.
-std::vector<std::string_view> SplitVCards(std::string_view text);
+std::vector<std::string_view> VCardsIn(std::string_view text);
 
 }  // namespace qv

@@ -102,11 +102,11 @@ std::optional<Contact> ParseVCard(std::string_view text) {
   std::optional<Contact> contact = ReadFirstCard(text);
   if (contact) return contact;
   // A card that is cut off may stand before a whole one.
-  const std::vector<std::string_view> cards = SplitVCards(text);
+  const std::vector<std::string_view> cards = VCardsIn(text);
   return cards.empty() ? std::nullopt : ReadFirstCard(cards.front());
 }
 
-std::vector<std::string_view> SplitVCards(std::string_view text) {
+std::vector<std::string_view> VCardsIn(std::string_view text) {
   return SplitComponents(text, kOwn);
 }
 

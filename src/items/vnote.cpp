@@ -22,7 +22,7 @@ std::string WriteVNote(const Note& note) {
   return RenderFlat(note, note.fields.objModified, kForm, kProperties);
 }
 
-std::vector<std::string_view> SplitVNotes(std::string_view text) {
+std::vector<std::string_view> VNotesIn(std::string_view text) {
   return SplitComponents(text, kForm.component);
 }
 

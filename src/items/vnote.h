@@ -19,7 +19,7 @@ std::optional<Note> ParseVNote(std::string_view text);
 std::string WriteVNote(const Note& note);
 
 // The notes of a text, one view each from BEGIN to the line end behind END.
-std::vector<std::string_view> SplitVNotes(std::string_view text);
+std::vector<std::string_view> VNotesIn(std::string_view text);
 
 // A note from and to plain text in the ANSI code page. A text ends at its first NUL; characters
 // that the page lacks become "?". A plain text has neither identifier nor time.

@@ -57,7 +57,7 @@ TEST_F(VBookmark, TakesTheFirstWholeOneAndNothingOfOneThatIsCutOff) {
   const std::string text =
       "BEGIN:VBKM\r\nTITLE:cut\r\nURL:cut\r\nUID:1\r\nX-A:b\r\n" + Wrap("TITLE:a\r\n");
   EXPECT_EQ(WriteVBookmark(*ParseVBookmark(text)), Wrap("TITLE:a\r\nURL:\r\n"));
-  EXPECT_EQ(SplitVBookmarks(text + "between\n" + "begin:vbkm\nend:vbkm\n").size(), 2u);
+  EXPECT_EQ(VBookmarksIn(text + "between\n" + "begin:vbkm\nend:vbkm\n").size(), 2u);
   for (const char* bad : {"", "URL:x\r\n", "BEGIN:VBKM\r\nURL:x\r\n", "BEGIN:VNOTE\nEND:VNOTE\n"}) {
     EXPECT_FALSE(ParseVBookmark(bad)) << bad;
   }

@@ -288,10 +288,10 @@ TEST(VCardRead, FirstWholeCardOfAText) {
 TEST(VCardSplit, CardsWithTheirLineEnds) {
   const std::string a = "BEGIN:VCARD\r\nN:a\r\nAGENT:\r\nBEGIN:VCARD\r\nEND:VCARD\r\nEND:VCARD\r\n";
   const std::string b = "begin:vcard\nN:b\nBEGIN:VX\nEND:VCARD";
-  EXPECT_EQ(SplitVCards("junk\r\n" + a + "\r\nN:x\r\n" + b), (std::vector<std::string_view>{a, b}));
-  EXPECT_EQ(SplitVCards("BEGIN:VCARD\r\n" + a + "BEGIN:VCARD\r\nN:cut\r\n" + b),
+  EXPECT_EQ(VCardsIn("junk\r\n" + a + "\r\nN:x\r\n" + b), (std::vector<std::string_view>{a, b}));
+  EXPECT_EQ(VCardsIn("BEGIN:VCARD\r\n" + a + "BEGIN:VCARD\r\nN:cut\r\n" + b),
             (std::vector<std::string_view>{a, b}));
-  EXPECT_TRUE(SplitVCards("END:VCARD\r\nBEGIN:VCARD\r\n").empty());
+  EXPECT_TRUE(VCardsIn("END:VCARD\r\nBEGIN:VCARD\r\n").empty());
 }
 
 TEST(VCardUid, IsHarmlessInAStatementAndComesBack) {

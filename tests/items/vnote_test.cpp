@@ -47,9 +47,9 @@ TEST(VNote, ReadsEveryFormAndWritesOne) {
 TEST(VNote, TakesTheFirstWholeNoteAndTellsManyApart) {
   const std::string text = "BEGIN:VNOTE\r\nBODY:cut off\r\n" + Wrap("BODY:a\r\n") + "between\r\n" +
                            "begin:vnote\nbody:b\nend:vnote\n";
-  EXPECT_EQ(SplitVNotes(text).size(), 2u);
+  EXPECT_EQ(VNotesIn(text).size(), 2u);
   EXPECT_EQ(ParseVNote(text)->body, u"a");
-  EXPECT_EQ(ParseVNote(SplitVNotes(text)[1])->body, u"b");
+  EXPECT_EQ(ParseVNote(VNotesIn(text)[1])->body, u"b");
   for (const char* bad : {"", "BODY:x\r\n", "BEGIN:VNOTE\r\nBODY:x\r\n", "END:VNOTE\r\n"}) {
     EXPECT_FALSE(ParseVNote(bad)) << bad;
   }

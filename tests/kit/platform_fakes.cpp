@@ -119,6 +119,7 @@ bool FailingFiles::IsChange(const Call& call) {
     case Verb::Stat:
     case Verb::List:
     case Verb::Read:
+    case Verb::ReadPieces:
     case Verb::StatEntry:
     case Verb::ListEntries:
       return false;
@@ -150,6 +151,17 @@ std::error_code FailingFiles::List(const std::string& folder, std::vector<Folder
 std::error_code FailingFiles::Read(const std::string& path, std::string& bytes) {
   if (const std::error_code error = Count(Verb::Read, path)) return error;
   return real_.Read(path, bytes);
+}
+
+std::error_code FailingFiles::ReadPieces(const std::string& path,
+                                         const std::function<bool(std::string_view)>& take) {
+  if (const std::error_code error = Count(Verb::ReadPieces, path)) return error;
+  return real_.ReadPieces(path, take);
+}
+
+std::error_code FailingFiles::Append(const std::string& path, std::string_view bytes) {
+  if (const std::error_code error = Count(Verb::Append, path)) return error;
+  return real_.Append(path, bytes);
 }
 
 std::error_code FailingFiles::Write(const std::string& path, std::string_view bytes) {

@@ -145,7 +145,9 @@ class FailingFiles final : public Files {
     Stat,
     List,
     Read,
+    ReadPieces,
     Write,
+    Append,
     WriteAtomic,
     SyncFolder,
     Remove,
@@ -186,7 +188,10 @@ class FailingFiles final : public Files {
   std::error_code Stat(const std::string& path, FileInfo& info) override;
   std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) override;
   std::error_code Read(const std::string& path, std::string& bytes) override;
+  std::error_code ReadPieces(const std::string& path,
+                             const std::function<bool(std::string_view)>& take) override;
   std::error_code Write(const std::string& path, std::string_view bytes) override;
+  std::error_code Append(const std::string& path, std::string_view bytes) override;
   std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override;
   std::error_code SyncFolder(const std::string& folder) override;
   std::error_code Remove(const std::string& path) override;

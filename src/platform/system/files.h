@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -54,8 +55,14 @@ class Files {
   virtual std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) = 0;
   // Replaces `bytes`. On failure it holds what was read. Only regular files can be read.
   virtual std::error_code Read(const std::string& path, std::string& bytes) = 0;
+  // The same file from its start, a piece at a time until `take` answers false. All pieces but the
+  // last have one size, some hundred thousand bytes; an empty file has none.
+  virtual std::error_code ReadPieces(const std::string& path,
+                                     const std::function<bool(std::string_view)>& take) = 0;
   // Creates or truncates; not atomic.
   virtual std::error_code Write(const std::string& path, std::string_view bytes) = 0;
+  // At the end of the file; creates a missing one.
+  virtual std::error_code Append(const std::string& path, std::string_view bytes) = 0;
   // To a temporary name beside it (".", the name cut to fit, ".tmp"), synced to disk, renamed:
   // readers see the old or the new file, which keeps the permission bits of the old one. A link
   // stays and its target is replaced. On failure the temporary file is removed and the old one

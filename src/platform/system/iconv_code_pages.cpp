@@ -77,6 +77,13 @@ size_t UnitOf(const std::string& charset) {
   return 1;
 }
 
+// Whose bytes below 128 are ASCII, whatever stands before them.
+bool HoldsAscii(const std::string& cleanName) {
+  constexpr std::string_view kPrefixes[] = {"WINDOWS-125", "CP125", "ISO-8859-", "EUC-", "CP949"};
+  return std::ranges::any_of(
+      kPrefixes, [&](std::string_view prefix) { return cleanName.starts_with(prefix); });
+}
+
 // Upper case; empty for what cannot be a charset. An empty name would mean the process locale to
 // iconv, and "//" would add its options.
 std::string CleanName(std::string_view name) {
@@ -188,6 +195,8 @@ class IconvCodePages final : public CodePages {
     const std::string name = CleanName(charset);
     if (name.empty()) return std::nullopt;
     if (IsUtf8(name)) return FromUtf8(bytes);
+    // Most texts are ASCII throughout.
+    if (HoldsAscii(name) && IsAscii(bytes)) return FromUtf8(bytes);
     Converter* converter = Open(kWide, name);
     if (converter == nullptr) return std::nullopt;
     return DecodeWith(*converter, UnitOf(name), bytes);

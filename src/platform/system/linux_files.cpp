@@ -18,6 +18,7 @@ namespace qv {
 namespace {
 
 constexpr size_t kNameLimit = 255;  // bytes in one name, on every Linux file system
+constexpr size_t kPiece = 512 * 1024;
 constexpr int kCreateNew = O_WRONLY | O_CREAT | O_EXCL;
 
 std::error_code LastError() {
@@ -93,6 +94,26 @@ std::error_code ReadAll(int fd, size_t expected, std::string& bytes) {
   }
   bytes.resize(filled);
   return error;
+}
+
+// Not blocking: a pipe by that name must not hold the program up.
+std::error_code OpenRegular(const std::string& path, UniqueFd& fd, size_t& size) {
+  fd = Open(path, O_RDONLY | O_NONBLOCK);
+  if (!fd.IsOpen()) return LastError();
+  struct stat data;
+  if (fstat(fd.get(), &data) != 0) return LastError();
+  if (S_ISDIR(data.st_mode)) return Error(std::errc::is_a_directory);
+  if (!S_ISREG(data.st_mode)) return Error(std::errc::invalid_argument);
+  size = static_cast<size_t>(data.st_size);
+  return {};
+}
+
+std::error_code WriteTo(const std::string& path, int flags, std::string_view bytes) {
+  UniqueFd fd = Open(path, O_WRONLY | O_CREAT | flags, 0666);
+  if (!fd.IsOpen()) return LastError();
+  const std::error_code error = WriteAll(fd.get(), bytes);
+  const std::error_code closeError = Close(std::move(fd));
+  return error ? error : closeError;
 }
 
 // "folder/.name.tmp" of "folder/name". A name near the limit is cut, between characters.
@@ -205,27 +226,42 @@ class LinuxFiles final : public Files {
 
   std::error_code Read(const std::string& path, std::string& bytes) override {
     bytes.clear();
-    // Not blocking: a pipe by that name must not hold the program up.
-    const UniqueFd fd = Open(path, O_RDONLY | O_NONBLOCK);
-    if (!fd.IsOpen()) return LastError();
-    struct stat data;
-    if (fstat(fd.get(), &data) != 0) return LastError();
-    if (S_ISDIR(data.st_mode)) return Error(std::errc::is_a_directory);
-    if (!S_ISREG(data.st_mode)) return Error(std::errc::invalid_argument);
+    UniqueFd fd;
+    size_t size = 0;
+    if (const std::error_code error = OpenRegular(path, fd, size)) return error;
     try {
-      return ReadAll(fd.get(), static_cast<size_t>(data.st_size), bytes);
+      return ReadAll(fd.get(), size, bytes);
     } catch (const std::exception&) {  // no room for a file of that size
       bytes.clear();
       return Error(std::errc::not_enough_memory);
     }
   }
 
+  std::error_code ReadPieces(const std::string& path,
+                             const std::function<bool(std::string_view)>& take) override {
+    UniqueFd fd;
+    size_t size = 0;
+    if (const std::error_code error = OpenRegular(path, fd, size)) return error;
+    std::string piece(kPiece, '\0');
+    while (true) {
+      size_t filled = 0;
+      ssize_t got = 1;
+      while (got > 0 && filled < kPiece) {
+        got = Retry([&] { return read(fd.get(), piece.data() + filled, kPiece - filled); });
+        if (got < 0) return LastError();
+        filled += static_cast<size_t>(got);
+      }
+      const bool more = filled > 0 && take(std::string_view(piece).substr(0, filled));
+      if (!more || filled < kPiece) return {};
+    }
+  }
+
   std::error_code Write(const std::string& path, std::string_view bytes) override {
-    UniqueFd fd = Open(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (!fd.IsOpen()) return LastError();
-    const std::error_code error = WriteAll(fd.get(), bytes);
-    const std::error_code closeError = Close(std::move(fd));
-    return error ? error : closeError;
+    return WriteTo(path, O_TRUNC, bytes);
+  }
+
+  std::error_code Append(const std::string& path, std::string_view bytes) override {
+    return WriteTo(path, O_APPEND, bytes);
   }
 
   std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override {

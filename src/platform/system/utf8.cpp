@@ -162,6 +162,10 @@ std::string ToUtf8(std::u16string_view text) {
   return bytes;
 }
 
+bool IsAscii(std::string_view bytes) {
+  return AsciiRun(bytes.data(), bytes.size()) == bytes.size();
+}
+
 bool IsWellFormed(std::u16string_view text) {
   for (size_t at = 0; at < text.size(); ++at) {
     if (IsLow(text[at])) return false;

@@ -1,0 +1,42 @@
+// Items in files: the marker of files written here, the cutting of a file into items, and what
+// stands round the events of a calendar file.
+//
+// Everything is a byte-exact rewrite; nothing is parsed or unfolded. What stands between items is
+// dropped.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qv {
+
+// Persisted in files.
+inline constexpr std::string_view kFileMarker = "X-QVVERSION:2.0";
+inline constexpr std::string_view kFileMarkerLine = "X-QVVERSION:2.0\r\n";
+inline constexpr std::string_view kCalendarFileHead =
+    "BEGIN:VCALENDAR\r\nX-QVVERSION:2.0\r\nVERSION:1.0\r\n";
+inline constexpr std::string_view kCalendarFileTail = "END:VCALENDAR";
+
+bool HasFileMarker(std::string_view text);
+
+// The stretches from `begin` to the end of the next `end` behind it, in file order. The views are
+// into the text.
+std::vector<std::string_view> SplitBlocks(std::string_view text, std::string_view begin,
+                                          std::string_view end);
+
+// The items of a file as the converters take them. A charset in lower case, which files written
+// here have, becomes upper case; of a card the marker goes.
+std::vector<std::string> SplitVCards(std::string_view text);
+// Each in a calendar of its own, and in a note of its own.
+std::vector<std::string> SplitVEvents(std::string_view text);
+std::vector<std::string> SplitVMemos(std::string_view text);
+
+// A card as it stands in a file: the charset in lower case, and the marker.
+void MarkSavedVCard(std::string& card);
+
+// From the first BEGIN:VEVENT to the end of the last END:VEVENT; empty where either is missing or
+// they stand the wrong way round.
+std::string_view EventStretch(std::string_view text);
+
+}  // namespace qv

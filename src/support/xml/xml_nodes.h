@@ -1,0 +1,72 @@
+// What stands behind the handles: nodes, all in one arena that goes at once.
+#pragma once
+
+#include <memory_resource>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/xml/xml_tree.h"
+
+namespace qv {
+
+struct XmlAttribute {
+  std::u16string_view name;
+  std::u16string_view value;
+};
+
+// One piece of a node's content: a child where `node` is set, a clear stretch where its open tag
+// is, else a text.
+struct XmlContent {
+  XmlNode* node = nullptr;
+  XmlClear clear;  // `value` holds a text too
+
+  bool IsChild() const { return node != nullptr; }
+  bool IsClear() const { return node == nullptr && !clear.open.empty(); }
+  bool IsText() const { return node == nullptr && clear.open.empty(); }
+};
+
+struct XmlNode {
+  XmlNode(std::u16string_view tagName, XmlNode* above, std::pmr::memory_resource* arena)
+      : name(tagName), parent(above), attributes(arena), content(arena) {}
+
+  std::u16string_view name;
+  XmlNode* parent;
+  bool isDeclaration = false;
+  std::pmr::vector<XmlAttribute> attributes;
+  std::pmr::vector<XmlContent> content;  // children, texts and clear stretches as they stand
+  int32_t children = 0;
+  int32_t texts = 0;
+  int32_t clears = 0;
+  // Where the last look for the n-th child ended: walks over all of them stay linear.
+  mutable int32_t lastChild = 0;
+  mutable size_t lastPlace = 0;
+
+  void Add(const XmlContent& piece) {
+    content.push_back(piece);
+    piece.IsChild() ? ++children : piece.IsClear() ? ++clears : ++texts;
+  }
+};
+
+// Nodes are never destroyed one by one: nothing in them lies outside the arena.
+class XmlTree {
+ public:
+  explicit XmlTree(std::u16string text) : source(std::move(text)) {}
+
+  XmlNode* NewNode(std::u16string_view name, XmlNode* parent) {
+    void* room = arena.allocate(sizeof(XmlNode), alignof(XmlNode));
+    return new (room) XmlNode(name, parent, &arena);
+  }
+  std::u16string_view Keep(std::u16string_view text) {
+    if (text.empty()) return {};
+    auto* copy =
+        static_cast<char16_t*>(arena.allocate(text.size() * sizeof(char16_t), alignof(char16_t)));
+    text.copy(copy, text.size());
+    return {copy, text.size()};
+  }
+
+  const std::u16string source;  // what was parsed; names and texts look into it
+  std::pmr::monotonic_buffer_resource arena;
+};
+
+}  // namespace qv
