@@ -18,6 +18,9 @@
 #include "stores/bookmark/data_store_bookmark.h"
 #include "stores/bookmark/data_store_chrome.h"
 #include "stores/bookmark/data_store_firefox.h"
+#include "stores/importexport/csv_store.h"
+#include "stores/importexport/data_store_ievcal.h"
+#include "stores/importexport/data_store_ievcard.h"
 #include "stores/outlook/data_store_calendar.h"
 #include "stores/outlook/data_store_contact.h"
 #include "stores/outlook/data_store_note.h"
@@ -92,6 +95,11 @@ constexpr ClassEntry kClasses[] = {
     {u"DataStoreBookmark", CreateClass<CDataStoreBookmark>},
     {u"DataStoreFireFox", CreateClass<CDataStoreFireFox>},
     {u"DataStoreChrome", CreateClass<CDataStoreChrome>},
+    {u"DataStoreIECSVContact", CreateClass<CDataStoreIECSVContact>},
+    {u"DataStoreIECSVCalendar", CreateClass<CDataStoreIECSVCalendar>},
+    {u"DataStoreIECSVMemo", CreateClass<CDataStoreIECSVMemo>},
+    {u"DataStoreIEVCard", CreateClass<CDataStoreIEVCard>},
+    {u"DataStoreIEVCal", CreateClass<CDataStoreIEVCal>},
 };
 
 }  // namespace

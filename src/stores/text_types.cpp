@@ -20,6 +20,23 @@ const TextType* FindOutgoing(std::span<const TextType> types, std::u16string_vie
   return found == types.end() ? nullptr : &*found;
 }
 
+ComPtr<IItemCommon> ReadTyped(std::span<const TextType> types, std::u16string_view mimeType,
+                              IConverter& converter, IUnknown* cdata) {
+  const TextType* type = FindIncoming(types, mimeType);
+  if (type == nullptr) return nullptr;
+  if (type->read != nullptr) return type->read(cdata);
+  ComPtr<IUnknown> item;
+  Check(converter.Parse(cdata, item.Out()));
+  return Query<IItemCommon>(item);
+}
+
+ComPtr<IUnknown> WriteTyped(const TextType& type, IConverter& converter, IUnknown* item) {
+  if (type.write != nullptr) return type.write(item);
+  ComPtr<IUnknown> cdata;
+  Check(converter.Serialize(item, cdata.Out()));
+  return cdata;
+}
+
 ComPtr<IItemCommon> ReadPlainNote(IUnknown* cdata) {
   return MakeNoteItem(NoteFromPlainText(ContentBytes(cdata)));
 }

@@ -4,7 +4,7 @@
 #include <span>
 #include <string_view>
 
-#include "items/item_interfaces.h"
+#include "items/converters.h"
 #include "platform/com/com_ptr.h"
 
 namespace qv {
@@ -21,8 +21,18 @@ struct TextType {
 const TextType* FindIncoming(std::span<const TextType> types, std::u16string_view mimeType);
 const TextType* FindOutgoing(std::span<const TextType> types, std::u16string_view mimeType);
 
+// The item of a text; null for a text or a type that gives none. Both throw StatusError.
+ComPtr<IItemCommon> ReadTyped(std::span<const TextType> types, std::u16string_view mimeType,
+                              IConverter& converter, IUnknown* cdata);
+ComPtr<IUnknown> WriteTyped(const TextType& type, IConverter& converter, IUnknown* item);
+
 // A note as its body alone, in the ANSI code page.
 ComPtr<IItemCommon> ReadPlainNote(IUnknown* cdata);
 ComPtr<IUnknown> WritePlainNote(IUnknown* item);
+
+inline constexpr TextType kContactTypes[] = {{u"text/x-vCard"}};
+inline constexpr TextType kCalendarTypes[] = {{u"text/x-vCalendar"}};
+inline constexpr TextType kNoteTypes[] = {
+    {u"text/vnote"}, {u"text/x-vnote"}, {u"text/plain", ReadPlainNote, WritePlainNote}};
 
 }  // namespace qv

@@ -13,8 +13,15 @@ constexpr std::u16string_view kUid = u"obj_uid";
 
 }  // namespace
 
-std::u16string GroupTable::Find(std::u16string_view wanted, std::u16string_view by,
-                                std::u16string_view value) const {
+const std::u16string& GroupTable::Find(Answers& answers, std::u16string_view wanted,
+                                       std::u16string_view by, std::u16string_view value) const {
+  const auto [entry, isNew] = answers.try_emplace(std::u16string(value));
+  if (isNew) entry->second = Ask(wanted, by, value);
+  return entry->second;
+}
+
+std::u16string GroupTable::Ask(std::u16string_view wanted, std::u16string_view by,
+                               std::u16string_view value) const {
   std::u16string found;
   Guarded([&] {
     const std::u16string quoted =
@@ -29,11 +36,11 @@ std::u16string GroupTable::Find(std::u16string_view wanted, std::u16string_view 
 }
 
 std::u16string GroupTable::UidOf(std::u16string_view name) const {
-  return Find(kUid, kName, name);
+  return Find(uids_, kUid, kName, name);
 }
 
 std::u16string GroupTable::NameOf(std::u16string_view uid) const {
-  return Find(kName, kUid, uid);
+  return Find(names_, kName, kUid, uid);
 }
 
 }  // namespace qv

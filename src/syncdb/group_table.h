@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "syncdb/sync_session.h"
 
@@ -12,6 +13,7 @@ namespace qv {
 // name that holds one is a statement that fails.
 enum class QuoteRule { AsTheyStand, Doubled };
 
+// An answer holds as long as the object: files name few groups many times.
 class GroupTable {
  public:
   GroupTable(const SyncSession& session, QuoteRule quotes) : session_(session), quotes_(quotes) {}
@@ -21,11 +23,17 @@ class GroupTable {
   std::u16string NameOf(std::u16string_view uid) const;
 
  private:
-  std::u16string Find(std::u16string_view wanted, std::u16string_view by,
-                      std::u16string_view value) const;
+  using Answers = std::unordered_map<std::u16string, std::u16string>;
+
+  const std::u16string& Find(Answers& answers, std::u16string_view wanted, std::u16string_view by,
+                             std::u16string_view value) const;
+  std::u16string Ask(std::u16string_view wanted, std::u16string_view by,
+                     std::u16string_view value) const;
 
   const SyncSession& session_;
   QuoteRule quotes_;
+  mutable Answers uids_;
+  mutable Answers names_;
 };
 
 }  // namespace qv

@@ -85,12 +85,8 @@ std::unique_ptr<FolderItems> OutlookStore::MakeFolderItems() {
 }
 
 ComPtr<IItemCommon> OutlookStore::OnParse(const IncomingText& text) {
-  const TextType* type = FindIncoming(traits_.textTypes, text.mimeType);
-  if (!converter_ || type == nullptr) return nullptr;
-  if (type->read != nullptr) return type->read(text.cdata);
-  ComPtr<IUnknown> item;
-  Check(converter_->Parse(text.cdata, item.Out()));
-  return Query<IItemCommon>(item);
+  if (!converter_) return nullptr;
+  return ReadTyped(traits_.textTypes, text.mimeType, *converter_, text.cdata);
 }
 
 HRESULT OutlookStore::WriteStatus(STATUSDB_UPDATECMD command, StoredItem stored,
@@ -197,11 +193,7 @@ HRESULT OutlookStore::OnGet(const std::u16string& sourceUid, bool updateField, O
   const std::u16string configured = ConfigText(&IDataStoreConfig::get_MimeType);
   const TextType* type = FindOutgoing(traits_.textTypes, configured);
   if (type == nullptr) return traits_.noOutputResult;
-  if (type->write != nullptr) {
-    out.cdata = type->write(item.get());
-  } else {
-    Check(converter_->Serialize(item.get(), out.cdata.Out()));
-  }
+  out.cdata = WriteTyped(*type, *converter_, item.get());
   out.mimeType = configured;
   out.item = item;
   return S_OK;

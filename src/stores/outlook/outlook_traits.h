@@ -36,11 +36,6 @@ struct OutlookTraits {
   HRESULT noOutputResult;                     // what `Get` answers for a type that gives no text
 };
 
-inline constexpr TextType kContactTypes[] = {{u"text/x-vCard"}};
-inline constexpr TextType kCalendarTypes[] = {{u"text/x-vCalendar"}};
-inline constexpr TextType kNoteTypes[] = {
-    {u"text/vnote"}, {u"text/x-vnote"}, {u"text/plain", ReadPlainNote, WritePlainNote}};
-
 inline constexpr OutlookTraits kContactTraits = {
     .identity = {StoreFamily::Pim, u"CDataStoreContact", u"DataStore.Contact"},
     .logTag = u"[DataStoreContact]",
