@@ -1,0 +1,45 @@
+// A file of comma-, semicolon- or tab-separated values as people have it, in any encoding, read
+// with forgiveness; and the one form of it that the stores take.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qv {
+
+struct SheetForm {
+  std::optional<std::string> codePage;  // a name that iconv knows, or a number
+  std::optional<char16_t> separator;
+};
+
+struct SheetRow {
+  size_t line = 0;  // of the file, from 1
+  std::vector<std::u16string> cells;
+};
+
+struct SheetProblem {
+  size_t line = 0;
+  std::string text;
+};
+
+struct Sheet {
+  std::vector<std::u16string> header;
+  std::vector<SheetRow>
+      rows;  // without blank lines; a row may be shorter or longer than the header
+  std::vector<SheetProblem> problems;
+  std::string encoding;  // as it was taken
+  char16_t separator = u',';
+};
+
+// Quotes as in RFC 4180. A quote that is never closed is a problem, and from there on quotes are
+// ordinary characters, so that nothing is swallowed. Throws UsageError for a file without a header,
+// an unknown code page, and a text of 1 Gi characters or more.
+Sheet ReadSheet(std::string_view bytes, const SheetForm& form);
+
+// UTF-16 with its mark, commas, every cell in quotes: what the stores read back as these cells. A
+// tab in a heading would make the file tab-separated and becomes a blank; NULs are left out.
+std::string StoreForm(const Sheet& sheet);
+
+}  // namespace qv
