@@ -1,8 +1,8 @@
-#include <filesystem>
 #include <memory>
 
 #include "host/cli/commands.h"
 #include "host/cli/open_profile.h"
+#include "host/cli/paths.h"
 #include "host/cli/pc_folder.h"
 #include "host/cli/progress_line.h"
 #include "host/cli/stop_signal.h"
@@ -69,22 +69,13 @@ void CheckStores(const Profile& profile, const std::vector<std::string>& names) 
   }
 }
 
-// The phone is remembered by its path, from whatever folder the program was called.
-std::string AbsolutePath(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-  if (error) throw UsageError("cannot find the folder " + path + ": " + error.message());
-  std::string text = absolute.lexically_normal().string();
-  while (text.size() > 1 && text.ends_with('/')) text.pop_back();
-  return text;
-}
-
 Exit Sync(const CommonOptions& common, const SyncArguments& given) {
   if (given.phone.empty()) throw UsageError("the folder of the phone (-d) is empty");
   OpenedProfile profile(common);
   CheckStores(profile, given.stores);
   const StopSignal signals;
   ProgressLine line(!common.json);
+  // The phone is remembered by its path.
   const SyncReport report = RunSync(profile, AbsolutePath(given.phone), given.stores, given.options,
                                     [&](std::string_view store, int64_t done, int64_t total) {
                                       line.Update(store, done, total);

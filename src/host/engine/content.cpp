@@ -40,6 +40,11 @@ ContentPrint PrintOf(PcStore& store, IItemCommon& item) {
   return print;
 }
 
+Md5Digest ExactPrintOf(const StoreKind& kind, IItemCommon& item) {
+  Strip(item);
+  return Checksum(WriteItem(kind, &item));
+}
+
 ContentMatch Compare(const ContentPrint& phone, const ContentPrint& pc) {
   if (phone.exact == pc.exact) return ContentMatch::Identical;
   if (phone.core != pc.core) return ContentMatch::Different;

@@ -20,6 +20,8 @@ struct ContentPrint {
 // Throw ItemError or StatusError.
 ContentPrint PrintOf(PcStore& store, IItemCommon& item);
 ContentMatch Compare(PcStore& store, IItemCommon& phone, IItemCommon& pc);
+// The first of the three without a store.
+Md5Digest ExactPrintOf(const StoreKind& kind, IItemCommon& item);
 
 ContentMatch Compare(const ContentPrint& phone, const ContentPrint& pc);
 

@@ -1,0 +1,150 @@
+#include "host/engine/file_store.h"
+
+#include <algorithm>
+
+#include "framework/class_table.h"
+#include "host/engine/errors.h"
+#include "host/engine/report_words.h"
+#include "items/item_objects.h"
+#include "platform/com/class_factory.h"
+#include "platform/com/edge.h"
+#include "platform/com/lists.h"
+#include "support/text.h"
+#include "syncdb/status_item.h"
+
+namespace qv {
+namespace {
+
+constexpr FileStoreRow kRows[] = {
+    {FileFormat::Csv, "contacts", u"DataStore.IECSVContact", u"DataStoreIECSVContact"},
+    {FileFormat::Csv, "calendar", u"DataStore.IECSVSchedule", u"DataStoreIECSVCalendar"},
+    {FileFormat::Csv, "notes", u"DataStore.IECSVNote", u"DataStoreIECSVMemo"},
+    {FileFormat::VCard, "contacts", u"DataStore.IEVCard", u"DataStoreIEVCard"},
+    {FileFormat::VCal, "calendar", u"DataStore.IEVCal", u"DataStoreIEVCal"},
+};
+
+constexpr std::u16string_view kUri = u"file";
+
+// Every store's keys begin with this; what does not is the profile's.
+constexpr std::u16string_view kStorePrefix = u"DataStore.";
+
+class JobBag final : public ComObject<IEngineConfig> {
+ public:
+  JobBag(IEngineConfig* profile, std::map<std::u16string, std::u16string> values)
+      : profile_(profile), values_(std::move(values)) {}
+
+  HRESULT GetValue(BSTR key, VARIANT* value) noexcept override {
+    return Slot(Requires(key), Outs(value), [&]() -> HRESULT {
+      const auto found = values_.find(std::u16string(View(key)));
+      if (found != values_.end()) {
+        *value = Variant::Text(found->second).Detach();
+        return S_OK;
+      }
+      if (View(key).starts_with(kStorePrefix)) return S_OK;
+      return profile_->GetValue(key, value);
+    });
+  }
+  // Nothing of a job outlives it.
+  HRESULT SetValue(BSTR key, VARIANT text, BOOL) noexcept override {
+    return Slot(Requires(key), Outs(), [&] {
+      values_[std::u16string(View(key))] = VariantText(text);
+      return S_OK;
+    });
+  }
+
+ private:
+  ComPtr<IEngineConfig> profile_;
+  std::map<std::u16string, std::u16string> values_;
+};
+
+ComPtr<IEngineConfig> BagOf(Profile& profile, const FileJob& job, std::u16string_view mimeType) {
+  const std::u16string name(job.row->configName);
+  const std::u16string area = u"DataStore.ImportExport.";
+  return MakeObject<JobBag>(profile.bag(),
+                            std::map<std::u16string, std::u16string>{
+                                {name, u"true"},
+                                {name + u".Sync", u"true"},
+                                {name + u".CLSID", FormatGuid(ClassId(job.row->className))},
+                                {name + u".SourceURI", std::u16string(kUri)},
+                                {name + u".MimeType", std::u16string(mimeType)},
+                                {area + u"Type", job.isImport ? u"1" : u"2"},
+                                {area + u"FolderPath", job.folder},
+                                {area + u"FileNames", job.fileNames},
+                                {area + u"CSV.MappingXML", job.mappingXml}});
+}
+
+}  // namespace
+
+const FileStoreRow* FindFileStore(FileFormat format, std::string_view kind) {
+  const auto found = std::ranges::find_if(
+      kRows, [&](const FileStoreRow& row) { return row.format == format && row.kind == kind; });
+  return found == std::end(kRows) ? nullptr : &*found;
+}
+
+const char* FormatWord(FileFormat format) {
+  constexpr const char* kWords[] = {"csv", "vcf", "vcs"};
+  return kWords[static_cast<size_t>(format)];
+}
+
+FileStore::FileStore(Profile& profile, const FileJob& job)
+    : type_(FindStoreKind(job.row->kind)->mimeType) {
+  const DatabaseReason reason;
+  manager_ = CreateInstance<IDataStoreMgr>(ClassId(u"DataStoreManager"));
+  HRESULT status = manager_->Initialize(BagOf(profile, job, type_.view()).get());
+  if (Succeeded(status)) status = manager_->GetDataStore(Bstr(kUri), store_.Out());
+  if (store_) status_ = Query<IStatusDB>(store_);
+  if (status_) status = status_->Initialize();
+  if (Failed(status) || !status_) {
+    throw StoreFailure(
+        reason.Explain("the files in " + ToUtf8(job.folder) + " cannot be used", status));
+  }
+}
+
+int32_t FileStore::Count() {
+  ComPtr<IStatusDBItemTree> root;
+  Check(status_->GetCurrentStatusDB(root.Out()));
+  ComPtr<IUnknown> children;
+  Check(root->get_SubItemTree(children.Out()));
+  int32_t count = 0;
+  if (const auto list = Query<IUnkList>(children)) Check(list->Count(&count));
+  return count;
+}
+
+std::string FileStore::Get(int32_t index, ComPtr<IItemCommon>& item) {
+  Bstr type;
+  Bstr parent;
+  ComPtr<IUnknown> object;
+  ComPtr<IUnknown> content;
+  const HRESULT status = store_->Get(Bstr(Decimal(index)), kFalse, type.Out(), parent.Out(),
+                                     object.Out(), content.Out());
+  if (Failed(status) || !content) throw ItemError("it cannot be read");
+  item = Query<IItemCommon>(object);
+  return ContentBytes(content.get());
+}
+
+void FileStore::Sent(int32_t index) {
+  store_->OnProcesseSentCmdSuccess(SENTCMD_ADD, Bstr(Decimal(index)), Bstr(u"/"), kFalse);
+}
+
+void FileStore::Add(std::string_view text) {
+  const ComPtr<IContentData> content = MakeContentData(text);
+  if (Failed(store_->CachParseData(nullptr, type_, content.get()))) {
+    store_->UnCachParseData();
+    throw ItemError("its text cannot be read");
+  }
+  Bstr uid;
+  const HRESULT status = store_->Add(content.get(), type_, Bstr(u"/"), uid.Out());
+  store_->UnCachParseData();
+  if (Failed(status)) {
+    throw ItemError(uid.get() == nullptr ? "the file cannot hold it"
+                                         : "no file could be written for it");
+  }
+}
+
+void FileStore::Close() {
+  status_.Reset();
+  store_.Reset();
+  manager_.Reset();
+}
+
+}  // namespace qv

@@ -1,0 +1,69 @@
+// One store of files, opened through the manager for one job and done when it is closed.
+//
+// Such a store has a bag of its own: the profile's, in which no other store is switched on.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "framework/store_contract.h"
+#include "host/profile.h"
+#include "syncdb/status_interfaces.h"
+
+namespace qv {
+
+enum class FileFormat { Csv, VCard, VCal };
+
+// A store of files: what it takes in which form.
+struct FileStoreRow {
+  FileFormat format;
+  std::string_view kind;  // of items, as in StoreKind
+  std::u16string_view configName;
+  std::u16string_view className;
+};
+
+// Null where a format cannot hold items of a kind.
+const FileStoreRow* FindFileStore(FileFormat format, std::string_view kind);
+// Its word on the command line: "csv", "vcf", "vcs"; also the extension of its files.
+const char* FormatWord(FileFormat format);
+
+// What the bag says of a job. Paths are in the module's form.
+struct FileJob {
+  const FileStoreRow* row = nullptr;
+  bool isImport = true;
+  std::u16string folder;
+  std::u16string fileNames;   // of an import, ";" between them
+  std::u16string mappingXml;  // of a CSV import
+  // Of an import whose items name each other: the identifiers that they have in the file, in the
+  // order of the items, a series before its exceptions.
+  std::vector<std::u16string> uids;
+};
+
+class FileStore {
+ public:
+  // Throws StoreFailure.
+  FileStore(Profile& profile, const FileJob& job);
+  FileStore(const FileStore&) = delete;
+  FileStore& operator=(const FileStore&) = delete;
+
+  // Import: how many items there are. Each is new.
+  int32_t Count();
+  // Their text, and the item behind it. Throws ItemError.
+  std::string Get(int32_t index, ComPtr<IItemCommon>& item);
+  // The phone has taken it over.
+  void Sent(int32_t index);
+  // Export. Throws ItemError.
+  void Add(std::string_view text);
+  // An export is written, at the latest, now.
+  void Close();
+
+ private:
+  Bstr type_;
+  ComPtr<IDataStoreMgr> manager_;
+  ComPtr<IDataStore> store_;
+  ComPtr<IStatusDB> status_;
+};
+
+}  // namespace qv

@@ -1,0 +1,51 @@
+// Files to a phone and back, past the PC side: runs of a store of files with the phone's folder as
+// the other side.
+//
+// An import puts every item that the phone does not hold yet into its folder, each as a new file;
+// a later sync brings them to the PC. An export hands every item of the phone's collections to the
+// store. Nothing on the PC side changes in either.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/engine/file_store.h"
+#include "host/engine/sync.h"
+
+namespace qv {
+
+struct TransferOptions {
+  bool dryRun = false;
+  bool newPhone = false;
+};
+
+// Of one job.
+struct TransferReport {
+  SyncResult result = SyncResult::Ok;
+  int64_t done = 0;          // items written, or that would be
+  int64_t alreadyThere = 0;  // import: the phone holds one with the same content
+  // Import: exceptions whose series went in under a new identifier follow it there; those of a
+  // series that is not among the items are failures.
+  std::vector<ItemFailure> failed;
+  std::string message;  // why it failed, and the way out
+};
+
+// An item of an export before it is handed over.
+using ExportLook = std::function<void(const std::string& name, IItemCommon& item)>;
+
+struct TransferRun {
+  SyncResult result = SyncResult::Ok;  // the worst of the jobs
+  std::vector<TransferReport> jobs;    // those that were reached, in order
+  std::string message;                 // when none was
+};
+
+// Throw UsageError.
+TransferRun RunImport(Profile& profile, const std::string& phoneFolder,
+                      const std::vector<FileJob>& jobs, const TransferOptions& options,
+                      const ProgressSink& progress = {});
+TransferRun RunExport(Profile& profile, const std::string& phoneFolder,
+                      const std::vector<FileJob>& jobs, const ExportLook& look,
+                      const TransferOptions& options, const ProgressSink& progress = {});
+
+}  // namespace qv
