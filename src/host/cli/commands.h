@@ -23,6 +23,8 @@ void AddProfileCommands(CLI::App& app, Action& chosen);  // init, status, stop
 void AddSyncCommand(CLI::App& app, Action& chosen);
 void AddItemCommands(CLI::App& app, Action& chosen);  // list, show, add, replace, delete
 void AddOccurrencesCommand(CLI::App& app, Action& chosen);
+void AddImportCommand(CLI::App& app, Action& chosen);
+void AddExportCommand(CLI::App& app, Action& chosen);
 
 // The whole program: reads the arguments, runs, prints, and gives the exit code. Never throws.
 int RunProgram(int argc, char** argv) noexcept;

@@ -62,6 +62,8 @@ void SetUp(CLI::App& app, CommonOptions& common, Action& chosen) {
   AddSyncCommand(app, chosen);
   AddItemCommands(app, chosen);
   AddOccurrencesCommand(app, chosen);
+  AddImportCommand(app, chosen);
+  AddExportCommand(app, chosen);
   for (CLI::App* command : app.get_subcommands({})) {
     command->footer(command->get_footer() + "\n" + kCommonFooter);
   }
