@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 #include "platform/system/code_page.h"
 #include "platform/system/files.h"
@@ -34,8 +35,13 @@ bool CsvDocument::LoadFile(std::u16string_view path) {
   Clear();
   const std::optional<std::string> native = ToNativePath(path);
   if (!native || native->empty()) return false;
-  std::optional<std::u16string> text = ReadCsvText(*native);
-  return text && ParseText(*std::move(text));
+  try {
+    std::optional<std::u16string> text = ReadCsvText(*native, kTextLimit);
+    return text && ParseText(*std::move(text));
+  } catch (const std::bad_alloc&) {
+    Clear();
+    return false;
+  }
 }
 
 bool CsvDocument::ParseText(std::u16string text) {
@@ -53,9 +59,8 @@ bool CsvDocument::ParseText(std::u16string text) {
     const Start start{ends_.size(), used_};
     ReadRecord(from, end);
     if (isFirst) {
-      const Row row(text_.data() + start.text, ends_.data(), ends_.size());
-      for (size_t i = 0; i < row.size(); ++i) header_.Append(row[i]);
-      ends_.clear();
+      header_.text.assign(text_, 0, used_);
+      header_.ends.swap(ends_);
       used_ = 0;
     } else if (ends_.size() > start.cell) {
       rows_.push_back(start);
@@ -69,7 +74,7 @@ bool CsvDocument::ParseText(std::u16string text) {
 
 void CsvDocument::Clear() {
   separator_ = u',';
-  header_.Clear();
+  header_ = {};
   text_ = {};
   used_ = 0;
   ends_ = {};
@@ -134,6 +139,14 @@ void CsvDocument::AppendCell(size_t from, size_t end) {
     used_ += upTo - from;
     from = upTo;
     if (found && from < end && text[from] == kQuote) ++from;
+  }
+}
+
+void CsvDocument::SetHeader(const CsvRow& row) {
+  header_ = {};
+  for (size_t i = 0; i < row.size(); ++i) {
+    header_.text += row[i];
+    header_.ends.push_back(static_cast<uint32_t>(header_.text.size()));
   }
 }
 

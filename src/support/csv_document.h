@@ -52,19 +52,20 @@ class CsvDocument {
     size_t size_;
   };
 
-  // Empties the document first. False, and it stays empty, for a file that cannot be read or whose
-  // text has 4 Gi characters or more. Paths are in the module's form; links are followed.
+  // Empties the document first. False, and it stays empty, for a file that cannot be read, whose
+  // text has 4 Gi characters or more, or for which there is no memory. Paths are in the module's
+  // form; links are followed.
   bool LoadFile(std::u16string_view path);
   // As from a file of this text; false when it is too long.
   bool ParseText(std::u16string text);
   // Creates the file, or with `append` adds to it. False when it cannot be opened or written.
   bool WriteRow(std::u16string_view path, const CsvRow& row, bool append) const;
 
-  void SetHeader(const CsvRow& row) { header_ = row; }
+  void SetHeader(const CsvRow& row);
   void AppendRow(const CsvRow& row);
 
   char16_t separator() const { return separator_; }
-  const CsvRow& header() const { return header_; }
+  Row header() const { return {header_.text.data(), header_.ends.data(), header_.ends.size()}; }
   int32_t rowCount() const { return static_cast<int32_t>(rows_.size()); }
   // From 0.
   Row row(int32_t index) const;
@@ -83,7 +84,10 @@ class CsvDocument {
   void AppendCell(size_t from, size_t end);
 
   char16_t separator_ = u',';
-  CsvRow header_;
+  struct {
+    std::u16string text;
+    std::vector<uint32_t> ends;
+  } header_;
   // The text of all cells, unquoted and moved together in place: what has been read is never ahead
   // of what is still to be read.
   std::u16string text_;

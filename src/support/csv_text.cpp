@@ -1,5 +1,6 @@
 #include "support/csv_text.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "platform/system/code_page.h"
@@ -20,8 +21,9 @@ class Decoder {
     return isWide_ ? TakeWide(piece) : TakeNarrow(piece);
   }
 
+  // What is left then is no character.
   void Finish() {
-    if (!isWide_) Decode(rest_);
+    if (!isWide_ && !rest_.empty()) text_ += Service<CodePages>::Get().Decode(rest_, page_);
   }
 
  private:
@@ -55,28 +57,30 @@ class Decoder {
     text_.append(wide, 0, end);
   }
 
-  // A piece may end within a character; no character holds the byte of a line end.
+  // A piece may end within a character. Cut is behind a line end, where charsets with shift states
+  // are in their first; within a line only when there is none in the whole piece.
   bool TakeNarrow(std::string_view piece) {
     const size_t end = piece.find_first_of(std::string_view("\x1A\0", 2));
     ended_ = end != piece.npos;
     piece = piece.substr(0, end);
-    const size_t lineEnd = ended_ ? piece.npos : piece.rfind('\n');
-    const size_t whole = lineEnd == piece.npos ? 0 : lineEnd + 1;
-    if (whole > 0) {
-      if (rest_.empty()) {
-        Decode(piece.substr(0, whole));
-      } else {
-        rest_.append(piece.substr(0, whole));
-        Decode(rest_);
-      }
-      rest_.clear();
+    const size_t lineEnd = piece.rfind('\n');
+    if (lineEnd == piece.npos) {
+      Decode(piece);
+    } else {
+      Decode(piece.substr(0, lineEnd + 1));
+      rest_.append(piece.substr(lineEnd + 1));
     }
-    rest_.append(piece.substr(whole));
     return !ended_;
   }
 
-  void Decode(std::string_view bytes) {
-    if (!bytes.empty()) text_ += Service<CodePages>::Get().Decode(bytes, page_);
+  void Decode(std::string_view piece) {
+    if (rest_.empty()) {
+      const size_t taken = Service<CodePages>::Get().DecodePart(piece, page_, text_);
+      rest_.assign(piece.substr(taken));
+    } else {
+      rest_.append(piece);
+      rest_.erase(0, Service<CodePages>::Get().DecodePart(rest_, page_, text_));
+    }
   }
 
   std::u16string& text_;
@@ -89,18 +93,19 @@ class Decoder {
 
 }  // namespace
 
-std::optional<std::u16string> ReadCsvText(const std::string& path) {
+std::optional<std::u16string> ReadCsvText(const std::string& path, size_t limit) {
   Files& files = Service<Files>::Get();
   FileInfo info;
   if (files.Stat(path, info) || info.isFolder) return std::nullopt;
   std::u16string text;
   // A narrow file has no more characters than bytes; growing would hold the text twice.
-  text.reserve(info.size);
+  text.reserve(std::min<uint64_t>(info.size, limit));
   Decoder decoder(text);
-  if (files.ReadPieces(path, [&](std::string_view piece) { return decoder.Take(piece); })) {
-    return std::nullopt;
-  }
+  const std::error_code error = files.ReadPieces(
+      path, [&](std::string_view piece) { return decoder.Take(piece) && text.size() < limit; });
+  if (error) return std::nullopt;
   decoder.Finish();
+  if (text.size() >= limit) return std::nullopt;
   return text;
 }
 

@@ -33,12 +33,6 @@ std::optional<std::string> ReadNarrowFile(std::u16string_view path) {
   return text;
 }
 
-std::u16string_view CutStem(std::u16string_view stem, size_t length) {
-  stem = stem.substr(0, length);
-  if (!stem.empty() && (stem.back() & 0xFC00) == 0xD800) stem.remove_suffix(1);
-  return stem;
-}
-
 SystemError UniqueNames::Create(std::u16string_view stem, std::u16string_view extension,
                                 std::string_view bytes) {
   int64_t& next = next_.try_emplace(std::u16string(stem), firstNumber_ - 1).first->second;

@@ -16,9 +16,6 @@ namespace qv {
 // are followed.
 std::optional<std::string> ReadNarrowFile(std::u16string_view path);
 
-// The first `length` units of a name, without half a surrogate pair at its end.
-std::u16string_view CutStem(std::u16string_view stem, size_t length);
-
 // New files under names that may be taken: "stem.ext", then "stem(n).ext" with n from a first
 // number on. Nothing is ever replaced.
 class UniqueNames {

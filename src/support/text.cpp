@@ -14,6 +14,13 @@ size_t ReplaceAllIn(std::basic_string<Char>& text, std::basic_string_view<Char> 
   if (from.empty() || from == to) return Text::npos;
   size_t hit = text.find(from);
   if (hit == Text::npos) return 0;
+  if (from.size() == to.size()) {
+    size_t count = 0;
+    for (; hit != Text::npos; hit = text.find(from, hit + from.size()), ++count) {
+      to.copy(text.data() + hit, to.size());
+    }
+    return count;
+  }
   // Built anew in one pass: replacing in place would move the rest at every hit.
   Text result;
   result.reserve(text.size());

@@ -53,6 +53,31 @@ TEST(CodePages, BothWays) {
   }
 }
 
+TEST(CodePages, PiecesMayEndWithinACharacter) {
+  const struct {
+    std::string_view ansi;
+    uint32_t page;
+    std::string_view bytes;
+    std::u16string_view text;
+    size_t left;
+  } cases[] = {
+      {"windows-1252", kUtf8Page, "a\xF0\x9F\x98", u"a", 3},
+      {"windows-1252", kUtf8Page, "a\xE2\x82\xAC", u"a€", 0},
+      {"windows-1252", kUtf8Page, "\xFF\xC3", u"\uFFFD", 1},
+      {"windows-1252", kUtf8Page, "\x80\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", 0},
+      {"windows-1252", kAnsiPage, "\xEB\x81", u"ë\uFFFD", 0},
+      {"EUC-KR", kAnsiPage, "\xC7\xD1\xB1", u"한", 1},
+      {"EUC-KR", kAnsiPage, "a", u"a", 0},
+      {"windows-1252", kAnsiPage, "", u"", 0},
+  };
+  for (const auto& [ansi, page, bytes, text, left] : cases) {
+    const ScopedPage use(ansi);
+    std::u16string got = u"x";
+    EXPECT_EQ(Pages().DecodePart(bytes, page, got), bytes.size() - left) << ansi << ' ' << bytes;
+    EXPECT_EQ(got, u"x" + std::u16string(text)) << ansi << ' ' << bytes;
+  }
+}
+
 TEST(CodePages, WhatDoesNotFitIsReplaced) {
   EXPECT_EQ(Pages().Encode(u"日a\U0001F600b\xD800", kAnsiPage), "?a?b?");
   EXPECT_EQ(Pages().Encode(u"ü", 59999), "?");

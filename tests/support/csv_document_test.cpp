@@ -18,7 +18,7 @@ using test::CsvCells;
 std::vector<CsvCells> RecordsOf(const CsvDocument& document) {
   std::vector<CsvCells> records(1);
   for (size_t i = 0; i < document.header().size(); ++i) {
-    records[0].push_back(document.header()[i]);
+    records[0].emplace_back(document.header()[i]);
   }
   for (int32_t i = 0; i < document.rowCount(); ++i) {
     const CsvDocument::Row row = document.row(i);
@@ -69,19 +69,23 @@ TEST(CsvDocumentTest, TextsBecomeTheseCells) {
 }
 
 TEST(CsvDocumentTest, AnyTextIsReadAsStepByStep) {
-  constexpr std::u16string_view kSigns =
-      u"a,\"\"\t\r\n,\0"
-      u"b";
+  constexpr char16_t kSigns[] = {u'a', u',', u'"', u'"', u'\t', u'\r', u'\n', u',', u'\0', u'b'};
   std::mt19937 random(7);
   for (int round = 0; round < 20'000; ++round) {
     std::u16string text(random() % 24, u'\0');
-    for (char16_t& sign : text) sign = kSigns[random() % 10];
+    for (char16_t& sign : text) sign = kSigns[random() % std::size(kSigns)];
     CsvDocument document;
     ASSERT_TRUE(document.ParseText(text));
     std::vector<CsvCells> expected = test::ReadCsvSlowly(text);
     if (expected.empty()) expected.emplace_back();
     ASSERT_EQ(RecordsOf(document), expected) << testing::PrintToString(text);
   }
+}
+
+std::string Repeated(const std::string& text, size_t times) {
+  std::string all;
+  for (; times > 0; --times) all += text;
+  return all;
 }
 
 TEST(CsvDocumentTest, FilesAreReadInTheirEncoding) {
@@ -102,6 +106,10 @@ TEST(CsvDocumentTest, FilesAreReadInTheirEncoding) {
       {"\xEF\xBB\xBF" + narrow.substr(0, 524'284) + "\xC3\xA4\n",
        "h/" + narrow.substr(2, 524'282) + "ä"},
       {"", ""},
+      {"h\n" + std::string(1'500'001, '\xE4'), "h/" + Repeated("ä", 1'500'001)},
+      {"\xEF\xBB\xBFh\n" + Repeated("ä", 600'001) + "\xC3",
+       "h/" + Repeated("ä", 600'001) + "\uFFFD"},
+      {std::string(100'000, ','), std::string(99'999, '|')},
   };
   for (const auto& [bytes, cells] : kCases) {
     folder.Put("a.csv", bytes);
@@ -110,8 +118,8 @@ TEST(CsvDocumentTest, FilesAreReadInTheirEncoding) {
     EXPECT_TRUE(Dump(document) == cells) << Dump(document).substr(0, 80);
   }
   CsvDocument document;
-  ASSERT_TRUE(document.ParseText(u"h\nold"));
   for (const char16_t* path : {u"missing.csv", u""}) {
+    ASSERT_TRUE(document.ParseText(u"h\nold"));
     EXPECT_FALSE(document.LoadFile(*path == 0 ? u"" : folder.ModulePath(path)));
     EXPECT_EQ(Dump(document), "");
   }
@@ -133,6 +141,10 @@ TEST(CsvDocumentTest, RowsAreWrittenSoThatTheyComeBack) {
   EXPECT_TRUE(document.WriteRow(path, row, true));
   EXPECT_EQ(folder.Get("out.csv"), "\"a\"\"b\",\"c,d\",\"?\n?\"\r\n\"xy\"\r\n");
   EXPECT_FALSE(document.WriteRow(folder.ModulePath(u"no\\out.csv"), row, true));
+  document.SetHeader(row);
+  document.AppendRow(row);
+  document.AppendRow(row);
+  EXPECT_EQ(RecordsOf(document), std::vector<CsvCells>(3, CsvCells{std::u16string(u"x\0y", 3)}));
 
   std::mt19937 random(11);
   constexpr std::u16string_view kSigns = u"ab,\"\r\n \u00E4=";

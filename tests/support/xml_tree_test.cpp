@@ -33,15 +33,10 @@ TEST(XmlTreeTest, TextsAreWrittenAsTheyWereRead) {
       {u"<a>&AMP;&Quot;&apos;&#65;&#x42;&gt;</a>", u"<a>&amp;&quot;&apos;AB&gt;</a>"},
       {u"<a>\n  <b/>\n</a>\n", u"<a><b/></a>"},
       {u"<a b='1' b='2'/><c/>", u"<a b=\"1\" b=\"2\"/><c/>"},
-      {u"<a x=http://y/z/></a>", nullptr},
   };
   for (const auto& [text, written] : kCases) {
     XmlResults results;
     const XmlTreeNode top = ParseXmlText(text, {}, results);
-    if (text == std::u16string_view(u"<a x=http://y/z/></a>")) {
-      EXPECT_EQ(results.error, XmlError::UnmatchedEnd);
-      continue;
-    }
     EXPECT_EQ(results.error, XmlError::None) << ToUtf8(text);
     EXPECT_EQ(ToUtf8(top.ToText(false)), ToUtf8(written == nullptr ? text : written));
     const std::u16string formatted = top.ToText(true);
@@ -66,6 +61,7 @@ TEST(XmlTreeTest, TroubleIsNamedWithItsPlace) {
       {u"<a>\r\n x</></a>", XmlError::MissingEndName, 2, 3},
       {u"<a><b></a></b>", XmlError::UnmatchedEnd, 1, 7},
       {u"</a>", XmlError::UnmatchedEnd, 1, 1},
+      {u"<a x=http://y/z/></a>", XmlError::UnmatchedEnd, 1, 18},
       {u"<a><!-- ", XmlError::UnclosedClear, 1, 4},
       {u"<a><![cdata[x]]></a>", XmlError::UnmatchedEnd, 1, 17},
       {u"<a b=\"c></a>", XmlError::UnexpectedToken, 1, 6},
@@ -78,6 +74,8 @@ TEST(XmlTreeTest, TroubleIsNamedWithItsPlace) {
       {u"<a>&#0;&#x110000;</a>", XmlError::UnknownEntity, 1, 4},
       {u"<a>&#x110000;</a>", XmlError::UnknownEntity, 1, 4},
       {u"<a>&#xG;</a>", XmlError::UnknownEntity, 1, 4},
+      {u"<!DOCTYPE a [<!ENTITY b '1'><!ENTITY c '&b;&b;'>]><a>&c;</a>", XmlError::UnexpectedToken,
+       1, 40},
       {u"<b/>", XmlError::RootNotFound, 1, 1, u"a"},
   };
   for (const auto& [text, error, line, column, root] : kCases) {
@@ -117,6 +115,11 @@ TEST(XmlTreeTest, TreesAreBuiltAndTakenApart) {
     EXPECT_FALSE(top.Child(2));
   }
   EXPECT_EQ(child.Parent().Name(), u"Msg");
+  EXPECT_EQ(Parse(std::u16string(u"<a/>\0\0</b>", 10)).ToText(false), u"<a/>");
+  XmlTreeNode declared = XmlTreeNode::CreateTop(u"xml", true);
+  declared.AddAttribute(u"version", u"1.0");
+  declared.AddChild(u"a").AddChild(u"b");
+  EXPECT_EQ(ToUtf8(declared.ToText(true)), "<?xml version=\"1.0\"?>\n<a>\n\t<b/>\n</a>\n");
   XmlTreeNode none;
   EXPECT_FALSE(none.AddChild(u"a"));
   none.AddText(u"a");
@@ -133,6 +136,11 @@ TEST(XmlTreeTest, TreesAreBuiltAndTakenApart) {
   EXPECT_FALSE(second.Attribute(u"n", at));
 }
 
+bool EndsWithText(const XmlTreeNode& node) {
+  const std::u16string text = node.ToText(false);
+  return !text.ends_with(u"/>") && text[text.rfind(u'<') - 1] == u'!';
+}
+
 TEST(XmlTreeTest, AnyTreeComesBackTheSameTwice) {
   std::mt19937 random(5);
   constexpr std::u16string_view kSigns = u"a<>&\"' \n\u00E4]-";
@@ -144,14 +152,14 @@ TEST(XmlTreeTest, AnyTreeComesBackTheSameTwice) {
   for (int round = 0; round < 500; ++round) {
     XmlTreeNode top = XmlTreeNode::CreateTop({});
     std::vector<XmlTreeNode> nodes{top.AddChild(u"root")};
-    bool hasText = false;
     for (int step = 0; step < 20; ++step) {
       XmlTreeNode node = nodes[random() % nodes.size()];
-      const int what = static_cast<int>(random() % 4);
+      const int what = static_cast<int>(random() % 5);
       if (what < 2) nodes.push_back(node.AddChild(what == 0 ? u"a" : u"b"));
       if (what == 2) node.AddAttribute(u"n", text());
       // Two texts side by side would come back as one.
-      if (what == 3 && !std::exchange(hasText, true)) node.AddText(text());
+      if (what == 3 && !EndsWithText(node)) node.AddText(text());
+      if (what == 4) node.AddClear({u"&<x", u"<![CDATA[", u"]]>"});
     }
     const std::u16string plain = top.ToText(false);
     const std::u16string formatted = top.ToText(true);
@@ -173,6 +181,13 @@ TEST(XmlTreeTest, DepthAndWidthAreNoTrouble) {
   for (int i = 0; i < 100'000; ++i) wide += u"<b/>";
   const XmlTreeNode many = Parse(wide + u"</a>").Child(u"a");
   for (int32_t i = 0; i < many.ChildCount(); ++i) ASSERT_TRUE(many.Child(i));
+  for (int32_t i = many.ChildCount(); i-- > 0;) ASSERT_TRUE(many.Child(i));
+  const XmlTreeNode mixed = Parse(u"<a>1<b/>2<!--3--><c/>4<!--5--></a>").Child(u"a");
+  for (const int32_t i : {1, 0, 2, 1}) {
+    EXPECT_EQ(mixed.Text(i), std::u16string(1, u"124"[i]));
+    EXPECT_EQ(mixed.Child(i % 2).Name(), std::u16string(1, u"bc"[i % 2]));
+    EXPECT_EQ(mixed.Clear(i % 2).value, std::u16string(1, u"35"[i % 2]));
+  }
 }
 
 TEST(XmlTreeTest, FilesSayWhatTheyAreOrAreGuessed) {
@@ -186,6 +201,7 @@ TEST(XmlTreeTest, FilesSayWhatTheyAreOrAreGuessed) {
   } kCases[] = {
       {"\xFF\xFE" + wide, u"\u0416"},
       {wide, u"\u0416"},
+      {"\xFE\xFF" + wide, u"\u0416"},
       {"\xEF\xBB\xBF<a>\xD0\x96</a>", u"\u0416"},
       {"<a>\xE4</a>", u"\u00E4"},
       {"", u"", XmlError::Empty},
@@ -199,6 +215,9 @@ TEST(XmlTreeTest, FilesSayWhatTheyAreOrAreGuessed) {
     EXPECT_EQ(top.Child(u"a").Text(), text);
   }
   XmlResults results;
+  folder.Put("a.xml", "\xEF\xBB\xBF<a>\xE4</a>");
+  EXPECT_EQ(ParseXmlFile(path, u"a", results, false).Child(u"a").Text(), u"\u00E4")
+      << "nothing is guessed: the mark is text";
   EXPECT_FALSE(ParseXmlFile(folder.ModulePath(u"b.xml"), {}, results));
   EXPECT_EQ(results.error, XmlError::FileNotFound);
 
@@ -215,7 +234,17 @@ TEST(XmlTreeTest, FilesSayWhatTheyAreOrAreGuessed) {
                                    u"<a b=\"1\">\n\t<c/>\n</a>\n"));
   EXPECT_EQ(Parse(u"<?xml version='1.1'?><a/>").WriteFile(path, false), XmlError::None);
   EXPECT_EQ(folder.Get("a.xml"), "\xFF\xFE" + ToUtf16Le(u"<?xml version=\"1.1\"?><a/>"));
+  EXPECT_EQ(Parse(u"<a><?pi x?></a>").Child(u"a").WriteFile(path, false), XmlError::None);
+  EXPECT_EQ(folder.Get("a.xml"),
+            "\xFF\xFE" + ToUtf16Le(u"<?xml version=\"1.0\" encoding=\"utf-16\"?>\n"
+                                   u"<a><?pi x=\"\"?></a>"));
   EXPECT_EQ(Parse(u"<a/>").WriteFile(folder.ModulePath(u"no\\a.xml"), true), XmlError::CannotOpen);
+  test::FailingFiles files;
+  const ScopedService<Files> useFiles(files);
+  files.FailAt(1, EDQUOT);
+  EXPECT_EQ(Parse(u"<a/>").WriteFile(path, true), XmlError::CannotWrite);
+  files.FailAt(0, ENOSPC);
+  EXPECT_EQ(Parse(u"<a/>").WriteFile(path, true), XmlError::CannotOpen);
   EXPECT_EQ(XmlTreeNode().WriteFile(folder.ModulePath(u"none.xml"), true), XmlError::None);
   EXPECT_FALSE(folder.Get("none.xml"));
 }

@@ -27,6 +27,9 @@ class CodePages {
   virtual std::string Encode(std::u16string_view text, uint32_t page) = 0;
   // Bad bytes become U+FFFD.
   virtual std::u16string Decode(std::string_view bytes, uint32_t page) = 0;
+  // A text that comes in pieces: appends what its whole characters say and returns how many bytes
+  // these took. What is left is the beginning of a character, a few bytes at most.
+  virtual size_t DecodePart(std::string_view bytes, uint32_t page, std::u16string& text) = 0;
   // By charset name in any letter case, as texts carry it. Nothing for a name iconv lacks.
   virtual std::optional<std::u16string> DecodeNamed(std::string_view bytes,
                                                     std::string_view charset) = 0;

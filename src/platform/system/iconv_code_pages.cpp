@@ -151,11 +151,13 @@ std::string EncodeWith(Converter& converter, std::u16string_view text) {
   return output;
 }
 
-std::u16string DecodeWith(Converter& converter, size_t unit, std::string_view bytes) {
+// With `isPart` the beginning of a character at the end of `bytes` stays in them; all else goes.
+std::u16string DecodeWith(Converter& converter, size_t unit, std::string_view& bytes, bool isPart) {
   constexpr std::string_view kReplacement("\xFD\xFF", 2);
   std::string output;
   converter.Reset();
   while (const int error = converter.Feed(bytes, output)) {
+    if (error == EINVAL && isPart) break;
     output.append(kReplacement);
     bytes.remove_prefix(error == EINVAL ? bytes.size() : std::min(unit, bytes.size()));
   }
@@ -190,6 +192,24 @@ class IconvCodePages final : public CodePages {
     return DecodeNamed(bytes, "US-ASCII").value_or(FromUtf8(bytes));
   }
 
+  size_t DecodePart(std::string_view bytes, uint32_t page, std::u16string& text) override {
+    const std::string name = NameOf(page);
+    Converter* converter = nullptr;
+    if (IsUtf8(name)) {
+      bytes = WholeUtf8(bytes);
+    } else if (!HoldsAscii(name) || !IsAscii(bytes)) {
+      converter = Open(kWide, name);
+      if (converter == nullptr) converter = Open(kWide, "US-ASCII");
+    }
+    if (converter == nullptr) {
+      if (!AppendUtf8(bytes, text)) text += FromUtf8(bytes);
+      return bytes.size();
+    }
+    std::string_view rest = bytes;
+    text += DecodeWith(*converter, UnitOf(name), rest, true);
+    return bytes.size() - rest.size();
+  }
+
   std::optional<std::u16string> DecodeNamed(std::string_view bytes,
                                             std::string_view charset) override {
     const std::string name = CleanName(charset);
@@ -199,7 +219,7 @@ class IconvCodePages final : public CodePages {
     if (HoldsAscii(name) && IsAscii(bytes)) return FromUtf8(bytes);
     Converter* converter = Open(kWide, name);
     if (converter == nullptr) return std::nullopt;
-    return DecodeWith(*converter, UnitOf(name), bytes);
+    return DecodeWith(*converter, UnitOf(name), bytes, false);
   }
 
  private:

@@ -162,6 +162,16 @@ std::string ToUtf8(std::u16string_view text) {
   return bytes;
 }
 
+std::string_view WholeUtf8(std::string_view bytes) {
+  for (size_t back = 1; back <= std::min<size_t>(3, bytes.size()); ++back) {
+    const auto byte = static_cast<uint8_t>(bytes[bytes.size() - back]);
+    if ((byte & 0xC0) == 0x80) continue;
+    const size_t length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
+    return length > back ? bytes.substr(0, bytes.size() - back) : bytes;
+  }
+  return bytes;
+}
+
 bool IsAscii(std::string_view bytes) {
   return AsciiRun(bytes.data(), bytes.size()) == bytes.size();
 }

@@ -13,6 +13,8 @@ std::u16string FromUtf8(std::string_view bytes);
 std::string ToUtf8(std::u16string_view text);
 // Appends; true when every byte was part of valid UTF-8 (otherwise nothing is appended).
 bool AppendUtf8(std::string_view bytes, std::u16string& text);
+// Without the beginning of a character at the end of the bytes.
+std::string_view WholeUtf8(std::string_view bytes);
 bool IsAscii(std::string_view bytes);
 // False for a text with a lone surrogate, which UTF-8 cannot hold.
 bool IsWellFormed(std::u16string_view text);

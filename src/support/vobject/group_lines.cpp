@@ -14,11 +14,12 @@ constexpr std::string_view kCardEnd = "END:VCARD";
 constexpr std::string_view kLineEnd = "\r\n";
 
 // The end of the logical line that `at` lies in, with its line end and the lines that continue it.
+// Cards of other programs may end their lines with LF alone.
 size_t EndOfLogicalLine(std::string_view text, size_t at) {
   while (true) {
-    const size_t lineEnd = text.find(kLineEnd, at);
+    const size_t lineEnd = text.find('\n', at);
     if (lineEnd == text.npos) return text.size();
-    at = lineEnd + kLineEnd.size();
+    at = lineEnd + 1;
     if (at >= text.size() || (text[at] != ' ' && text[at] != '\t')) return at;
   }
 }

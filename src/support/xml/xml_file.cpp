@@ -38,14 +38,7 @@ std::optional<std::u16string> TextOf(std::string_view bytes, bool guessEncoding)
 }
 
 bool StartsWithDeclaration(const XmlTreeNode& tree) {
-  return tree.IsDeclaration() || tree.Child(0).IsDeclaration();
-}
-
-// What a full or failing disk says; anything else kept the file from being opened.
-bool IsWriteError(const std::error_code& error) {
-  constexpr std::errc kErrors[] = {std::errc::no_space_on_device, std::errc::io_error,
-                                   std::errc::file_too_large};
-  return std::ranges::any_of(kErrors, [&](std::errc code) { return error == code; });
+  return tree.IsDeclaration() || (tree.Name().empty() && tree.Child(0).IsDeclaration());
 }
 
 }  // namespace
@@ -91,9 +84,10 @@ XmlError XmlTreeNode::WriteFile(std::u16string_view path, bool formatted) const 
   bytes += ToUtf16Le(ToText(formatted));
   const std::optional<std::string> native = ToNativePath(path);
   if (!native) return XmlError::CannotOpen;
-  const std::error_code error = Service<Files>::Get().Write(*native, bytes);
-  if (!error) return XmlError::None;
-  return IsWriteError(error) ? XmlError::CannotWrite : XmlError::CannotOpen;
+  Files& files = Service<Files>::Get();
+  // Emptied first: whether it was the opening that failed is told apart.
+  if (files.Write(*native, {})) return XmlError::CannotOpen;
+  return files.Append(*native, bytes) ? XmlError::CannotWrite : XmlError::None;
 }
 
 }  // namespace qv

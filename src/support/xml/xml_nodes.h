@@ -38,9 +38,16 @@ struct XmlNode {
   int32_t children = 0;
   int32_t texts = 0;
   int32_t clears = 0;
-  // Where the last look for the n-th child ended: walks over all of them stay linear.
-  mutable int32_t lastChild = 0;
-  mutable size_t lastPlace = 0;
+  // Where the last look for the n-th child, text and clear stretch ended: walks over all of them
+  // stay linear, in either direction.
+  struct Cursor {
+    int32_t index = 0;  // how many of the kind stand before the place
+    uint32_t place = 0;
+  };
+  mutable Cursor cursors[3];
+  void ForgetPlaces() {
+    for (Cursor& cursor : cursors) cursor = {};
+  }
 
   void Add(const XmlContent& piece) {
     content.push_back(piece);

@@ -242,6 +242,7 @@ void Report(XmlError error, std::u16string_view text, size_t at, XmlResults& res
 XmlTreeNode ParseXmlText(std::u16string text, std::u16string_view expectedRoot,
                          XmlResults& results) {
   results = {};
+  text.resize(std::min(text.find(u'\0'), text.size()));
   const auto tree = std::make_shared<XmlTree>(std::move(text));
   Parser parser(*tree);
   try {

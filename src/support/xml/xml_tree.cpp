@@ -7,27 +7,24 @@
 namespace qv {
 namespace {
 
-// The n-th piece of a kind; null beyond the end.
-template <class IsKind>
-const XmlContent* Nth(const XmlNode& node, int32_t index, IsKind isKind) {
-  if (index < 0) return nullptr;
-  for (const XmlContent& piece : node.content) {
-    if (isKind(piece) && index-- == 0) return &piece;
-  }
-  return nullptr;
+enum Kind { kChild, kText, kClear };
+
+bool Is(const XmlContent& piece, Kind kind) {
+  return kind == kChild ? piece.IsChild() : kind == kText ? piece.IsText() : piece.IsClear();
 }
 
-// Where the n-th child stands in the content, which has so many.
-size_t PlaceOfChild(const XmlNode& node, int32_t index) {
-  if (node.content.size() == static_cast<size_t>(node.children)) return static_cast<size_t>(index);
-  if (index < node.lastChild) node.lastChild = 0, node.lastPlace = 0;
-  while (true) {
-    if (node.content[node.lastPlace].IsChild()) {
-      if (node.lastChild == index) return node.lastPlace;
-      ++node.lastChild;
-    }
-    ++node.lastPlace;
+// Where the n-th piece of a kind stands in the content, which has so many.
+size_t PlaceOf(const XmlNode& node, Kind kind, int32_t index) {
+  XmlNode::Cursor& at = node.cursors[kind];
+  while (at.index > index) at.index -= Is(node.content[--at.place], kind);
+  while (at.index < index || !Is(node.content[at.place], kind)) {
+    at.index += Is(node.content[at.place++], kind);
   }
+  return at.place;
+}
+
+const XmlContent& Nth(const XmlNode& node, Kind kind, int32_t index) {
+  return node.content[PlaceOf(node, kind, index)];
 }
 
 }  // namespace
@@ -67,17 +64,17 @@ int32_t XmlTreeNode::AttributeCount() const {
 
 XmlTreeNode XmlTreeNode::Child(int32_t index) const {
   if (index < 0 || index >= ChildCount()) return {};
-  return {tree_, node_->content[PlaceOfChild(*node_, index)].node};
+  return {tree_, Nth(*node_, kChild, index).node};
 }
 
 std::u16string_view XmlTreeNode::Text(int32_t index) const {
   if (index < 0 || index >= TextCount()) return {};
-  return Nth(*node_, index, [](const XmlContent& piece) { return piece.IsText(); })->clear.value;
+  return Nth(*node_, kText, index).clear.value;
 }
 
 XmlClear XmlTreeNode::Clear(int32_t index) const {
   if (index < 0 || index >= ClearCount()) return {};
-  return Nth(*node_, index, [](const XmlContent& piece) { return piece.IsClear(); })->clear;
+  return Nth(*node_, kClear, index).clear;
 }
 
 std::u16string_view XmlTreeNode::AttributeName(int32_t index) const {
@@ -127,11 +124,10 @@ XmlTreeNode XmlTreeNode::AddChild(std::u16string_view name, int32_t position, bo
   if (position < 0 || position >= node_->children) {
     node_->Add(piece);
   } else {
-    const auto place = static_cast<ptrdiff_t>(PlaceOfChild(*node_, position));
+    const auto place = static_cast<ptrdiff_t>(PlaceOf(*node_, kChild, position));
     node_->content.insert(node_->content.begin() + place, piece);
     ++node_->children;
-    node_->lastChild = 0;
-    node_->lastPlace = 0;
+    node_->ForgetPlaces();
   }
   return {tree_, piece.node};
 }
@@ -160,8 +156,7 @@ void XmlTreeNode::DeleteChild(const XmlTreeNode& child) {
   if (found == node_->content.end()) return;
   node_->content.erase(found);
   --node_->children;
-  node_->lastChild = 0;
-  node_->lastPlace = 0;
+  node_->ForgetPlaces();
   child.node_->parent = nullptr;
 }
 

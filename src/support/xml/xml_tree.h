@@ -67,11 +67,12 @@ class XmlTreeNode {
   void DeleteChild(const XmlTreeNode& child);
 
   // The node with everything below it; of a nameless top what is below. Formatted: a tab a level
-  // (of the first 64), an element with a text beside other content on one line with all of it, so
-  // that reading it again gives the same tree.
+  // (of the first 64), what hangs below a declaration behind it, an element with a text beside
+  // other content on one line with all of it, so that reading it again gives the same tree.
   std::u16string ToText(bool formatted) const;
   // UTF-16, low byte first, with mark, and with a declaration unless the tree begins with one. An
-  // empty handle writes nothing. Paths are in the module's form.
+  // empty handle writes nothing. CannotOpen leaves a file that was there as it was, CannotWrite
+  // does not. Paths are in the module's form.
   XmlError WriteFile(std::u16string_view path, bool formatted) const;
 
  private:
@@ -99,7 +100,7 @@ struct XmlResults {
 //   RootNotFound      no element of the expected name
 // Texts of white space alone are dropped, all others kept as they stand. An attribute may lack its
 // quotes or its value. A byte-order mark before the first tag is passed over. For all but
-// MissingEnd the handle is empty.
+// MissingEnd the handle is empty. A NUL ends the text.
 XmlTreeNode ParseXmlText(std::u16string text, std::u16string_view expectedRoot,
                          XmlResults& results);
 

@@ -45,11 +45,11 @@ class Writer {
     size_t tabs;
   };
 
+  size_t Tabs() const { return levels_.empty() ? 0 : levels_.back().tabs; }
   // Whether what is written now stands on a line of its own.
   bool OwnLine() const { return formatted_ && (levels_.empty() || !levels_.back().inLine); }
   void StartLine() {
-    if (OwnLine())
-      out_.append(std::min(levels_.empty() ? 0 : levels_.back().tabs, kMaxTabs), u'\t');
+    if (OwnLine()) out_.append(std::min(Tabs(), kMaxTabs), u'\t');
   }
   void EndLine() {
     if (OwnLine()) out_.push_back(u'\n');
@@ -72,20 +72,27 @@ class Writer {
       AppendEscaped(attribute.value);
       out_.push_back(u'"');
     }
-    if (node.isDeclaration || node.content.empty()) {
-      out_.append(node.isDeclaration ? u"?>" : u"/>");
+    if (node.isDeclaration) {
+      out_.append(u"?>");
+      EndLine();
+      // What hangs below it stands behind it.
+      if (!node.content.empty()) levels_.push_back({&node, 0, inLine, Tabs()});
+      return;
+    }
+    if (node.content.empty()) {
+      out_.append(u"/>");
       EndLine();
       return;
     }
     out_.push_back(u'>');
     if (!inLine) out_.push_back(u'\n');
-    levels_.push_back({&node, 0, inLine, levels_.empty() ? 1 : levels_.back().tabs + 1});
+    levels_.push_back({&node, 0, inLine, Tabs() + 1});
   }
 
   void Close() {
     const Level level = levels_.back();
     levels_.pop_back();
-    if (IsTop(*level.node)) return;
+    if (IsTop(*level.node) || level.node->isDeclaration) return;
     if (!level.inLine) StartLine();
     out_.append(u"</").append(level.node->name).append(u">");
     EndLine();
