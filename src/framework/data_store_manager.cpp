@@ -59,6 +59,8 @@ std::vector<DataStoreManager::EnabledStore> DataStoreManager::ReadEnabledStores(
 }
 
 HRESULT DataStoreManager::OpenAccessor() {
+  if (accessor_ && session_ != 0) accessor_->EndSession(session_);
+  session_ = 0;
   accessor_ = CreateInstance<IDBAccessor>(CLSID_DBAccessor);
   Check(accessor_->Open(Bstr(u"")));
   Check(accessor_->Connect());

@@ -37,7 +37,7 @@ HRESULT StoreBase::Initialize(IUnknown* pIConfig) noexcept {
                                  : ComPtr<IEngineConfig>(AsEngineConfig(pIConfig));
     if (!bag_) return E_FAIL;
     Check(OnCheckBag());
-    Check(config_->Load(Bstr(identity_.configName), pIConfig));
+    Check(config_->Load(Bstr(identity_.configName), bag_.get()));
     session_.sourceUri = ConfigText(&IDataStoreConfig::get_sourceURI);
     const HRESULT status = OnInitialize();
     if (Failed(status)) return status;

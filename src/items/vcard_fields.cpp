@@ -289,13 +289,12 @@ bool VCardFields::ReadGroupUids(const Line& line) {
   return true;
 }
 
-// The names are not written, so none is kept as an extra either.
+// The whole value is the name: nothing in it is escaped. The names are not written, so none is kept
+// as an extra either.
 bool VCardFields::ReadGroupName(const Line& line) {
-  auto name = TextOf(line);
+  const auto name = decoder_.Text(line, dialect_);
   if (!name) return false;
-  if (!name->empty() && !IsFull(contact_.groupNames)) {
-    contact_.groupNames.push_back(std::move(*name));
-  }
+  if (!name->empty() && !IsFull(contact_.groupNames)) contact_.groupNames.emplace_back(*name);
   return true;
 }
 

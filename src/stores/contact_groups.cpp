@@ -1,6 +1,7 @@
 #include "stores/contact_groups.h"
 
 #include "items/item_objects.h"
+#include "items/uid_text.h"
 #include "support/vobject/group_lines.h"
 #include "syncdb/group_table.h"
 
@@ -11,7 +12,7 @@ void TakeGroupNames(std::string& card, IUnknown* item, const SyncSession& sessio
   if (contact == nullptr) return;
   const GroupTable groups(session, QuoteRule::Doubled);
   AddGroupUids(card, contact->groupNames,
-               [&](std::u16string_view name) { return groups.UidOf(name); });
+               [&](std::u16string_view name) { return DecodeUid(groups.UidOf(name)); });
 }
 
 void GiveGroupNames(std::string& card, IUnknown* item, const SyncSession& session) {

@@ -22,6 +22,11 @@ class MemoryBag final : public ComObject<IEngineConfig> {
       reads.push_back(name);
       if (name == failingKey) return E_INVALIDARG;
       const auto found = values.find(name);
+      if (name == numberKey) {
+        value->vt = VT_R8;
+        value->dblVal = 1.0;
+        return S_OK;
+      }
       if (found != values.end()) *value = Variant::Text(found->second).Detach();
       return S_OK;
     });
@@ -39,6 +44,7 @@ class MemoryBag final : public ComObject<IEngineConfig> {
   }
 
   std::map<std::u16string, std::u16string> values;
+  std::u16string numberKey;   // its value is a number, not a text
   std::u16string failingKey;  // read and write of this key fail with E_INVALIDARG
   std::vector<std::u16string> reads;
   std::vector<std::u16string> writes;

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "framework/class_table.h"
 #include "kit/samples.h"
 #include "platform/com/class_factory.h"
@@ -30,24 +32,32 @@ struct FileStore {
   const char* field;         // of a CSV file
   const char* file;          // that an import reads
   const char16_t* emptyLog;  // null for none
+  // When text 1 is added with item 2 in the cache: what a file's name and content hold, and do not.
+  const char* fromBoth;
+  const char* fromNeither;
 };
 
 const FileStore kStores[] = {
     {"CsvContact", u"DataStoreIECSVContact", u"DataStore.IECSVContact", u"text/x-vCard", u"", false,
-     test::Card, "FamilyName", "h\r\nA\r\nB\r\n", u"[QVSyncEngine] No contact data synchronized"},
+     test::Card, "FamilyName", "h\r\nA\r\nB\r\n", u"[QVSyncEngine] No contact data synchronized",
+     "Muster2", "Muster1"},
     {"CsvCalendar", u"DataStoreIECSVCalendar", u"DataStore.IECSVSchedule", u"text/x-vCalendar", u"",
      false, test::Event, "Subject", "h\r\nA\r\nB\r\n",
-     u"[QVSyncEngine] No calendar data synchronized"},
+     u"[QVSyncEngine] No calendar data synchronized", "Meeting 2", "Meeting 1"},
     {"CsvMemo", u"DataStoreIECSVMemo", u"DataStore.IECSVNote", u"text/vnote", u"text/x-vCard", true,
-     test::VNote, "Memo", "h\r\nA\r\nB\r\n", u"[QVSyncEngine] No memo data synchronized"},
+     test::VNote, "Memo", "h\r\nA\r\nB\r\n", u"[QVSyncEngine] No memo data synchronized", "Note 2",
+     "Note 1"},
     {"VCard", u"DataStoreIEVCard", u"DataStore.IEVCard", u"text/x-vCard", u"text/vcard", false,
      test::Card, nullptr, "BEGIN:VCARD\r\nN:A\r\nEND:VCARD\r\nBEGIN:VCARD\r\nN:B\r\nEND:VCARD\r\n",
-     nullptr},
+     nullptr, "AnnaMuster2.vcfBEGIN:VCARD\r\nX-QVVERSION:2.0\r\nVERSION:2.1\r\nN:Muster1",
+     "N:Muster2"},
     {"VCal", u"DataStoreIEVCal", u"DataStore.IEVCal", u"text/x-vCalendar", u"text/vcalendar", false,
      test::Event, nullptr,
      "BEGIN:VEVENT\r\nSUMMARY:A\r\nEND:VEVENT\r\nBEGIN:VEVENT\r\nSUMMARY:B\r\nEND:VEVENT",
-     u"[QVSyncEngine] No vcal data synchronized"},
+     u"[QVSyncEngine] No vcal data synchronized", "Meeting 1", "Meeting 2"},
 };
+
+const BSTR kPoison = reinterpret_cast<BSTR>(0x10);
 
 class FileStoreBed : public test::StoreBed {
  public:
@@ -90,22 +100,28 @@ class FileStoreBed : public test::StoreBed {
     store.Reset();
   }
   HRESULT Add(const std::string& text, std::u16string* uid = nullptr) {
-    Bstr created(u"poison");
-    const HRESULT result =
-        store->Add(Content(text).get(), Bstr(kind.mimeType), nullptr, created.Out());
-    if (uid != nullptr) *uid = created.str();
+    BSTR created = kPoison;
+    const HRESULT result = store->Add(Content(text).get(), Bstr(kind.mimeType), nullptr, &created);
+    EXPECT_NE(created, kPoison);
+    if (uid != nullptr) *uid = View(created);
+    SysFreeString(created);
     return result;
   }
   // The status and what came out.
   HRESULT Get(const char16_t* uid, std::string* text, std::u16string* objUid = nullptr) {
-    Bstr type(u"poison");
-    ComPtr<IUnknown> item;
-    ComPtr<IUnknown> content;
-    const HRESULT result =
-        store->Get(Bstr(uid), kFalse, type.Out(), nullptr, item.Out(), content.Out());
-    EXPECT_EQ(type.view().empty(), !content);
-    if (text != nullptr) *text = content ? ContentBytes(content.get()) : "";
-    if (objUid != nullptr && item) *objUid = FieldsOf(item.get())->objUid;
+    BSTR type = kPoison;
+    BSTR parent = kPoison;
+    auto* item = reinterpret_cast<IUnknown*>(kPoison);
+    auto* content = item;
+    const HRESULT result = store->Get(Bstr(uid), kFalse, &type, &parent, &item, &content);
+    const ComPtr<IUnknown> ownedItem = ComPtr<IUnknown>::Adopt(item);
+    const ComPtr<IUnknown> ownedContent = ComPtr<IUnknown>::Adopt(content);
+    EXPECT_EQ(parent, nullptr);
+    EXPECT_EQ(View(type), ownedContent ? kind.mimeType : u"");
+    EXPECT_EQ(!ownedItem, !ownedContent);
+    SysFreeString(type);
+    if (text != nullptr) *text = ownedContent ? ContentBytes(ownedContent.get()) : "";
+    if (objUid != nullptr && ownedItem) *objUid = FieldsOf(ownedItem.get())->objUid;
     return result;
   }
   std::vector<std::string> Made() const {
@@ -228,6 +244,62 @@ TEST_P(ImportExport, AnExportWritesWhatWasAddedAndTellsWhenNothingWas) {
   EXPECT_EQ(s.ExportEmpty(), 0u);
 }
 
+TEST_P(ImportExport, TheCachedItemIsTakenAndTheTextIsTheOneThatCame) {
+  s.Start(u"2");
+  EXPECT_EQ(s.store->CachParseData(nullptr, Bstr(GetParam().mimeType), s.Content("x").get()),
+            E_FAIL);
+  Check(s.store->CachParseData(nullptr, Bstr(GetParam().mimeType), s.Content(Text(2)).get()));
+  ComPtr<IUnknown> cached;
+  EXPECT_EQ(s.store->GetCachedParseData(cached.Out()), S_OK);
+  EXPECT_TRUE(cached);
+  EXPECT_EQ(s.Add(Text(1)), S_OK);
+  EXPECT_EQ(s.store->UnCachParseData(), S_OK);
+  s.Release();
+  ASSERT_EQ(s.Made().size(), 1u);
+  const std::string file = s.Made()[0] + s.folder.Get(s.Made()[0]).value_or("");
+  EXPECT_THAT(file, HasSubstr(GetParam().fromBoth));
+  EXPECT_THAT(file, Not(HasSubstr(GetParam().fromNeither)));
+}
+
+TEST_P(ImportExport, NullsAreRefused) {
+  s.Start(u"2");
+  const auto content = s.Content(Text(1));
+  const Bstr type(GetParam().mimeType);
+  Bstr text;
+  ComPtr<IUnknown> object;
+  EXPECT_EQ(s.store->Add(nullptr, type, nullptr, text.Out()), E_POINTER);
+  EXPECT_EQ(s.store->Add(content.get(), nullptr, nullptr, text.Out()), E_POINTER);
+  EXPECT_EQ(s.store->CachParseData(nullptr, nullptr, content.get()), E_POINTER);
+  EXPECT_EQ(s.store->CachParseData(nullptr, type, nullptr), E_POINTER);
+  EXPECT_EQ(s.store->GetCachedParseData(nullptr), E_POINTER);
+  EXPECT_EQ(s.store->SetDBAccessor(nullptr), E_POINTER);
+  EXPECT_EQ(s.store->SetTargetKey(nullptr), E_POINTER);
+  EXPECT_EQ(s.status->GetBackupStatusDB(nullptr), E_POINTER);
+  EXPECT_EQ(s.store->GetParentUid(nullptr, text.Out()), E_POINTER);
+  EXPECT_EQ(s.store->IsChangelogCreateByStatusDB(nullptr), E_POINTER);
+  s.Start(u"1");
+  const Bstr uid(u"0");
+  EXPECT_EQ(s.store->Get(nullptr, kFalse, text.Out(), nullptr, object.Out(), object.Out()),
+            E_POINTER);
+  EXPECT_EQ(s.store->Get(uid, kFalse, nullptr, nullptr, object.Out(), object.Out()), E_POINTER);
+  EXPECT_EQ(s.store->Get(uid, kFalse, text.Out(), nullptr, nullptr, object.Out()), E_POINTER);
+  EXPECT_EQ(s.store->Get(uid, kFalse, text.Out(), nullptr, object.Out(), nullptr), E_POINTER);
+}
+
+TEST_P(ImportExport, OnlyAnExportTakesAndOnlyAnImportReads) {
+  for (const char16_t* type : {u"1", u"3", u""}) {
+    s.Start(type);
+    EXPECT_EQ(s.Add(Text(1)), E_FAIL) << ToUtf8(type);
+    EXPECT_EQ(s.Get(u"0", nullptr), *type == u'1' ? S_OK : E_FAIL);
+    s.Release();
+  }
+  EXPECT_THAT(s.Made(), IsEmpty());
+  EXPECT_NE(s.ExportEmpty(), 1u);
+  s.Stop(true);
+  EXPECT_EQ(s.Open(u"1"), S_OK);
+  EXPECT_EQ(s.status->Initialize(), E_FAIL) << "the user does not want it";
+}
+
 TEST_P(ImportExport, WhatFilesCannotDoIsAnsweredByStubs) {
   s.Start(u"2");
   const Bstr uid(u"1");
@@ -275,7 +347,8 @@ TEST(CsvStoreTest, AnImportFollowsTheMapping) {
   EXPECT_EQ(s.Get(u"3", nullptr), E_FAIL);
 
   for (const char16_t* mapping :
-       {u"", u"no xml", u"<Msg><Hdr Path='x'/><Body/></Msg>", u"<Msg><Body><Put/></Body></Msg>",
+       {u"", u"no xml", u"<Msg><Hdr Path='x'/><Body><Put><C Data='Mobile'/>",
+        u"<Msg><Hdr Path='x'/><Body/></Msg>", u"<Msg><Body><Put/></Body></Msg>",
         u"<Msg><Hdr Path='C:\\none.csv'/><Body><Put/></Body></Msg>"}) {
     s.Set(u"CSV.MappingXML", mapping);
     EXPECT_EQ(s.status->Initialize(), 1) << ToUtf8(mapping);
@@ -335,6 +408,48 @@ TEST(VCardFileTest, ManyFilesAreReadInOrderAndGroupsFound) {
   ASSERT_EQ(s.Get(u"1", &text), S_OK);
 }
 
+TEST(VCardFileTest, GroupsGoOutAndComeBackWhateverTheyAreCalled) {
+  FileStoreBed s(kStores[3]);
+  const std::u16string names[] = {u"Sales\\North", u"a;b\\;c", u"O'Neil, Gr\u00FC\u00DFe"};
+  const std::u16string uid = u"x%2541y";  // as items keep "x%41y"
+  for (const std::u16string& name : names) {
+    std::u16string quoted = name;
+    ReplaceAll(quoted, u"'", u"''");
+    s.db->Run(u"DELETE FROM ContGrp_NameUidMap WHERE 1=1");
+    s.db->Run(u"INSERT INTO ContGrp_NameUidMap(grpname,obj_uid) VALUES('" + quoted + u"','" + uid +
+              u"')");
+    for (const char* end : {"\r\n", "\n"}) {
+      std::string card =
+          "BEGIN:VCARD\r\nVERSION:3.0\r\nN:A\r\nX-GRPUUID:x%41y\r\nTEL:1\r\nEND:VCARD\r\n";
+      ReplaceAll(card, "\r\n", end);
+      s.Start(u"2");
+      ASSERT_EQ(s.Add(card), S_OK);
+      s.Release();
+      ASSERT_EQ(s.Made().size(), 1u);
+      const std::string file = *s.folder.Get(s.Made()[0]);
+      EXPECT_THAT(file, HasSubstr("X-GROUP:" + ToUtf8(name) + "\r\nTEL:1"));
+      s.folder.Put("out/in.dat", file);
+      std::filesystem::remove(s.folder.File(s.Made()[0]));
+      s.Start(u"1");
+      std::string text;
+      ASSERT_EQ(s.Get(u"0", &text), S_OK);
+      EXPECT_THAT(text, HasSubstr("X-GRPUUID:x%41y\r\n")) << ToUtf8(name);
+    }
+  }
+}
+
+TEST(VCardFileTest, ASecondStartKeepsWhatWasSavedInMind) {
+  for (const int store : {3, 4}) {
+    FileStoreBed s(kStores[store]);
+    s.Start(u"2");
+    EXPECT_EQ(s.Add(kStores[store].text(1, "u", nullptr)), S_OK);
+    Check(s.status->Initialize());
+    s.Release();
+    EXPECT_EQ(s.Made().size(), 1u);
+    EXPECT_EQ(s.ExportEmpty(), 0u);
+  }
+}
+
 TEST(VCardFileTest, EachContactHasAFileNamedAfterItsPerson) {
   FileStoreBed s(kStores[3]);
   s.db->Run(u"INSERT INTO ContGrp_NameUidMap(grpname,obj_uid) VALUES('Friends','g1')");
@@ -375,13 +490,18 @@ TEST(VCardFileTest, NamesAreCutWhereThePathGrowsTooLong) {
             folder + u"\\" + std::u16string(10, u'n'));
   EXPECT_EQ(FileStem(std::u16string(250, u'f'), u"nnnnn", u".vcf"), u"");
   EXPECT_NE(FileStem(std::u16string(250, u'f'), u"nnnn", u".vcf"), u"");
-  EXPECT_EQ(FileStem(std::u16string(249, u'f'), u"\xD83D\xDE00" + folder, u".vcf").back(), u'\\');
+  EXPECT_EQ(FileStem(std::u16string(249, u'f'), u"\xD83D\xDE00" + folder, u".vcf"), u"");
+  EXPECT_EQ(CutStem(u"ab\xD83D\xDE00", 3), u"ab");
+  EXPECT_EQ(CutStem(u"ab\xD83D\xDE00", 4), u"ab\xD83D\xDE00");
+  EXPECT_EQ(FileStem(u"C:\\o", std::u16string(90, u'\x4E2D'), u".vcf").size(), 5 + 81u)
+      << "no name here has more than 255 bytes";
 }
 
 TEST(VCalFileTest, OldFilesAreLiftedAndEventsGatheredInOne) {
   FileStoreBed s(kStores[4]);
   const std::string event =
       "BEGIN:VEVENT\r\nX-EXCEPTIONTYPE:9\r\nSUMMARY:A\r\nDTSTART:20240301T100000Z\r\nEND:VEVENT";
+  s.bag->numberKey = u"Device.IsSubModel";
   for (const bool marked : {false, true}) {
     s.folder.Put("out/in.dat", (marked ? "X-QVVERSION:2.0\r\n" : "") + event + "\r\n");
     s.Start(u"1");

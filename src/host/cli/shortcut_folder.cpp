@@ -8,6 +8,7 @@
 #include "platform/system/internet_shortcut.h"
 #include "platform/system/recycle_bin.h"
 #include "stores/bookmark/favorites_root.h"
+#include "stores/file_names.h"
 #include "support/text.h"
 #include "syncdb/path_map.h"
 

@@ -9,23 +9,6 @@
 #include "syncdb/path_map.h"
 
 namespace qv {
-namespace {
-
-constexpr size_t kStemBytes = 245;  // of the 255 that one name has on the file systems here
-
-constexpr bool IsHighSurrogate(char16_t c) {
-  return c >= 0xD800 && c < 0xDC00;
-}
-constexpr bool IsSurrogate(char16_t c) {
-  return c >= 0xD800 && c < 0xE000;
-}
-// In UTF-8; each half of a pair counts for half of it.
-constexpr size_t ByteCount(char16_t c) {
-  if (c < 0x80) return 1;
-  return c < 0x800 || IsSurrogate(c) ? 2 : 3;
-}
-
-}  // namespace
 
 DATE FileDate(int64_t utcSeconds) {
   return UtcToLocal(DateFromUnixSeconds(utcSeconds), true).value;
@@ -43,21 +26,6 @@ std::u16string UniqueEntryName(std::u16string_view folder, std::u16string_view n
     candidate = Concat({stem, u"(", Decimal(n), u")", isFolder ? u"" : kShortcutTail});
   }
   return candidate;
-}
-
-std::u16string_view CutText(std::u16string_view text, size_t length) {
-  if (length >= text.size()) return text;
-  if (length > 0 && IsHighSurrogate(text[length - 1])) --length;
-  return text.substr(0, length);
-}
-
-std::u16string_view FittingStem(std::u16string_view stem) {
-  size_t bytes = 0;
-  size_t length = 0;
-  while (length < stem.size() && bytes + ByteCount(stem[length]) <= kStemBytes) {
-    bytes += ByteCount(stem[length++]);
-  }
-  return CutText(stem, length);
 }
 
 std::u16string BookmarkTree::FullPath(std::u16string_view path) const {

@@ -25,11 +25,6 @@ inline constexpr std::u16string_view kShortcutTail = u".url";
 // itself. A file's number stands before its last ".".
 std::u16string UniqueEntryName(std::u16string_view folder, std::u16string_view name, bool isFolder);
 
-// The first `length` units; one less where that would cut a pair.
-std::u16string_view CutText(std::u16string_view text, size_t length);
-// As much of a file's stem as one name holds, with room for ".url" and a number.
-std::u16string_view FittingStem(std::u16string_view stem);
-
 class BookmarkTree {
  public:
   // `root` is a full path without a "\" at its end.

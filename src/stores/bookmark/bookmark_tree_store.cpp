@@ -3,14 +3,11 @@
 #include "platform/system/debug_log.h"
 #include "platform/system/internet_shortcut.h"
 #include "stores/bookmark/favorites_root.h"
+#include "stores/file_names.h"
 #include "support/text.h"
 
 namespace qv {
 namespace {
-
-// Lengths in 16-bit units of a full path.
-constexpr size_t kPathLimit = 260;
-constexpr size_t kCutPath = 250;
 
 bool IsRoot(std::u16string_view uid) {
   return uid == kTreeRoot;
@@ -106,11 +103,11 @@ std::u16string BookmarkTreeStore::NameForNewFile(const Bookmark& bookmark,
   std::u16string_view stem = title;
   std::u16string name = UniqueEntryName(parent.full, FileName(stem), false);
   if (InFolder(parent.full, name).size() >= kPathLimit) {
-    if (parent.full.size() >= kCutPath) {
+    if (parent.full.size() >= kCutPathLength) {
       OutputDebugStringW(policy_.tooLong);
       throw StatusError(E_FAIL);
     }
-    stem = CutText(stem, kCutPath - parent.full.size());
+    stem = CutStem(stem, kCutPathLength - parent.full.size());
   } else if (FittingStem(stem).size() == stem.size()) {
     return name;
   }

@@ -9,6 +9,7 @@ namespace qv {
 std::optional<CsvMapping> ReadCsvMapping(std::u16string_view text, const CsvFieldSet& set) {
   XmlResults results;
   const XmlTreeNode top = ParseXmlText(std::u16string(text), {}, results);
+  if (results.error != XmlError::None) return std::nullopt;
   const XmlTreeNode message = top.Child(u"Msg");
   const XmlTreeNode head = message.Child(u"Hdr");
   const XmlTreeNode columns = message.Child(u"Body").Child(u"Put");

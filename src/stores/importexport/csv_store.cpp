@@ -46,6 +46,7 @@ HRESULT CsvStore::Load() {
   FieldTexts texts(traits_.fields.names.size());
   items_.reserve(static_cast<size_t>(document.rowCount()));
   for (int32_t i = 0; i < document.rowCount(); ++i) {
+    if (IsSyncStopped()) return E_FAIL;
     if (!ReadRow(document.row(i), *mapping, texts)) OutputDebugStringW(kTooManyCells);
     items_.push_back(traits_.fields.read(texts, groups));
   }

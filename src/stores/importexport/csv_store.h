@@ -18,7 +18,7 @@ class CsvStore : public ImportExportStore {
   HRESULT Load() final;
   size_t ItemCount() const final { return items_.size(); }
   ComPtr<IItemCommon> ItemAt(size_t place) final { return items_[place]; }
-  void StartExport() final { table_.Clear(); }
+  void ClearExport() final { table_.Clear(); }
   HRESULT Take(const ComPtr<IItemCommon>& item, const IncomingText& text,
                std::u16string& sourceUid) final;
   void FinishExport() final;

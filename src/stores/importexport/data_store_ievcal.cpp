@@ -23,16 +23,26 @@ constexpr std::u16string_view kTooLong =
 constexpr std::u16string_view kNotCreated =
     u"[CDataStoreIEVCal] CreateFile Failed in SaveVCal, window error-code: ";
 
+// Nothing but this very text is true; a value of another type is no failure.
+bool IsSubModel(IEngineConfig* bag) {
+  Variant value;
+  Check(bag->GetValue(Bstr(kSubModelKey), value.Out()));
+  return value.get().vt == VT_BSTR && View(value.get().bstrVal) == u"true";
+}
+
 }  // namespace
 
 HRESULT CDataStoreIEVCal::Load() {
   texts_.clear();
-  const bool isSubModel = ReadConfigText(bag(), kSubModelKey) == u"true";
+  const bool isSubModel = IsSubModel(bag());
   for (const std::u16string_view name : NamesIn(job().fileNames)) {
     std::optional<std::string> text = ReadNarrowFile(Concat({job().folder, u"\\", name}));
     if (!text) continue;
     if (!HasFileMarker(*text)) NormalizeOldVCalendar(*text, isSubModel);
-    for (std::string& event : SplitVEvents(*text)) texts_.push_back(std::move(event));
+    for (std::string& event : SplitVEvents(*text)) {
+      if (IsSyncStopped()) return E_FAIL;
+      texts_.push_back(std::move(event));
+    }
   }
   return S_OK;
 }

@@ -16,7 +16,6 @@ class CDataStoreIEVCal final : public ImportExportStore {
   HRESULT Load() override;
   size_t ItemCount() const override { return texts_.size(); }
   ComPtr<IItemCommon> ItemAt(size_t place) override;
-  void StartExport() override { events_.clear(); }
   HRESULT Take(const ComPtr<IItemCommon>& item, const IncomingText& text,
                std::u16string& sourceUid) override;
   void FinishExport() override;

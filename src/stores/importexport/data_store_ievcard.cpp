@@ -42,6 +42,7 @@ HRESULT CDataStoreIEVCard::Load() {
     const std::optional<std::string> text = ReadNarrowFile(Concat({job().folder, u"\\", name}));
     if (!text) continue;
     for (std::string& card : SplitVCards(*text)) {
+      if (IsSyncStopped()) return E_FAIL;
       ComPtr<IItemCommon> item = ParseCard(converter(), card);
       if (item && HasGroupNames(card)) {
         TakeGroupNames(card, item.get(), session());
@@ -51,11 +52,6 @@ HRESULT CDataStoreIEVCard::Load() {
     }
   }
   return S_OK;
-}
-
-void CDataStoreIEVCard::StartExport() {
-  names_ = UniqueNames(1);
-  savedAny_ = false;
 }
 
 HRESULT CDataStoreIEVCard::Take(const ComPtr<IItemCommon>& item, const IncomingText& text,

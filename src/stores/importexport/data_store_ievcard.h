@@ -16,7 +16,6 @@ class CDataStoreIEVCard final : public ImportExportStore {
   HRESULT Load() override;
   size_t ItemCount() const override { return items_.size(); }
   ComPtr<IItemCommon> ItemAt(size_t place) override { return items_[place]; }
-  void StartExport() override;
   HRESULT Take(const ComPtr<IItemCommon>& item, const IncomingText& text,
                std::u16string& sourceUid) override;
   void FinishExport() override;

@@ -71,7 +71,7 @@ ComPtr<IItemCommon> ImportExportStore::OnParse(const IncomingText& text) {
 }
 
 HRESULT ImportExportStore::OnAdd(const IncomingText& text, std::u16string& sourceUid) {
-  if (text.IsFolderDocument()) return E_FAIL;
+  if (text.IsFolderDocument() || job_.direction != FileDirection::Writes) return E_FAIL;
   const ComPtr<IItemCommon> item = cachedItem() ? cachedItem() : OnParse(text);
   return item ? Take(item, text, sourceUid) : E_FAIL;
 }
@@ -101,7 +101,7 @@ HRESULT ImportExportStore::OnStatusInitialize() {
   if (job_.direction == FileDirection::Reads) return Load();
   if (job_.direction == FileDirection::Neither) return S_OK;
   SetExportEmpty(0);
-  StartExport();
+  ClearExport();
   return S_OK;
 }
 

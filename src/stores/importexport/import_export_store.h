@@ -48,13 +48,14 @@ class ImportExportStore : public StoreBase {
   HRESULT OnUpdateStatus(STATUSDB_UPDATECMD, const StatusRow&) final { return S_OK; }
   void OnFinalRelease() final;
 
-  // Import: reads the files anew. What cannot be read is left out.
+  // Import: reads the files anew. What cannot be read is left out. E_FAIL when the user stops it.
   virtual HRESULT Load() = 0;
   virtual size_t ItemCount() const = 0;
   // Null for a text that no longer gives an item.
   virtual ComPtr<IItemCommon> ItemAt(size_t place) = 0;
-  // Export: forgets what was collected; takes one item; the store goes away.
-  virtual void StartExport() {}
+  // Export: forgets what was collected, where a second start does so; takes one item; the store
+  // goes away.
+  virtual void ClearExport() {}
   virtual HRESULT Take(const ComPtr<IItemCommon>& item, const IncomingText& text,
                        std::u16string& sourceUid) = 0;
   virtual void FinishExport() = 0;
