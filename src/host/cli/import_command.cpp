@@ -66,7 +66,7 @@ void SaveMap(const std::vector<ImportFile>& files, const std::string& path) {
   }
   const auto sheet =
       std::ranges::find_if(files, [](const ImportFile& file) { return file.sheet.has_value(); });
-  SaveMapping(sheet->sheet->mapping, AbsolutePath(path));
+  SaveMapping(sheet->sheet->asMapped, AbsolutePath(path));
 }
 
 Exit ResultOf(const TransferRun& run, const std::vector<ImportFile>& files) {

@@ -5,6 +5,7 @@
 
 #include "host/cli/adding.h"
 #include "host/cli/item_files.h"
+#include "host/spreadsheet/labels.h"
 #include "items/item_objects.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
@@ -65,7 +66,10 @@ void PrepareSheet(const ImportArguments& given, const ScratchFolder& scratch,
   import.mapping = given.mapFile.empty()
                        ? MapColumns(import.sheet, given.store, given.map)
                        : LoadMapping(import.sheet, given.store, given.map, given.mapFile);
-  import.conversions = ConvertCells(import.sheet, import.mapping);
+  import.asMapped = import.mapping;
+  import.conversions = SpreadByLabel(import.sheet, import.mapping);
+  std::ranges::move(ConvertCells(import.sheet, import.mapping),
+                    std::back_inserter(import.conversions));
   import.emptyRows = DropEmptyRows(import.sheet, import.mapping);
   import.account = AccountFor(import.sheet, import.mapping);
   file.job.row = FindFileStore(FileFormat::Csv, import.mapping.kind->store);

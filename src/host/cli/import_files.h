@@ -25,6 +25,7 @@ struct ImportArguments {
 struct SheetImport {
   Sheet sheet;  // the rows that are handed over
   SheetMapping mapping;
+  SheetMapping asMapped;  // of the columns that the file has: what can be kept for the next one
   std::vector<Conversion> conversions;
   SheetAccount account;
   std::vector<size_t> emptyRows;  // by line; left out

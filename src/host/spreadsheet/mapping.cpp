@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/profile.h"
+#include "host/spreadsheet/labels.h"
 #include "platform/system/files.h"
 #include "support/text.h"
 #include "support/xml/xml_tree.h"
@@ -133,8 +134,14 @@ bool IsTaken(const SheetMapping& mapping, std::u16string_view field) {
 }
 
 void GuessColumns(const Sheet& sheet, SheetMapping& mapping) {
-  for (const std::u16string& heading : sheet.header) {
-    const Heading choices = ChoicesOf(*mapping.kind, heading);
+  const bool mayBeLabelled = mapping.kind->store == "contacts";
+  const std::vector<bool> labelled = LabelledColumns(sheet);
+  for (size_t i = 0; i < sheet.header.size(); ++i) {
+    if (mayBeLabelled && labelled[i]) {
+      mapping.columns.push_back({std::u16string(kByLabel), {}});
+      continue;
+    }
+    const Heading choices = ChoicesOf(*mapping.kind, sheet.header[i]);
     ColumnChoice choice;
     for (const std::u16string_view field : choices.fields) {
       if (field.empty() || IsTaken(mapping, field)) continue;
@@ -246,7 +253,8 @@ SheetMapping LoadMapping(const Sheet& sheet, const std::string& store, const Map
                      : &KindOfStore(store);
   if (mapping.kind == nullptr) throw UsageError(file + " names no fields of ours");
   for (const std::u16string& field : fields) {
-    const bool isKnown = field.empty() || FieldNumber(mapping.kind->fields, field) >= 0;
+    const bool isKnown =
+        field.empty() || field == kByLabel || FieldNumber(mapping.kind->fields, field) >= 0;
     mapping.columns.push_back(
         isKnown ? ColumnChoice{field, {}}
                 : ColumnChoice{
