@@ -9,13 +9,13 @@
 #include "host/cli/stop_signal.h"
 #include "host/cli/sync_report.h"
 #include "host/engine/phone_id.h"
+#include "host/engine/sync_database.h"
 #include "host/engine/transfer.h"
 #include "host/spreadsheet/account.h"
 #include "platform/system/code_page.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
 #include "support/text.h"
-#include "syncdb/group_table.h"
 
 namespace qv {
 namespace {
@@ -51,9 +51,7 @@ struct ContentAccount {
   int64_t foreign = 0;     // cells with characters that the code page lacks
   int64_t incomplete = 0;  // items
 
-  void Add(const SheetKind& kind, IItemCommon& item) {
-    static const SyncSession noDatabase;
-    const GroupTable groups(noDatabase, QuoteRule::Doubled);
+  void Add(const SheetKind& kind, IItemCommon& item, const GroupTable& groups) {
     const std::vector<FieldCell> cells = kind.fields.write(&item, groups);
     formulas += CountFormulas(cells);
     CodePages& pages = Service<CodePages>::Get();
@@ -62,7 +60,7 @@ struct ContentAccount {
           std::ranges::all_of(cell.text, [](char16_t unit) { return unit < 0x80; });
       return !isAscii && pages.Decode(pages.Encode(cell.text, kAnsiPage), kAnsiPage) != cell.text;
     });
-    incomplete += LosesInCells(kind, item);
+    incomplete += LosesInCells(kind, item, groups);
   }
 };
 
@@ -83,16 +81,6 @@ std::set<std::string> FilesIn(const std::string& folder) {
     if (!entry.info.isFolder) names.insert(std::move(entry.name));
   }
   return names;
-}
-
-// Why nothing can be made in a folder.
-std::string ReasonFor(const std::string& folder) {
-  Files& files = Service<Files>::Get();
-  const std::string probe = folder + "/.qvsync-probe";
-  const std::error_code error = files.CreateNew(probe, std::string(4096, ' '));
-  if (error) return error.message();
-  files.Remove(probe);
-  return "the disk may be full, or the path of the folder too long";
 }
 
 std::vector<const FileStoreRow*> ChosenStores(const Arguments& given, FileFormat format) {
@@ -137,10 +125,12 @@ TransferRun ExportOne(Profile& profile, const std::string& phone, const std::str
                       const FileJob& job, const ProgressSink& progress, ExportOutcome& outcome) {
   const std::set<std::string> before = FilesIn(folder);
   outcome.row = job.row;
+  const SyncDatabase database;
+  const GroupTable groups(database.session(), QuoteRule::AsTheyStand);
   ExportLook look;
   if (job.row->format == FileFormat::Csv) {
     look = [&](const std::string&, IItemCommon& item) {
-      outcome.account.Add(*FindSheetKind(job.row->kind), item);
+      outcome.account.Add(*FindSheetKind(job.row->kind), item, groups);
     };
   }
   TransferRun run = RunExport(profile, phone, {job}, look, {}, progress);
@@ -151,7 +141,9 @@ TransferRun ExportOne(Profile& profile, const std::string& phone, const std::str
   }
   if (outcome.report.done > 0 && outcome.files.empty() && outcome.report.message.empty()) {
     outcome.report.result = run.result = SyncResult::Failed;
-    outcome.report.message = "nothing was written to " + folder + ": " + ReasonFor(folder);
+    outcome.report.message =
+        "nothing was written to " + folder + ": " +
+        ProbeFolder(folder).value_or("the disk may be full, or the path of the folder too long");
   }
   return run;
 }

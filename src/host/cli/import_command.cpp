@@ -8,6 +8,7 @@
 #include "host/cli/progress_line.h"
 #include "host/cli/stop_signal.h"
 #include "host/cli/sync_report.h"
+#include "host/engine/sync_database.h"
 
 namespace qv {
 namespace {
@@ -41,9 +42,11 @@ std::optional<char16_t> SeparatorOf(const std::string& word) {
 }
 
 std::vector<ImportFile> Prepare(const Arguments& given, const ScratchFolder& scratch) {
+  const SyncDatabase database;
+  const GroupTable groups(database.session(), QuoteRule::AsTheyStand);
   std::vector<ImportFile> files;
   for (const std::string& path : given.files) {
-    files.push_back(PrepareImport(path, given.import, scratch, files.size() + 1));
+    files.push_back(PrepareImport(path, given.import, scratch, groups, files.size() + 1));
   }
   const bool anyUsable = std::ranges::any_of(files, &std::string::empty, &ImportFile::problem);
   if (!anyUsable) {

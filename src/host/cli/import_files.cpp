@@ -17,6 +17,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::string_view kBeginCard = "BEGIN:VCARD";
+constexpr std::string_view kEndCard = "END:VCARD";
+constexpr std::string_view kBeginEvent = "BEGIN:VEVENT";
+constexpr std::string_view kEndEvent = "END:VEVENT";
+
+// What a file is prepared with.
+struct Desk {
+  const ImportArguments& given;
+  const ScratchFolder& scratch;
+  const GroupTable& groups;
+  std::string name;  // of the copy that is handed over
+};
+
 // The module's own limit for a folder, a "\" and a name.
 constexpr size_t kLongestPath = 259;
 
@@ -52,15 +65,14 @@ bool NameInPlace(const std::string& path, FileJob& job) {
   return true;
 }
 
-void HandOver(const ScratchFolder& scratch, const std::string& name, std::string_view bytes,
-              FileJob& job) {
-  scratch.Put(name, bytes);
-  job.folder = scratch.path();
-  job.fileNames = FromUtf8(name);
+void HandOver(const Desk& desk, std::string_view bytes, FileJob& job) {
+  desk.scratch.Put(desk.name, bytes);
+  job.folder = desk.scratch.path();
+  job.fileNames = FromUtf8(desk.name);
 }
 
-void PrepareSheet(const ImportArguments& given, const ScratchFolder& scratch,
-                  const std::string& name, ImportFile& file) {
+void PrepareSheet(const Desk& desk, ImportFile& file) {
+  const ImportArguments& given = desk.given;
   SheetImport& import = file.sheet.emplace();
   import.sheet = ReadSheet(ReadBytes(file.path), given.form);
   import.mapping = given.mapFile.empty()
@@ -71,22 +83,26 @@ void PrepareSheet(const ImportArguments& given, const ScratchFolder& scratch,
   std::ranges::move(ConvertCells(import.sheet, import.mapping),
                     std::back_inserter(import.conversions));
   import.emptyRows = DropEmptyRows(import.sheet, import.mapping);
-  import.account = AccountFor(import.sheet, import.mapping);
+  import.account = AccountFor(import.sheet, import.mapping, desk.groups);
   file.job.row = FindFileStore(FileFormat::Csv, import.mapping.kind->store);
-  HandOver(scratch, name, StoreForm(import.sheet), file.job);
+  HandOver(desk, StoreForm(import.sheet), file.job);
   const std::u16string path = file.job.folder + u"\\" + file.job.fileNames;
   file.job.mappingXml = MappingXml(import.mapping, path);
 }
 
+struct WholeItem {
+  const FoundItem* found;
+  ComPtr<IItemCommon> item;
+};
+
 // The items of a file; what cannot be read is told.
-std::vector<std::pair<size_t, ComPtr<IItemCommon>>> ReadItems(const ItemFile& source,
-                                                              ImportFile& file) {
-  std::vector<std::pair<size_t, ComPtr<IItemCommon>>> items;
+std::vector<WholeItem> ReadItems(const ItemFile& source, ImportFile& file) {
+  std::vector<WholeItem> items;
   for (const FoundItem& found : source.found()) {
     std::string fault;
     ComPtr<IItemCommon> item = source.Read(found, fault);
     if (item) {
-      items.emplace_back(found.index, std::move(item));
+      items.push_back({&found, std::move(item)});
     } else {
       file.unread.push_back({"file", found.place, fault});
     }
@@ -101,31 +117,49 @@ void RequireStore(const ImportArguments& given, std::string_view store) {
                    " is for files of separated values");
 }
 
-void PrepareCards(const ImportArguments& given, const ScratchFolder& scratch,
-                  const std::string& name, ImportFile& file) {
-  constexpr std::string_view kBegin = "BEGIN:VCARD";
-  constexpr std::string_view kEnd = "END:VCARD";
-  RequireStore(given, "contacts");
-  const std::string bytes = ReadBytes(file.path);
+// Whether a store finds the one item of a text where it is: nothing in it looks like another begin
+// or end.
+bool IsFoundWhole(std::string_view item, std::string_view begin, std::string_view end) {
+  const auto blocks = SplitBlocks(item, begin, end);
+  return blocks.size() == 1 && blocks[0].size() == item.size() &&
+         item.find(begin, begin.size()) == item.npos;
+}
+
+// A NUL would cut off what stands behind it.
+std::string WithoutNuls(std::string_view text, ImportFile& file) {
+  std::string bytes(text);
+  if (std::erase(bytes, '\0') > 0) file.notes.push_back("NUL characters were left out");
+  return bytes;
+}
+
+void PrepareCards(const Desk& desk, ImportFile& file) {
+  RequireStore(desk.given, "contacts");
   const StoreKind& kind = *FindStoreKind("contacts");
   const ItemFile source(file.path, kind);
   const auto items = ReadItems(source, file);
-  if (items.empty()) throw UsageError("holds no contact that can be read");
   file.job.row = FindFileStore(FileFormat::VCard, kind.name);
   // What the store would find in the file as it stands.
-  const bool isPlain = bytes == source.text() && SplitVCards(bytes).size() == items.size();
+  const bool isPlain = source.IsAsItStands() && !items.empty() &&
+                       SplitBlocks(source.text(), kBeginCard, kEndCard).size() == items.size();
   if (isPlain && NameInPlace(file.path, file.job)) return;
   const auto texts = kind.open(kind, source.text());
   std::string cards;
-  for (const auto& [index, item] : items) {
-    std::string_view card = texts->At(index);
-    while (card.ends_with('\n') || card.ends_with('\r')) card.remove_suffix(1);
-    cards.append(kBegin)
-        .append(card.substr(kBegin.size(), card.size() - kBegin.size() - kEnd.size()))
-        .append(kEnd)
-        .append("\r\n");
+  for (const auto& [found, item] : items) {
+    std::string_view text = texts->At(found->index);
+    while (text.ends_with('\n') || text.ends_with('\r')) text.remove_suffix(1);
+    std::string card(kBeginCard);
+    card.append(text.substr(kBeginCard.size(), text.size() - kBeginCard.size() - kEndCard.size()))
+        .append(kEndCard);
+    if (IsFoundWhole(card, kBeginCard, kEndCard)) {
+      cards.append(card).append("\r\n");
+      continue;
+    }
+    file.unread.push_back({"file", found->place,
+                           "a card within the card cannot be imported; `qvsync add contacts` puts "
+                           "it on the PC, and the next sync on the phone"});
   }
-  HandOver(scratch, name, cards, file.job);
+  if (cards.empty()) throw UsageError("holds no contact that can be read");
+  HandOver(desk, WithoutNuls(cards, file), file.job);
 }
 
 // What a single event of the file means only together with the rest of it.
@@ -137,15 +171,13 @@ bool HasSurroundings(std::string_view text) {
   return false;
 }
 
-void PrepareCalendar(const ImportArguments& given, const ScratchFolder& scratch,
-                     const std::string& name, ImportFile& file) {
-  RequireStore(given, "calendar");
-  const std::string bytes = ReadBytes(file.path);
+void PrepareCalendar(const Desk& desk, ImportFile& file) {
+  RequireStore(desk.given, "calendar");
   const StoreKind& kind = *FindStoreKind("calendar");
   const ItemFile source(file.path, kind);
   auto items = ReadItems(source, file);
   const size_t tasks = std::erase_if(
-      items, [&](const auto& found) { return &KindOf(kind, *found.second) != &kind; });
+      items, [&](const WholeItem& read) { return &KindOf(kind, *read.item) != &kind; });
   if (tasks > 0) {
     file.unread.push_back({"file", file.path,
                            "left out " + std::to_string(tasks) +
@@ -155,27 +187,35 @@ void PrepareCalendar(const ImportArguments& given, const ScratchFolder& scratch,
   if (items.empty()) throw UsageError("holds no appointment that can be read");
   file.job.row = FindFileStore(FileFormat::VCal, kind.name);
   const bool hasExceptions = std::ranges::any_of(
-      items, [](const auto& found) { return ExceptionIn(found.second) != nullptr; });
-  const bool isPlain = bytes == source.text() && !hasExceptions && !HasSurroundings(bytes) &&
-                       SplitVEvents(bytes).size() == items.size();
+      items, [](const WholeItem& read) { return ExceptionIn(read.item) != nullptr; });
+  const bool isPlain = source.IsAsItStands() && !hasExceptions && !HasSurroundings(source.text()) &&
+                       SplitBlocks(source.text(), kBeginEvent, kEndEvent).size() == items.size();
   if (isPlain && NameInPlace(file.path, file.job)) return;
   std::ranges::stable_partition(
-      items, [](const auto& found) { return ExceptionIn(found.second) == nullptr; });
+      items, [](const WholeItem& read) { return ExceptionIn(read.item) == nullptr; });
   std::string calendar(kCalendarFileHead);
-  for (const auto& [index, item] : items) {
+  for (const auto& [found, item] : items) {
+    const std::string text = WriteItem(kind, item.get());
+    const std::string_view event = EventStretch(text);
+    if (!IsFoundWhole(event, kBeginEvent, kEndEvent)) {
+      file.unread.push_back({"file", found->place,
+                             "a text within it looks like the end of the event; `qvsync add "
+                             "calendar` puts it on the PC, and the next sync on the phone"});
+      continue;
+    }
     file.job.uids.push_back(FieldsOf(item.get())->objUid);
-    calendar.append(EventStretch(WriteItem(kind, item.get()))).append("\r\n");
+    calendar.append(event).append("\r\n");
   }
-  HandOver(scratch, name, calendar.append(kCalendarFileTail), file.job);
+  HandOver(desk, WithoutNuls(calendar.append(kCalendarFileTail), file), file.job);
 }
 
 }  // namespace
 
 ImportFile PrepareImport(const std::string& path, const ImportArguments& given,
-                         const ScratchFolder& scratch, size_t number) {
+                         const ScratchFolder& scratch, const GroupTable& groups, size_t number) {
   struct Kind {
     std::string_view extension;
-    void (*prepare)(const ImportArguments&, const ScratchFolder&, const std::string&, ImportFile&);
+    void (*prepare)(const Desk&, ImportFile&);
   };
   constexpr Kind kKinds[] = {{".csv", PrepareSheet},
                              {".vcf", PrepareCards},
@@ -190,7 +230,7 @@ ImportFile PrepareImport(const std::string& path, const ImportArguments& given,
       throw UsageError(
           "is none of .csv, .vcf, .vcs and .ics; its name must end with what it holds");
     }
-    kind->prepare(given, scratch, std::to_string(number) + extension, file);
+    kind->prepare({given, scratch, groups, std::to_string(number) + extension}, file);
   } catch (const UsageError& error) {
     file = {};
     file.path = path;

@@ -44,6 +44,6 @@ struct ImportFile {
 // stands is handed over where it lies, any other as a copy in `scratch`. Throws UsageError for what
 // is wrong with the arguments, whatever the file holds.
 ImportFile PrepareImport(const std::string& path, const ImportArguments& given,
-                         const ScratchFolder& scratch, size_t number);
+                         const ScratchFolder& scratch, const GroupTable& groups, size_t number);
 
 }  // namespace qv

@@ -33,6 +33,11 @@ class ItemFile {
   std::string Doubts() const { return items_->Doubts(); }
   // The whole text, without a mark and in UTF-8 where it had one; and whether it holds no item.
   std::string_view text() const { return text_; }
+  // Whether that is the file byte for byte, with no NUL in it.
+  bool IsAsItStands() const {
+    return text_.size() == bytes_.size() && text_.data() == bytes_.data() &&
+           text_.find('\0') == text_.npos;
+  }
   bool IsWithoutItems() const { return items_->Count() == 0; }
 
  private:

@@ -9,6 +9,8 @@
 #include "platform/com/class_factory.h"
 #include "platform/com/edge.h"
 #include "platform/com/lists.h"
+#include "platform/system/files.h"
+#include "platform/system/service.h"
 #include "support/text.h"
 #include "syncdb/status_item.h"
 
@@ -86,8 +88,19 @@ const char* FormatWord(FileFormat format) {
   return kWords[static_cast<size_t>(format)];
 }
 
+std::optional<std::string> ProbeFolder(const std::string& folder) {
+  Files& files = Service<Files>::Get();
+  const std::string probe = folder + "/.qvsync-probe";
+  files.Remove(probe);  // of a run that was killed
+  const std::error_code error = files.CreateNew(probe, std::string(4096, ' '));
+  if (error) return error.message();
+  files.Remove(probe);
+  return std::nullopt;
+}
+
 FileStore::FileStore(Profile& profile, const FileJob& job)
-    : type_(FindStoreKind(job.row->kind)->mimeType) {
+    : type_(FindStoreKind(job.row->kind)->mimeType),
+      folder_(ToNativePath(job.folder).value_or("")) {
   const DatabaseReason reason;
   manager_ = CreateInstance<IDataStoreMgr>(ClassId(u"DataStoreManager"));
   HRESULT status = manager_->Initialize(BagOf(profile, job, type_.view()).get());
@@ -135,10 +148,13 @@ void FileStore::Add(std::string_view text) {
   Bstr uid;
   const HRESULT status = store_->Add(content.get(), type_, Bstr(u"/"), uid.Out());
   store_->UnCachParseData();
-  if (Failed(status)) {
-    throw ItemError(uid.get() == nullptr ? "the file cannot hold it"
-                                         : "no file could be written for it");
+  if (Succeeded(status)) return;
+  if (uid.get() == nullptr) throw ItemError("the file cannot hold it");
+  if (const auto reason = ProbeFolder(folder_)) {
+    throw StoreFailure("cannot write to " + folder_ + ": " + *reason);
   }
+  throw ItemError(
+      "no file could be written for it: its name has a sign that no file name can have");
 }
 
 void FileStore::Close() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,6 +42,9 @@ struct FileJob {
   std::vector<std::u16string> uids;
 };
 
+// Why nothing can be made in a folder (a native path); nothing where a small file can.
+std::optional<std::string> ProbeFolder(const std::string& folder);
+
 class FileStore {
  public:
   // Throws StoreFailure.
@@ -54,13 +58,14 @@ class FileStore {
   std::string Get(int32_t index, ComPtr<IItemCommon>& item);
   // The phone has taken it over.
   void Sent(int32_t index);
-  // Export. Throws ItemError.
+  // Export. Throws ItemError, and StoreFailure when nothing more can be written to the folder.
   void Add(std::string_view text);
   // An export is written, at the latest, now.
   void Close();
 
  private:
   Bstr type_;
+  std::string folder_;  // native
   ComPtr<IDataStoreMgr> manager_;
   ComPtr<IDataStore> store_;
   ComPtr<IStatusDB> status_;

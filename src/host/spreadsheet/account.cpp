@@ -7,7 +7,6 @@
 #include "items/item_objects.h"
 #include "support/date_time.h"
 #include "support/text.h"
-#include "syncdb/group_table.h"
 
 namespace qv {
 namespace {
@@ -39,7 +38,7 @@ void ShowTitles(IUnknown* item) {
   contact->organisations.emplace_back();
 }
 
-// In one order whatever order the columns have, and without what the database tells of groups.
+// In one order whatever order the columns have.
 void Settle(Contact& contact) {
   const auto byKind = [](auto& list) {
     std::ranges::stable_sort(list, {}, [](const auto& entry) { return entry.kind; });
@@ -52,15 +51,15 @@ void Settle(Contact& contact) {
   byKind(contact.events);
   std::erase(contact.addresses, std::nullopt);
   std::ranges::stable_sort(contact.addresses, {}, [](const auto& entry) { return entry->kind; });
-  contact.groupUids.clear();
+  std::ranges::sort(contact.groupUids);
   contact.groupNames.clear();
   Normalize(contact);
 }
 
 class Accountant {
  public:
-  Accountant(const Sheet& sheet, const SheetMapping& mapping)
-      : sheet_(sheet), mapping_(mapping), set_(mapping.kind->fields), texts_(set_.names.size()) {
+  Accountant(const Sheet& sheet, const SheetMapping& mapping, const GroupTable& groups)
+      : sheet_(sheet), set_(mapping.kind->fields), groups_(groups), texts_(set_.names.size()) {
     for (size_t i = 0; i < mapping.columns.size(); ++i) {
       const std::u16string& field = mapping.columns[i].field;
       if (field.empty()) {
@@ -105,11 +104,6 @@ class Accountant {
   void Add(const SheetRow& row, const std::u16string& text, const std::vector<FieldCell>& cells,
            size_t field, FieldAccount& account) {
     if (text.empty()) return;
-    // Whether a group is known is the store's to say.
-    if (set_.names[field] == u"Group") {
-      ++account.kept;
-      return;
-    }
     const auto found = std::ranges::find(cells, static_cast<int32_t>(field), &FieldCell::field);
     if (found != cells.end() && IsSame(text, found->text)) {
       ++account.kept;
@@ -124,10 +118,8 @@ class Accountant {
   }
 
   const Sheet& sheet_;
-  const SheetMapping& mapping_;
   const CsvFieldSet& set_;
-  const SyncSession noDatabase_;
-  const GroupTable groups_{noDatabase_, QuoteRule::Doubled};
+  const GroupTable& groups_;
   FieldTexts texts_;
   std::vector<Place> places_;
   std::vector<size_t> lostPlaces_;
@@ -136,8 +128,8 @@ class Accountant {
 
 }  // namespace
 
-SheetAccount AccountFor(const Sheet& sheet, const SheetMapping& mapping) {
-  return Accountant(sheet, mapping).Run();
+SheetAccount AccountFor(const Sheet& sheet, const SheetMapping& mapping, const GroupTable& groups) {
+  return Accountant(sheet, mapping, groups).Run();
 }
 
 std::vector<size_t> DropEmptyRows(Sheet& sheet, const SheetMapping& mapping) {
@@ -159,9 +151,7 @@ int64_t CountFormulas(const std::vector<FieldCell>& cells) {
   });
 }
 
-bool LosesInCells(const SheetKind& kind, IItemCommon& item) {
-  const SyncSession noDatabase;
-  const GroupTable groups(noDatabase, QuoteRule::Doubled);
+bool LosesInCells(const SheetKind& kind, IItemCommon& item, const GroupTable& groups) {
   FieldTexts texts(kind.fields.names.size());
   for (FieldCell& cell : kind.fields.write(&item, groups)) {
     texts[static_cast<size_t>(cell.field)] = std::move(cell.text);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/spreadsheet/mapping.h"
+#include "syncdb/group_table.h"
 
 namespace qv {
 
@@ -30,7 +31,8 @@ struct SheetAccount {
   std::vector<LostColumn> lost;
 };
 
-SheetAccount AccountFor(const Sheet& sheet, const SheetMapping& mapping);
+// `groups` knows which names of groups a store will know.
+SheetAccount AccountFor(const Sheet& sheet, const SheetMapping& mapping, const GroupTable& groups);
 
 // Rows without a cell that counts are taken out of the sheet; their lines.
 std::vector<size_t> DropEmptyRows(Sheet& sheet, const SheetMapping& mapping);
@@ -39,6 +41,6 @@ std::vector<size_t> DropEmptyRows(Sheet& sheet, const SheetMapping& mapping);
 int64_t CountFormulas(const std::vector<FieldCell>& cells);
 
 // Whether a file of cells loses something of the item: what comes back of it is not the same.
-bool LosesInCells(const SheetKind& kind, IItemCommon& item);
+bool LosesInCells(const SheetKind& kind, IItemCommon& item, const GroupTable& groups);
 
 }  // namespace qv

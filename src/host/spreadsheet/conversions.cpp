@@ -121,8 +121,11 @@ class DateColumn {
       std::u16string_view text = Trimmed(row.cells[column]);
       const std::optional<DayParts> day = TakeDay(text);
       if (!day || day->digits[0] > 2) continue;
-      dayAhead_ |= day->parts[0] > 12;
-      monthAhead_ |= day->parts[1] > 12;
+      const bool first = day->parts[0] > 12;
+      const bool second = day->parts[1] > 12;
+      if (first == second) continue;  // anything, or no date at all
+      dayAhead_ |= first;
+      monthAhead_ |= second;
     }
   }
 

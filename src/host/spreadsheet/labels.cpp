@@ -174,8 +174,6 @@ class Spreader {
 
   std::vector<Conversion> Run() {
     for (SheetRow& row : sheet_.rows) {
-      // What stands beyond the headings must not come to stand below new ones.
-      if (row.cells.size() > columns_) row.cells.resize(columns_);
       for (const Group& group : groups_) Spread(row, group);
     }
     for (const Group& group : groups_) {

@@ -13,6 +13,9 @@ namespace {
 
 constexpr size_t kTextLimit = size_t{1} << 30;
 constexpr size_t kMaxProblems = 1000;
+// What spreadsheets hold at most, and what memory does.
+constexpr size_t kMaxColumns = 16'384;
+constexpr size_t kMaxCells = 100'000'000;
 
 bool IsWideWithoutMark(std::string_view bytes, bool highFirst) {
   const std::string_view head = bytes.substr(0, 512);
@@ -64,19 +67,20 @@ class Reader {
   void Read(const std::optional<char16_t>& separator) {
     TakeSeparatorLine();
     sheet_.separator = separator ? *separator : named_ ? *named_ : GuessSeparator();
-    bool isFirst = true;
     while (at_ < text_.size()) {
       SheetRow row;
       row.line = line_;
-      ReadRow(row.cells);
+      const size_t beyond = ReadRow(row.cells);
       if (row.cells.size() == 1 && row.cells[0].empty()) continue;
-      if (isFirst) {
-        sheet_.header = std::move(row.cells);
-      } else {
-        Check(row);
+      if (!sheet_.header.empty()) {
+        Check(row, beyond);
         sheet_.rows.push_back(std::move(row));
+      } else if (beyond == 0) {
+        sheet_.header = std::move(row.cells);
+        columns_ = sheet_.header.size();
+      } else {
+        throw UsageError("it has more than " + std::to_string(kMaxColumns) + " columns");
       }
-      isFirst = false;
     }
   }
 
@@ -114,17 +118,24 @@ class Reader {
     ++line_;
   }
 
-  void ReadRow(std::vector<std::u16string>& cells) {
-    while (true) {
-      cells.push_back(ReadCell());
-      if (at_ >= text_.size()) return;
-      if (text_[at_] == sheet_.separator) {
-        ++at_;
-        continue;
+  // Which cell holds something beyond the headings, counted from 1; 0 for none.
+  size_t ReadRow(std::vector<std::u16string>& cells) {
+    size_t beyond = 0;
+    for (size_t count = 1;; ++count) {
+      std::u16string cell = ReadCell();
+      if (count <= columns_) {
+        cells.push_back(std::move(cell));
+      } else if (!cell.empty()) {
+        beyond = count;
       }
-      TakeLineEnd();
-      return;
+      if (++cells_ > kMaxCells)
+        throw UsageError("it has too many cells; cut it into smaller files");
+      if (at_ >= text_.size()) return beyond;
+      if (text_[at_] != sheet_.separator) break;
+      ++at_;
     }
+    TakeLineEnd();
+    return beyond;
   }
 
   std::u16string ReadCell() {
@@ -167,14 +178,10 @@ class Reader {
     return count;
   }
 
-  void Check(const SheetRow& row) {
-    const size_t columns = sheet_.header.size();
-    const auto isBlank = [](const std::u16string& cell) { return cell.empty(); };
-    if (row.cells.size() > columns &&
-        !std::all_of(row.cells.begin() + static_cast<ptrdiff_t>(columns), row.cells.end(),
-                     isBlank)) {
-      Problem(row.line, "the row has " + std::to_string(row.cells.size()) + " cells below " +
-                            std::to_string(columns) + " headings; what is beyond was left out");
+  void Check(const SheetRow& row, size_t beyond) {
+    if (beyond > 0) {
+      Problem(row.line, "the row has " + std::to_string(beyond) + " cells below " +
+                            std::to_string(columns_) + " headings; what is beyond was left out");
     }
     for (const std::u16string& cell : row.cells) {
       if (cell.find(u'\0') != cell.npos) Problem(row.line, "NUL characters were left out");
@@ -194,6 +201,8 @@ class Reader {
   std::optional<char16_t> named_;
   size_t at_ = 0;
   size_t line_ = 1;
+  size_t columns_ = kMaxColumns;
+  size_t cells_ = 0;
   bool ignoresQuotes_ = false;
 };
 

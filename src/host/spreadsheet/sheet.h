@@ -26,8 +26,7 @@ struct SheetProblem {
 
 struct Sheet {
   std::vector<std::u16string> header;
-  std::vector<SheetRow>
-      rows;  // without blank lines; a row may be shorter or longer than the header
+  std::vector<SheetRow> rows;  // without blank lines; a row may be shorter than the header
   std::vector<SheetProblem> problems;
   std::string encoding;  // as it was taken
   char16_t separator = u',';
@@ -35,7 +34,8 @@ struct Sheet {
 
 // Quotes as in RFC 4180. A quote that is never closed is a problem, and from there on quotes are
 // ordinary characters, so that nothing is swallowed. Throws UsageError for a file without a header,
-// an unknown code page, and a text of 1 Gi characters or more.
+// an unknown code page, and more than can be held: 1 Gi characters, 16384 columns, 100 million
+// cells. Cells beyond the headings are left out and told.
 Sheet ReadSheet(std::string_view bytes, const SheetForm& form);
 
 // UTF-16 with its mark, commas, every cell in quotes: what the stores read back as these cells. A

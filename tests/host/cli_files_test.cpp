@@ -1,0 +1,185 @@
+// Files to a phone and back on the command line.
+#include <gmock/gmock.h>
+
+#include "host/run_program.h"
+
+namespace qv {
+namespace {
+
+using test::Card;
+using test::Outcome;
+using test::ProgramFolder;
+using testing::HasSubstr;
+using testing::Not;
+
+class CliFilesTest : public testing::Test {
+ protected:
+  CliFilesTest() {
+    EXPECT_EQ(box.Run({"init"}).code, 0);
+    std::filesystem::create_directory(Path("phone"));
+  }
+  std::string Path(const std::string& name) const { return box.files().File(name); }
+  std::string Put(const std::string& name, const std::string& bytes) const {
+    return box.files().Put(name, bytes);
+  }
+  Outcome Import(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"import", "-d", Path("phone")});
+    return box.Run(arguments);
+  }
+  Outcome Export(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"export", "-d", Path("phone"), "--to", Path("out")});
+    return box.Run(arguments);
+  }
+  // The names of the files in a folder of the phone or of an export.
+  std::vector<std::string> In(const std::string& folder) const {
+    std::vector<std::string> names;
+    for (const std::string& name : box.files().Names()) {
+      if (name.starts_with(folder + "/")) names.push_back(name.substr(folder.size() + 1));
+    }
+    return names;
+  }
+  // All that lies in it, one text behind the other.
+  std::string TextsIn(const std::string& folder) const {
+    std::string all;
+    for (const std::string& name : In(folder)) all += *box.files().Get(folder + "/" + name);
+    return all;
+  }
+
+  ProgramFolder box;
+};
+
+TEST_F(CliFilesTest, ASpreadsheetGoesToThePhoneAndComesBack) {
+  const std::string people =
+      Put("people.CSV",
+          "Nachname;Vorname;Geburtstag;Mobiltelefon;E-Mail-Adresse;Notizen;Lieblingsfarbe\r\n"
+          "M\xFCller;Anna;24.12.1980;+49 170 1;anna@example.org;=1+1;rot\r\n"
+          "Baker;Ben;;+44 20 2;;\"two\r\nlines\";\r\n");
+  const Outcome dry = Import({people, "--dry-run"});
+  EXPECT_EQ(dry.code, 0);
+  EXPECT_THAT(dry.out, HasSubstr("contacts in windows-1252, separated by semicolon, rows: 2"));
+  EXPECT_THAT(dry.out, HasSubstr("not taken: \"Lieblingsfarbe\" (no field is known"));
+  EXPECT_THAT(dry.out, HasSubstr("2 would go to the phone"));
+  EXPECT_TRUE(In("phone").empty()) << "not even its identifier";
+
+  const Outcome done = Import({people, "--json"});
+  EXPECT_EQ(done.code, 0);
+  const auto file = done.Json()["files"][0];
+  EXPECT_EQ(file["added"], 2);
+  EXPECT_EQ(file["sheet"]["fields"][2]["field"], "BirthDay");
+  EXPECT_EQ(file["sheet"]["fields"][2]["kept"], 1);
+  EXPECT_EQ(
+      Import({people}).out.find("0 went to the phone, 2 were there already") == std::string::npos,
+      false);
+  EXPECT_THAT(TextsIn("phone/contacts"), HasSubstr("BDAY:19801224"));
+  EXPECT_EQ(box.Run({"sync", "-d", Path("phone"), "contacts"}).code, 0);
+  EXPECT_THAT(box.Run({"list", "contacts"}).out, HasSubstr("Baker"));
+
+  const Outcome out = Export({});
+  EXPECT_EQ(out.code, 0);
+  EXPECT_THAT(out.out, HasSubstr("contacts: 2 in 1 file in " + Path("out")));
+  EXPECT_THAT(out.out, HasSubstr("takes for formulas: 1"));
+  ASSERT_EQ(In("out").size(), 1u);
+  EXPECT_THAT(TextsIn("out"), HasSubstr("\"M\xFCller\""));
+  const Outcome again = Import({Path("out/" + In("out")[0])});
+  EXPECT_THAT(again.out, HasSubstr("0 went to the phone, 2 were there already"));
+}
+
+TEST_F(CliFilesTest, AMappingIsKeptForTheNextFile) {
+  const std::string people = Put("a.csv", "wer,was\nAnna,1\n");
+  EXPECT_EQ(Import({people}).code, 2);
+  EXPECT_EQ(Import({people, "--store", "contacts", "--map", "wer=GivenName", "--map", "was=Pager",
+                    "--save-map", Path("map.xml")})
+                .code,
+            0);
+  const std::string next = Put("b.csv", "who\twhat\nBen\t2\n");
+  EXPECT_EQ(Import({next, "--map-file", Path("map.xml")}).code, 0);
+  EXPECT_THAT(TextsIn("phone/contacts"), HasSubstr("TEL;PAGER:2"));
+  EXPECT_EQ(Import({people, next, "--map-file", Path("map.xml"), "--save-map", Path("x")}).code, 2);
+}
+
+TEST_F(CliFilesTest, CardsOfOtherProgramsComeWhole) {
+  const std::string cards =
+      Put("a;b.vcf", Card("A;Anna", "item1.TEL:1\r\nitem1.X-ABLabel:Boat\r\n") +
+                         "begin:vcard\nVERSION:3.0\nN:B;Ben;;;\nNOTE:one\\, two\nend:vcard\n" +
+                         Card("C", "AGENT:\r\nBEGIN:VCARD\r\nN:D\r\nEND:VCARD\r\n") +
+                         "BEGIN:VCARD\r\nN:cut");
+  const Outcome outcome = Import({cards});
+  EXPECT_EQ(outcome.code, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("2 went to the phone"));
+  EXPECT_THAT(outcome.out, HasSubstr("a;b.vcf:12: a card within the card"));
+  EXPECT_THAT(outcome.out, HasSubstr("the text that begins here has no end"));
+  const std::string texts = TextsIn("phone/contacts");
+  EXPECT_THAT(texts, HasSubstr("item1.X-ABLabel:Boat"));
+  EXPECT_THAT(texts, HasSubstr("NOTE:one, two"));
+
+  EXPECT_EQ(Export({"contacts", "--format", "vcf"}).code, 0);
+  EXPECT_THAT(In("out"), testing::ElementsAre("AnnaA.vcf", "BenB.vcf"));
+  EXPECT_THAT(TextsIn("out"), HasSubstr("BEGIN:VCARD\r\nX-QVVERSION:2.0\r\n"));
+  EXPECT_THAT(Import({Path("out/AnnaA.vcf"), Path("out/BenB.vcf")}).out,
+              HasSubstr("0 went to the phone, 1 were there already"));
+}
+
+TEST_F(CliFilesTest, ACalendarComesWithItsZonesAndSeries) {
+  const std::string calendar =
+      Put("team.ics",
+          "BEGIN:VCALENDAR\r\nVERSION:2.0\r\n"
+          "BEGIN:VEVENT\r\nUID:s\r\nRECURRENCE-ID;TZID=Europe/Berlin:20260608T090000\r\n"
+          "DTSTART;TZID=Europe/Berlin:20260609T140000\r\nSUMMARY:moved\r\nEND:VEVENT\r\n"
+          "BEGIN:VEVENT\r\nUID:s\r\nDTSTART;TZID=Europe/Berlin:20260601T090000\r\n"
+          "RRULE:FREQ=WEEKLY;COUNT=5\r\nSUMMARY:standup\r\nEND:VEVENT\r\n"
+          "BEGIN:VTODO\r\nUID:t\r\nSUMMARY:tax\r\nEND:VTODO\r\nEND:VCALENDAR\r\n");
+  const Outcome outcome = Import({calendar});
+  EXPECT_EQ(outcome.code, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("left out 1 tasks"));
+  EXPECT_THAT(outcome.out, HasSubstr("2 went to the phone"));
+  EXPECT_EQ(box.Run({"sync", "-d", Path("phone")}).code, 0);
+  EXPECT_THAT(
+      box.Run({"occurrences", "calendar", "--from", "2026-06-07", "--to", "2026-06-16"}).out,
+      testing::AllOf(HasSubstr("2026-06-09 12:00"), Not(HasSubstr("2026-06-08")),
+                     HasSubstr("2026-06-15 07:00")));
+  EXPECT_THAT(Import({calendar}).out, HasSubstr("0 went to the phone, 2 were there already"));
+
+  EXPECT_EQ(Export({"--format", "vcs"}).code, 0);
+  EXPECT_THAT(TextsIn("out"), HasSubstr("SUMMARY:standup"));
+  EXPECT_THAT(Import({Path("out/calendar.vcs")}).out,
+              HasSubstr("0 went to the phone, 2 were there already"));
+  const std::string sheet = Put("cal.csv",
+                                "Subject,Start Date,Start Time,End Date,End Time,Class\n"
+                                "Fair,1/2/2026,9:00 AM,1/2/2026,10:30 AM,Private\n");
+  EXPECT_EQ(Import({sheet}).code, 0);
+  EXPECT_THAT(TextsIn("phone/calendar"), HasSubstr("DTSTART:20260102T090000Z"));
+}
+
+TEST_F(CliFilesTest, MemosComeAndGo) {
+  EXPECT_EQ(Import({Put("memo.csv", "Memo\r\n\"Milk,\r\nbread\"\r\nTea\r\n")}).code, 0);
+  EXPECT_EQ(In("phone/notes").size(), 2u);
+  EXPECT_EQ(Export({"notes"}).code, 0);
+  EXPECT_THAT(TextsIn("out"), HasSubstr("\"Milk,\r\nbread\"\r\n"));
+}
+
+TEST_F(CliFilesTest, WhatCannotBeUsedIsNamedAndTheRestGoesOn) {
+  const std::string good = Put("good.csv", "Name\nAnna\n");
+  for (const std::string& bad : {Path("none.csv"), Path("phone"), Put("empty.vcf", ""),
+                                 Put("a.txt", "x"), Put("none.vcs", "BEGIN:VCALENDAR\r\n")}) {
+    const Outcome alone = Import({bad});
+    EXPECT_EQ(alone.code, 2) << bad;
+    EXPECT_THAT(alone.err, HasSubstr(bad));
+    EXPECT_EQ(Import({bad, good}).code, 1) << bad;
+  }
+  EXPECT_EQ(In("phone/contacts").size(), 1u);
+  Put("phone/contacts/evil.vcf", Card("..;/etc\\"));
+  Put("phone/contacts/tab.vcf", Card("a\tb"));
+  Put("phone/contacts/broken.vcf", "no card");
+  const Outcome out = Export({"contacts", "--format", "vcf"});
+  EXPECT_EQ(out.code, 1);
+  EXPECT_THAT(out.out, HasSubstr("broken.vcf: it holds no item"));
+  EXPECT_THAT(out.out, HasSubstr("tab.vcf: no file could be written"));
+  EXPECT_THAT(In("out"), testing::ElementsAre("+etc+...vcf", "noname.vcf"));
+  EXPECT_EQ(Export({"tasks"}).code, 2);
+  EXPECT_EQ(box.Run({"export", "-d", Path("phone"), "--to", Path("phone/x")}).code, 2);
+  EXPECT_EQ(box.Run({"export", "-d", Path("none"), "--to", Path("out")}).code, 2);
+  EXPECT_EQ(box.Run({"export", "-d", Path("phone"), "--to", good, "contacts"}).code, 2);
+}
+
+}  // namespace
+}  // namespace qv
