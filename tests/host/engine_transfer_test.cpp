@@ -1,0 +1,149 @@
+// Files to a phone and back: what a failing disk leaves, and that the next run heals it.
+#include <gmock/gmock.h>
+
+#include "host/engine/transfer.h"
+#include "host/engine_rig.h"
+#include "support/vobject/item_files.h"
+
+namespace qv {
+namespace {
+
+using test::Content;
+using test::FailingFiles;
+using test::Rig;
+using testing::HasSubstr;
+
+constexpr int kCards = 5;
+
+class TransferTest : public testing::Test {
+ protected:
+  TransferTest() {
+    std::string cards;
+    for (int i = 0; i < kCards; ++i) {
+      // The last two are one contact.
+      cards += test::CardText({.name = "N" + std::to_string(std::min(i, kCards - 2)), .uid = "u"});
+    }
+    rig.folder.Put("in/cards.vcf", cards);
+    std::filesystem::create_directory(rig.folder.File("out"));
+    rig.Keep();
+  }
+
+  FileJob Job(bool isImport, FileFormat format) const {
+    FileJob job;
+    job.row = FindFileStore(format, "contacts");
+    job.isImport = isImport;
+    job.folder = rig.folder.ModulePath(isImport ? u"in" : u"out");
+    job.fileNames = u"cards.vcf";
+    return job;
+  }
+  TransferRun Import(
+      const std::function<void()>& prepare = [] {}, bool dryRun = false) {
+    Profile profile(rig.profileFolder());
+    prepare();
+    return RunImport(profile, rig.phoneFolder(), {Job(true, FileFormat::VCard)},
+                     {.dryRun = dryRun, .newPhone = false});
+  }
+  TransferRun Export(
+      FileFormat format, const std::function<void()>& prepare = [] {}) {
+    Profile profile(rig.profileFolder());
+    prepare();
+    return RunExport(profile, rig.phoneFolder(), {Job(false, format)}, {}, {});
+  }
+  std::vector<std::string> Exported() const {
+    std::vector<std::string> names = rig.folder.Names();
+    std::erase_if(names, [](const std::string& name) { return !name.starts_with("out/"); });
+    return names;
+  }
+
+  Rig rig;
+};
+
+TEST_F(TransferTest, AnImportBringsEachContactOnceHoweverOftenItRuns) {
+  EXPECT_EQ(Import([] {}, true).jobs.at(0).done, kCards - 1);
+  EXPECT_TRUE(rig.PhoneFiles().empty());
+  const TransferReport first = Import().jobs.at(0);
+  EXPECT_EQ(first.done, kCards - 1);
+  EXPECT_EQ(first.alreadyThere, 1);
+  const auto files = rig.PhoneFiles();
+  EXPECT_EQ(files.size(), kCards - 1u);
+  EXPECT_EQ(Import().jobs.at(0).alreadyThere, kCards);
+  EXPECT_EQ(rig.PhoneFiles(), files);
+  EXPECT_EQ(rig.Sync().pc.added, kCards - 1);
+  EXPECT_EQ(Import().jobs.at(0).alreadyThere, kCards);
+  rig.PhonePut("broken.vcf", "no card");
+  EXPECT_EQ(Import().jobs.at(0).alreadyThere, kCards) << "what cannot be read stops nothing";
+}
+
+TEST_F(TransferTest, AFailedFileOperationAnywhereIsHealedByTheNextImport) {
+  FailingFiles files;
+  const ScopedService<Files> useFiles(files);
+  files.Watch([&](const FailingFiles::Call& call) {
+    return call.path.starts_with(rig.phoneFolder()) || call.path.starts_with(rig.folder.File("in"));
+  });
+  size_t failures = 0;
+  for (size_t n = 0;; ++n) {
+    rig.Restore();
+    TransferRun run;
+    try {
+      run = Import([&] { files.FailAt(n, n % 2 == 0 ? ENOSPC : EIO, n % 3 == 0); });
+    } catch (const std::exception& error) {
+      run.result = SyncResult::Failed;
+      run.message = error.what();
+    }
+    const bool failed = files.hasFailed();
+    files.Reset();
+    if (!failed) break;
+    ++failures;
+    const TransferRun healed = Import();
+    EXPECT_EQ(healed.result, SyncResult::Ok) << n;
+    EXPECT_EQ(rig.PhoneContents().size(), kCards - 1u) << n;
+    for (const std::string& name : rig.folder.Names()) {
+      EXPECT_FALSE(name.starts_with("phone/contacts/.") && name.ends_with(".tmp")) << n << name;
+    }
+  }
+  EXPECT_GT(failures, 10u);
+}
+
+TEST_F(TransferTest, AFullDiskIsNamedAndLeavesWholeFilesAlone) {
+  Import();
+  FailingFiles files;
+  const ScopedService<Files> useFiles(files);
+  files.Watch(
+      [](const FailingFiles::Call& call) { return call.verb == FailingFiles::Verb::CreateNew; });
+  const TransferRun cards = Export(FileFormat::VCard, [&] { files.FailAt(2, ENOSPC, true); });
+  EXPECT_EQ(cards.result, SyncResult::Failed);
+  EXPECT_EQ(cards.jobs.at(0).done, 2);
+  EXPECT_THAT(cards.jobs.at(0).message, HasSubstr("No space left"));
+  EXPECT_EQ(Exported().size(), 2u);
+  Export(FileFormat::Csv, [&] { files.FailAt(0, ENOSPC, true); });
+  EXPECT_EQ(Exported().size(), 2u);
+  files.Reset();
+  const TransferRun whole = Export(FileFormat::VCard);
+  EXPECT_EQ(whole.result, SyncResult::Ok);
+  EXPECT_EQ(Exported().size(), 2u + kCards - 1u) << "nothing is replaced";
+}
+
+TEST_F(TransferTest, AStopEndsAnImportAndTheNextGoesOn) {
+  FailingFiles files;
+  const ScopedService<Files> useFiles(files);
+  {
+    Profile profile(rig.profileFolder());
+    int writes = 0;
+    files.Watch([&](const FailingFiles::Call& call) {
+      const bool isCard =
+          call.verb == FailingFiles::Verb::WriteAtomic && call.path.starts_with(rig.collection());
+      if (isCard && ++writes == 2) profile.SetStop(true);
+      return false;
+    });
+    const TransferRun run =
+        RunImport(profile, rig.phoneFolder(), {Job(true, FileFormat::VCard)}, {});
+    EXPECT_EQ(run.result, SyncResult::Stopped);
+    EXPECT_EQ(rig.PhoneFiles().size(), 2u);
+    files.Watch([](const FailingFiles::Call&) { return false; });
+  }
+  EXPECT_EQ(Import().result, SyncResult::Ok) << "the next run does not stop";
+  EXPECT_EQ(rig.PhoneFiles().size(), kCards - 1u);
+}
+
+}  // namespace
+}  // namespace qv
