@@ -221,7 +221,14 @@ class Checker {
       }
     }
     const auto kind = std::ranges::find(StoreKinds(), store, &StoreKind::configName);
-    if (kind == StoreKinds().end()) return;
+    if (kind == StoreKinds().end()) {
+      // Such a store fails without a job, and with it the run.
+      ErrorAt(text_.Find(name)->line,
+              "the key " + name +
+                  " switches on a store that no sync can use: import and export open it by "
+                  "themselves; set it to false");
+      return;
+    }
     if (!kind->isTree) {
       Required(name + ".EntryId", "it holds the identifier of the PC side's folder");
     }

@@ -108,6 +108,11 @@ TEST(CliProfileTest, ConfigurationFaultsAreToldByFileLineAndKey) {
       {"DataStore.Contact.Sync = true\n", "", "the key DataStore.Contact.Sync is missing"},
       {"DataStore.Contact.CLSID = {", "#{", "the key DataStore.Contact.CLSID is missing"},
       {"DataStore.Contact.CLSID = {", "DataStore.Contact.CLSID = ", "no class identifier"},
+      {"DataStore.Contact = true",
+       "DataStore.IEVCard = true\nDataStore.IEVCard.Sync = true\nDataStore.IEVCard.CLSID = "
+       "{D1F9F29A-943A-4F2E-9A8E-B425AA403A63}\nDataStore.IEVCard.SourceURI = v\n"
+       "DataStore.Contact = true",
+       "import and export open it by themselves"},
       {"{E5621430", "{E5621431", "DataStore.Contact.CLSID holds \"{E5621431"},
       {"DataStore.Contact.EntryId =", "#", "the key DataStore.Contact.EntryId is missing"},
       {"DataStore.Contact.EntryId = ", "DataStore.Contact.EntryId = F",
