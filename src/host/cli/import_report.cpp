@@ -57,9 +57,7 @@ std::string SheetText(const SheetImport& import) {
       text += "  " + ToUtf8(field.field) + ", " + Printable(example) + "\n";
     }
   }
-  std::vector<LostColumn> lost = import.account.lost;
-  std::erase_if(lost, [](const LostColumn& column) { return column.cells == 0; });
-  AppendLines(text, lost, LostText);
+  AppendLines(text, import.account.lost, LostText);
   AppendLines(text, import.conversions, [](const Conversion& conversion) {
     return Quoted(conversion.heading) + ": " + Printable(conversion.what) +
            ", cells: " + std::to_string(conversion.cells);

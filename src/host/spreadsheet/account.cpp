@@ -74,6 +74,7 @@ class Accountant {
 
   SheetAccount Run() {
     for (const SheetRow& row : sheet_.rows) AddRow(row);
+    std::erase_if(account_.lost, [](const LostColumn& column) { return column.cells == 0; });
     return std::move(account_);
   }
 

@@ -23,7 +23,7 @@ struct FieldAccount {
 struct LostColumn {
   std::u16string heading;
   std::string reason;  // empty where a person wanted it so
-  int64_t cells = 0;   // that hold something
+  int64_t cells = 0;   // that hold something; columns without one are not lost
 };
 
 struct SheetAccount {
