@@ -58,6 +58,7 @@ TEST(SheetTest, AnyEncodingAndSeparatorIsRead) {
       {"\"a;b\",c\n\"x\"\"y\",\"z\" tail\n", "a;b|c/x\"y|z tail"},
       {"a,b\n\n,\n\"\"\n", "a|b/|"},
       {"a,b\n1\n1,2,,\n", "a|b/1/1|2"},
+      {"h\n,beyond\n,\n", "h/"},
       {"\xEF\xBB\xBFä\nö", "ä/ö"},
       {"\xFF\xFE" + ToUtf16Le(u"ä\nö"), "ä/ö", "UTF-16"},
       {std::string("\xFE\xFF\0a\0\n\0b", 8), "a/b", "UTF-16"},

@@ -32,6 +32,9 @@ TEST(XmlTreeTest, TextsAreWrittenAsTheyWereRead) {
       {u"<a><PRE>&<</PRE><pre>&amp;</pre></a>", nullptr},
       {u"<a>&AMP;&Quot;&apos;&#65;&#x42;&gt;</a>", u"<a>&amp;&quot;&apos;AB&gt;</a>"},
       {u"<a>\n  <b/>\n</a>\n", u"<a><b/></a>"},
+      {u"<a>&#32;&#10;</a>", u"<a>&#32;\n</a>"},
+      {u"<PRE ><b/></PRE>", nullptr},
+      {u"&#xFEFF;<a/>", u"&#65279;<a/>"},
       {u"<a b='1' b='2'/><c/>", u"<a b=\"1\" b=\"2\"/><c/>"},
   };
   for (const auto& [text, written] : kCases) {

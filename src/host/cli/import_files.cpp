@@ -191,8 +191,8 @@ void PrepareCalendar(const Desk& desk, ImportFile& file) {
   const bool isPlain = source.IsAsItStands() && !hasExceptions && !HasSurroundings(source.text()) &&
                        SplitBlocks(source.text(), kBeginEvent, kEndEvent).size() == items.size();
   if (isPlain && NameInPlace(file.path, file.job)) return;
-  std::ranges::stable_partition(
-      items, [](const WholeItem& read) { return ExceptionIn(read.item) == nullptr; });
+  std::stable_partition(items.begin(), items.end(),
+                        [](const WholeItem& read) { return ExceptionIn(read.item) == nullptr; });
   std::string calendar(kCalendarFileHead);
   for (const auto& [found, item] : items) {
     const std::string text = WriteItem(kind, item.get());

@@ -36,6 +36,17 @@ ComPtr<IItemCommon> ReadText(const StoreKind& kind, std::string_view text) {
   return ReadItem(kind, WithoutMark(text, buffer));
 }
 
+std::string WithWholeLineEnds(std::string_view text) {
+  std::string whole;
+  whole.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool isLoneLf = text[i] == '\n' && (i == 0 || text[i - 1] != '\r');
+    if (isLoneLf) whole.push_back('\r');
+    whole.push_back(text[i]);
+  }
+  return whole;
+}
+
 class Transfer {
  public:
   Transfer(Profile& profile, const std::string& phoneFolder, const FileJob& job,
@@ -165,6 +176,8 @@ class Transfer {
     if (const StoreKind& itsKind = KindOf(kind_, *item); &itsKind != &kind_) {
       throw ItemError("it belongs in the folder \"" + std::string(itsKind.name) + "\"");
     }
+    // Lines of texts between engine and stores end in CR LF.
+    if (job_.row->format == FileFormat::VCard) text = WithWholeLineEnds(text);
     // A file of events has no room for what stands round them: zones, a mark, a newer version.
     if (job_.row->format == FileFormat::VCal) text = WriteItem(kind_, item.get());
     std::string buffer;

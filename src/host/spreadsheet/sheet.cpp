@@ -71,7 +71,7 @@ class Reader {
       SheetRow row;
       row.line = line_;
       const size_t beyond = ReadRow(row.cells);
-      if (row.cells.size() == 1 && row.cells[0].empty()) continue;
+      if (beyond == 0 && row.cells.size() == 1 && row.cells[0].empty()) continue;
       if (!sheet_.header.empty()) {
         Check(row, beyond);
         sheet_.rows.push_back(std::move(row));

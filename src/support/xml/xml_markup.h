@@ -7,6 +7,10 @@
 
 namespace qv {
 
+constexpr bool IsXmlBlank(char16_t unit) {
+  return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
+}
+
 // Stretches that are taken as they stand, in the order in which they are looked for.
 inline constexpr XmlClear kXmlClears[] = {
     {{}, u"<![CDATA[", u"]]>"},

@@ -7,13 +7,9 @@
 namespace qv {
 namespace {
 
-constexpr bool IsBlank(char16_t unit) {
-  return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
-}
-
 // A sign that ends a name in a tag.
 constexpr bool EndsName(char16_t unit) {
-  return unit <= u'>' && (IsBlank(unit) || unit == u'=' || unit == u'/' || unit == u'>' ||
+  return unit <= u'>' && (IsXmlBlank(unit) || unit == u'=' || unit == u'/' || unit == u'>' ||
                           unit == u'<' || unit == u'"' || unit == u'\'');
 }
 
@@ -47,7 +43,7 @@ class Parser {
   void TakeText() {
     const size_t end = std::min(text_.find(u'<', at_), text_.size());
     const std::u16string_view text = text_.substr(at_, end - at_);
-    if (!std::ranges::all_of(text, IsBlank)) {
+    if (!std::ranges::all_of(text, IsXmlBlank)) {
       XmlContent piece;
       piece.clear.value = Decoded(at_, end);
       open_->Add(piece);
@@ -145,7 +141,7 @@ class Parser {
   // Of a value without quotes.
   bool EndsValue(bool isDeclaration) const {
     const char16_t unit = text_[at_];
-    return IsBlank(unit) || unit == u'>' || unit == u'<' ||
+    return IsXmlBlank(unit) || unit == u'>' || unit == u'<' ||
            Rest().starts_with(isDeclaration ? u"?>" : u"/>");
   }
 
@@ -163,7 +159,7 @@ class Parser {
   }
 
   void SkipBlanks() {
-    while (at_ < text_.size() && IsBlank(text_[at_])) ++at_;
+    while (at_ < text_.size() && IsXmlBlank(text_[at_])) ++at_;
   }
 
   // A text or value with its entities resolved; a look into the source where it has none.

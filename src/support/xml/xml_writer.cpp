@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "support/text.h"
 #include "support/xml/xml_markup.h"
 #include "support/xml/xml_nodes.h"
 
@@ -31,7 +32,7 @@ class Writer {
       if (piece.IsClear()) {
         out_.append(piece.clear.open).append(piece.clear.value).append(piece.clear.close);
       } else {
-        AppendEscaped(piece.clear.value);
+        AppendText(piece.clear.value);
       }
       EndLine();
     }
@@ -84,6 +85,8 @@ class Writer {
       EndLine();
       return;
     }
+    // A bare <PRE> would begin a stretch that is kept as it stands.
+    if (node.name == u"PRE" && node.attributes.empty()) out_.push_back(u' ');
     out_.push_back(u'>');
     if (!inLine) out_.push_back(u'\n');
     levels_.push_back({&node, 0, inLine, Tabs() + 1});
@@ -96,6 +99,17 @@ class Writer {
     if (!level.inLine) StartLine();
     out_.append(u"</").append(level.node->name).append(u">");
     EndLine();
+  }
+
+  // White space alone would be dropped, and a byte-order mark at the start passed over: the first
+  // character of such a text stands as its number.
+  void AppendText(std::u16string_view text) {
+    const bool isMark = out_.empty() && text.starts_with(u'\xFEFF');
+    if (!text.empty() && (isMark || std::ranges::all_of(text, IsXmlBlank))) {
+      out_.append(u"&#").append(Decimal(text.front())).push_back(u';');
+      text.remove_prefix(1);
+    }
+    AppendEscaped(text);
   }
 
   void AppendEscaped(std::u16string_view text) {
