@@ -36,7 +36,7 @@ ComPtr<IStatusDBItemTree> TreeOfPlaces(size_t count) {
   for (size_t place = 0; place < count; ++place) {
     StatusRow row;
     row.sourceUid = Decimal(static_cast<int64_t>(place));
-    row.parentUid = kRootParent;
+    row.parentUid = std::u16string(kRootParent);
     row.modified = now;
     Check(children->Add(MakeStatusNode(std::move(row)).get()));
   }

@@ -343,7 +343,14 @@ TEST(CsvStoreTest, AnImportFollowsTheMapping) {
   EXPECT_THAT(text, HasSubstr("TEL;CELL:1\r\n"));
   ASSERT_EQ(s.Get(u"1", &text), S_OK) << "a row without a cell that counts is an item";
   EXPECT_THAT(text, Not(HasSubstr("Y")));
+  std::u16string first;
+  std::u16string again;
+  ASSERT_EQ(s.Get(u"0", &text, &first), S_OK);
+  s.clock.Advance(60);
   EXPECT_EQ(s.Get(u"2", nullptr), S_OK);
+  ASSERT_EQ(s.Get(u"0", &text, &again), S_OK);
+  EXPECT_EQ(first, again) << "the same item";
+  EXPECT_THAT(text, HasSubstr("REV:20240305T060708Z"));
   EXPECT_EQ(s.Get(u"3", nullptr), E_FAIL);
 
   for (const char16_t* mapping :

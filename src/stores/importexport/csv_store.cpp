@@ -1,5 +1,7 @@
 #include "stores/importexport/csv_store.h"
 
+#include "items/item_objects.h"
+#include "items/stamp.h"
 #include "platform/system/debug_log.h"
 #include "platform/system/file_system.h"
 #include "stores/importexport/csv_mapping.h"
@@ -21,36 +23,55 @@ constexpr HRESULT kNothingToRead = 1;
 constexpr std::u16string_view kTooManyCells =
     u"[QVSyncEngine] csv file does not match the header and data";
 
-// What a row says of each field. False for a row with more cells than the mapping has columns; the
-// cells before them count all the same.
-bool ReadRow(const CsvDocument::Row& row, const CsvMapping& mapping, FieldTexts& texts) {
+// What a row says of each field. Cells beyond the columns of the mapping do not count.
+void ReadRow(const CsvDocument::Row& row, const CsvMapping& mapping, FieldTexts& texts) {
   for (std::u16string& text : texts) text.clear();
   const size_t columns = std::min(row.size(), mapping.fields.size());
   for (size_t i = 0; i < columns; ++i) {
     if (mapping.fields[i] >= 0) texts[static_cast<size_t>(mapping.fields[i])] = row[i];
   }
-  return row.size() <= mapping.fields.size();
 }
 
 }  // namespace
 
 HRESULT CsvStore::Load() {
-  items_.clear();
+  document_ = {};
+  uids_.clear();
+  lastItem_.Reset();
   // How many columns there are the mapping says itself.
   ReadConfigText(bag(), kFieldCountKey);
-  const auto mapping = ReadCsvMapping(ReadConfigText(bag(), kMappingKey), traits_.fields);
+  auto mapping = ReadCsvMapping(ReadConfigText(bag(), kMappingKey), traits_.fields);
   if (!mapping) return kNothingToRead;
-  CsvDocument document;
-  if (!document.LoadFile(mapping->path)) return kNothingToRead;
-  const GroupTable groups(session(), QuoteRule::AsTheyStand);
-  FieldTexts texts(traits_.fields.names.size());
-  items_.reserve(static_cast<size_t>(document.rowCount()));
-  for (int32_t i = 0; i < document.rowCount(); ++i) {
+  if (!document_.LoadFile(mapping->path)) return kNothingToRead;
+  mapping_ = *std::move(mapping);
+  groups_.emplace(session(), QuoteRule::AsTheyStand);
+  texts_.resize(traits_.fields.names.size());
+  uids_.resize(static_cast<size_t>(document_.rowCount()));
+  StampNew(stamp_);
+  for (int32_t i = 0; i < document_.rowCount(); ++i) {
     if (IsSyncStopped()) return E_FAIL;
-    if (!ReadRow(document.row(i), *mapping, texts)) OutputDebugStringW(kTooManyCells);
-    items_.push_back(traits_.fields.read(texts, groups));
+    if (document_.row(i).size() > mapping_.fields.size()) OutputDebugStringW(kTooManyCells);
   }
   return S_OK;
+}
+
+ComPtr<IItemCommon> CsvStore::ItemAt(size_t place) {
+  if (!lastItem_ || lastPlace_ != place) {
+    ReadRow(document_.row(static_cast<int32_t>(place)), mapping_, texts_);
+    lastItem_ = traits_.fields.read(texts_, *groups_);
+    lastPlace_ = place;
+    KeepStamp(*FieldsOf(lastItem_.get()), uids_[place]);
+  }
+  return lastItem_;
+}
+
+// An item that is made again is the same one, of the moment when the file was read.
+void CsvStore::KeepStamp(ItemFields& fields, std::u16string& uid) const {
+  if (uid.empty()) uid = fields.objUid;
+  fields.objUid = uid;
+  fields.created = stamp_.created;
+  fields.modified = stamp_.modified;
+  fields.objModified = stamp_.objModified;
 }
 
 HRESULT CsvStore::Take(const ComPtr<IItemCommon>& item, const IncomingText&,

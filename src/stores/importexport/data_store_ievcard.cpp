@@ -41,7 +41,8 @@ HRESULT CDataStoreIEVCard::Load() {
   for (const std::u16string_view name : NamesIn(job().fileNames)) {
     const std::optional<std::string> text = ReadNarrowFile(Concat({job().folder, u"\\", name}));
     if (!text) continue;
-    for (std::string& card : SplitVCards(*text)) {
+    VCardCutter cutter(*text);
+    for (std::string card; cutter.Next(card);) {
       if (IsSyncStopped()) return E_FAIL;
       ComPtr<IItemCommon> item = ParseCard(converter(), card);
       if (item && HasGroupNames(card)) {

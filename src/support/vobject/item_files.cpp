@@ -1,14 +1,12 @@
 #include "support/vobject/item_files.h"
 
+#include <cstring>
+
 #include "support/text.h"
 
 namespace qv {
 namespace {
 
-constexpr std::string_view kBeginCard = "BEGIN:VCARD";
-constexpr std::string_view kEndCard = "END:VCARD";
-constexpr std::string_view kBeginEvent = "BEGIN:VEVENT";
-constexpr std::string_view kEndEvent = "END:VEVENT";
 constexpr std::string_view kBeginMemo = "BEGIN:VMEMO";
 constexpr std::string_view kEndMemo = "END:VMEMO";
 
@@ -40,7 +38,60 @@ std::vector<std::string> SplitWrapped(std::string_view text, const Wrapping& wra
   return items;
 }
 
+// The next occurrence of a pattern, by a sign in it that texts hold seldom: pictures in base64 are
+// full of the letters that the patterns begin with.
+template <char kSign>
+size_t NextSign(std::string_view text, size_t from) {
+  if (from >= text.size()) return text.npos;
+  const void* sign = std::memchr(text.data() + from, kSign, text.size() - from);
+  return sign == nullptr ? text.npos
+                         : static_cast<size_t>(static_cast<const char*>(sign) - text.data());
+}
+
+// Whether the pattern stands round the sign at `at`, which is `before` characters into it.
+bool StandsRound(std::string_view text, size_t at, size_t before, std::string_view pattern) {
+  return at >= before && text.size() - (at - before) >= pattern.size() &&
+         std::memcmp(text.data() + at - before, pattern.data(), pattern.size()) == 0;
+}
+
+constexpr size_t kColonOfBegin = kBeginCard.find(':');
+constexpr size_t kColonOfEnd = kEndCard.find(':');
+constexpr size_t kColonOfMarker = kFileMarkerLine.find(':');
+constexpr size_t kSignOfCharset = kFileCharset.find('=');
+
+void AppendStretch(std::string& card, std::string_view stretch) {
+  const size_t start = card.size();
+  card.append(stretch);
+  for (size_t at = 0; (at = NextSign<'='>(stretch, at)) != stretch.npos; ++at) {
+    if (StandsRound(stretch, at, kSignOfCharset, kFileCharset)) {
+      card.replace(start + at - kSignOfCharset, kTextCharset.size(), kTextCharset);
+    }
+  }
+}
+
 }  // namespace
+
+bool VCardCutter::Next(std::string& card) {
+  size_t at = NextSign<':'>(text_, at_);
+  while (at != text_.npos &&
+         !(at >= at_ + kColonOfBegin && StandsRound(text_, at, kColonOfBegin, kBeginCard))) {
+    at = NextSign<':'>(text_, at + 1);
+  }
+  if (at == text_.npos) return false;
+  card.clear();
+  size_t done = at - kColonOfBegin;
+  while ((at = NextSign<':'>(text_, at + 1)) != text_.npos) {
+    if (StandsRound(text_, at, kColonOfMarker, kFileMarkerLine)) {
+      AppendStretch(card, text_.substr(done, at - kColonOfMarker - done));
+      done = at - kColonOfMarker + kFileMarkerLine.size();
+    }
+    if (StandsRound(text_, at, kColonOfEnd, kEndCard)) break;
+  }
+  if (at == text_.npos) return false;
+  at_ = at - kColonOfEnd + kEndCard.size();
+  AppendStretch(card, text_.substr(done, at_ - done));
+  return true;
+}
 
 bool HasFileMarker(std::string_view text) {
   return text.find(kFileMarker) != text.npos;
@@ -62,11 +113,8 @@ std::vector<std::string_view> SplitBlocks(std::string_view text, std::string_vie
 
 std::vector<std::string> SplitVCards(std::string_view text) {
   std::vector<std::string> cards;
-  for (const std::string_view block : SplitBlocks(text, kBeginCard, kEndCard)) {
-    std::string& card = cards.emplace_back(block);
-    ReplaceAll(card, kFileCharset, kTextCharset);
-    ReplaceAll(card, kFileMarkerLine, "");
-  }
+  VCardCutter cutter(text);
+  for (std::string card; cutter.Next(card);) cards.push_back(card);
   return cards;
 }
 

@@ -14,6 +14,10 @@ namespace qv {
 // Persisted in files.
 inline constexpr std::string_view kFileMarker = "X-QVVERSION:2.0";
 inline constexpr std::string_view kFileMarkerLine = "X-QVVERSION:2.0\r\n";
+inline constexpr std::string_view kBeginCard = "BEGIN:VCARD";
+inline constexpr std::string_view kEndCard = "END:VCARD";
+inline constexpr std::string_view kBeginEvent = "BEGIN:VEVENT";
+inline constexpr std::string_view kEndEvent = "END:VEVENT";
 inline constexpr std::string_view kCalendarFileHead =
     "BEGIN:VCALENDAR\r\nX-QVVERSION:2.0\r\nVERSION:1.0\r\n";
 inline constexpr std::string_view kCalendarFileTail = "END:VCALENDAR";
@@ -28,6 +32,19 @@ std::vector<std::string_view> SplitBlocks(std::string_view text, std::string_vie
 // The items of a file as the converters take them. A charset in lower case, which files written
 // here have, becomes upper case; of a card the marker goes.
 std::vector<std::string> SplitVCards(std::string_view text);
+// The same cards one at a time: what goes over a large file needs no copy of all of it.
+class VCardCutter {
+ public:
+  // The text must outlive it.
+  explicit VCardCutter(std::string_view text) : text_(text) {}
+  // Replaces `card`; false behind the last, and `card` is then any text.
+  bool Next(std::string& card);
+
+ private:
+  std::string_view text_;
+  size_t at_ = 0;
+};
+
 // Each in a calendar of its own, and in a note of its own.
 std::vector<std::string> SplitVEvents(std::string_view text);
 std::vector<std::string> SplitVMemos(std::string_view text);

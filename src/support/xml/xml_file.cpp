@@ -1,11 +1,13 @@
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 #include "platform/system/code_page.h"
 #include "platform/system/debug_log.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
 #include "support/text.h"
-#include "support/xml/xml_tree.h"
+#include "support/xml/xml_nodes.h"
 
 namespace qv {
 namespace {
@@ -13,6 +15,7 @@ namespace {
 constexpr std::string_view kLowFirst = "\xFF\xFE";
 constexpr std::string_view kHighFirst = "\xFE\xFF";
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+constexpr char16_t kMark = 0xFEFF;
 constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"utf-16\"?>\n";
 
 bool LooksWide(std::string_view bytes) {
@@ -23,19 +26,51 @@ bool LooksWide(std::string_view bytes) {
   return zeros * 10 > head.size() / 2;
 }
 
-// Nothing for bytes that are not what they say they are.
-std::optional<std::u16string> TextOf(std::string_view bytes, bool guessEncoding) {
-  if (guessEncoding && LooksWide(bytes)) {
-    const bool hasMark = bytes.starts_with(kLowFirst) || bytes.starts_with(kHighFirst);
-    return FromUtf16Le(bytes.substr(hasMark ? 2 : 0));
+// The text of a file as its pieces come. Wide text, which a large file is, goes at once where it
+// stays.
+class TextReader {
+ public:
+  TextReader(uint64_t size, bool guessEncoding) : size_(size), guesses_(guessEncoding) {}
+
+  void Take(std::string_view piece) {
+    if (!started_) Start(piece);
+    if (!isWide_) {
+      bytes_ += piece;
+      return;
+    }
+    // Pieces are of an even size but for the last, whose odd byte is dropped.
+    const size_t old = text_.size();
+    text_.resize(old + piece.size() / 2);
+    std::memcpy(text_.data() + old, piece.data(), piece.size() / 2 * 2);
   }
-  if (guessEncoding && bytes.starts_with(kUtf8Mark)) {
+
+  // Nothing for bytes that are not what they say they are.
+  std::optional<std::u16string> Finish() {
+    if (isWide_) return std::move(text_);
+    if (!guesses_ || !bytes_.starts_with(kUtf8Mark)) {
+      return Service<CodePages>::Get().Decode(bytes_, kAnsiPage);
+    }
     std::u16string text;
-    if (!AppendUtf8(bytes.substr(kUtf8Mark.size()), text)) return std::nullopt;
+    if (!AppendUtf8(std::string_view(bytes_).substr(kUtf8Mark.size()), text)) return std::nullopt;
     return text;
   }
-  return Service<CodePages>::Get().Decode(bytes, kAnsiPage);
-}
+
+ private:
+  void Start(std::string_view& piece) {
+    started_ = true;
+    isWide_ = guesses_ && LooksWide(piece);
+    isWide_ ? text_.reserve(size_ / 2) : bytes_.reserve(size_);
+    const bool hasMark = piece.starts_with(kLowFirst) || piece.starts_with(kHighFirst);
+    if (isWide_ && hasMark) piece.remove_prefix(kLowFirst.size());
+  }
+
+  const uint64_t size_;
+  const bool guesses_;
+  bool started_ = false;
+  bool isWide_ = false;
+  std::string bytes_;
+  std::u16string text_;
+};
 
 bool StartsWithDeclaration(const XmlTreeNode& tree) {
   return tree.IsDeclaration() || (tree.Name().empty() && tree.Child(0).IsDeclaration());
@@ -47,17 +82,25 @@ XmlTreeNode ParseXmlFile(std::u16string_view path, std::u16string_view expectedR
                          XmlResults& results, bool guessEncoding) {
   results = {};
   const std::optional<std::string> native = ToNativePath(path);
-  std::string bytes;
-  if (!native || Service<Files>::Get().Read(*native, bytes)) {
+  Files& files = Service<Files>::Get();
+  FileInfo info;
+  const bool exists = native && !files.Stat(*native, info);
+  std::optional<TextReader> reader;
+  if (exists) reader.emplace(info.size, guessEncoding);
+  const auto take = [&](std::string_view piece) {
+    reader->Take(piece);
+    return true;
+  };
+  if (!exists || files.ReadPieces(*native, take)) {
     results.error = XmlError::FileNotFound;
     return {};
   }
-  std::optional<std::u16string> text = TextOf(bytes, guessEncoding);
+  std::optional<std::u16string> text = reader->Finish();
   if (!text) {
     results.error = XmlError::CannotConvert;
     return {};
   }
-  bytes = {};
+  reader.reset();
   return ParseXmlText(*std::move(text), expectedRoot, results);
 }
 
@@ -79,9 +122,13 @@ XmlTreeNode OpenXmlFile(std::u16string_view path, std::u16string_view expectedRo
 
 XmlError XmlTreeNode::WriteFile(std::u16string_view path, bool formatted) const {
   if (node_ == nullptr) return XmlError::None;
-  std::string bytes(kLowFirst);
-  if (!StartsWithDeclaration(*this)) bytes += ToUtf16Le(kDeclaration);
-  bytes += ToUtf16Le(ToText(formatted));
+  static_assert(std::endian::native == std::endian::little, "the text is written as it lies");
+  std::u16string text(1, kMark);
+  // About what a document needs that was read; growing would hold it twice.
+  if (!Parent()) text.reserve(tree_->source.size() + kDeclaration.size());
+  if (!StartsWithDeclaration(*this)) text += kDeclaration;
+  WriteXml(*node_, formatted, text);
+  const std::string_view bytes(reinterpret_cast<const char*>(text.data()), text.size() * 2);
   const std::optional<std::string> native = ToNativePath(path);
   if (!native) return XmlError::CannotOpen;
   Files& files = Service<Files>::Get();

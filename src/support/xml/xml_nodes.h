@@ -15,15 +15,16 @@ struct XmlAttribute {
   std::u16string_view value;
 };
 
-// One piece of a node's content: a child where `node` is set, a clear stretch where its open tag
-// is, else a text.
+// One piece of a node's content: a child where `node` is set, a clear stretch where `marks` is,
+// else a text.
 struct XmlContent {
   XmlNode* node = nullptr;
-  XmlClear clear;  // `value` holds a text too
+  const XmlClear* marks = nullptr;  // its open and its close
+  std::u16string_view value;
 
   bool IsChild() const { return node != nullptr; }
-  bool IsClear() const { return node == nullptr && !clear.open.empty(); }
-  bool IsText() const { return node == nullptr && clear.open.empty(); }
+  bool IsClear() const { return marks != nullptr; }
+  bool IsText() const { return node == nullptr && marks == nullptr; }
 };
 
 struct XmlNode {
@@ -51,6 +52,9 @@ struct XmlNode {
 
   void Add(const XmlContent& piece) {
     content.push_back(piece);
+    Count(piece);
+  }
+  void Count(const XmlContent& piece) {
     piece.IsChild() ? ++children : piece.IsClear() ? ++clears : ++texts;
   }
 };
@@ -64,6 +68,10 @@ class XmlTree {
     void* room = arena.allocate(sizeof(XmlNode), alignof(XmlNode));
     return new (room) XmlNode(name, parent, &arena);
   }
+  const XmlClear* KeepMarks(const XmlClear& clear) {
+    void* room = arena.allocate(sizeof(XmlClear), alignof(XmlClear));
+    return new (room) XmlClear{{}, Keep(clear.open), Keep(clear.close)};
+  }
   std::u16string_view Keep(std::u16string_view text) {
     if (text.empty()) return {};
     auto* copy =
@@ -75,5 +83,8 @@ class XmlTree {
   const std::u16string source;  // what was parsed; names and texts look into it
   std::pmr::monotonic_buffer_resource arena;
 };
+
+// The text of a node behind what `out` holds already.
+void WriteXml(const XmlNode& node, bool formatted, std::u16string& out);
 
 }  // namespace qv

@@ -21,13 +21,17 @@ struct Failure {
 class Parser {
  public:
   explicit Parser(XmlTree& tree)
-      : tree_(tree), text_(tree.source), top_(tree.NewNode({}, nullptr)), open_(top_) {}
+      : tree_(tree), text_(tree.source), top_(tree.NewNode({}, nullptr)), open_(top_) {
+    starts_.push_back(0);
+  }
 
   // Throws Failure.
   XmlNode* Parse() {
     if (text_.empty()) throw Failure{XmlError::Empty, 0};
     if (text_.front() == 0xFEFF) at_ = 1;
     while (at_ < text_.size()) text_[at_] == u'<' ? TakeMarkup() : TakeText();
+    isComplete_ = open_ == top_;
+    while (open_ != nullptr) CloseElement();
     const bool hasElement = std::ranges::any_of(top_->content, [](const XmlContent& piece) {
       return piece.IsChild() && !piece.node->isDeclaration;
     });
@@ -35,18 +39,34 @@ class Parser {
     return top_;
   }
 
-  bool IsComplete() const { return open_ == top_; }
+  bool IsComplete() const { return isComplete_; }
 
  private:
   std::u16string_view Rest() const { return text_.substr(at_); }
+
+  void Put(const XmlContent& piece) {
+    pending_.push_back(piece);
+    open_->Count(piece);
+  }
+  void TakeOver(XmlNode& node) {
+    node.attributes.assign(attributes_.begin(), attributes_.end());
+    attributes_.clear();
+  }
+  void CloseElement() {
+    const auto from = pending_.begin() + static_cast<ptrdiff_t>(starts_.back());
+    open_->content.assign(from, pending_.end());
+    pending_.erase(from, pending_.end());
+    starts_.pop_back();
+    open_ = open_->parent;
+  }
 
   void TakeText() {
     const size_t end = std::min(text_.find(u'<', at_), text_.size());
     const std::u16string_view text = text_.substr(at_, end - at_);
     if (!std::ranges::all_of(text, IsXmlBlank)) {
       XmlContent piece;
-      piece.clear.value = Decoded(at_, end);
-      open_->Add(piece);
+      piece.value = Decoded(at_, end);
+      Put(piece);
     }
     at_ = end;
   }
@@ -65,8 +85,9 @@ class Parser {
     const size_t end = text_.find(clear.close, from);
     if (end == text_.npos) throw Failure{XmlError::UnclosedClear, at_};
     XmlContent piece;
-    piece.clear = {text_.substr(from, end - from), clear.open, clear.close};
-    open_->Add(piece);
+    piece.value = text_.substr(from, end - from);
+    piece.marks = &clear;
+    Put(piece);
     at_ = end + clear.close.size();
   }
 
@@ -78,7 +99,7 @@ class Parser {
     SkipBlanks();
     if (at_ >= text_.size() || text_[at_] != u'>') throw Failure{XmlError::UnexpectedToken, start};
     if (open_ == top_ || open_->name != name) throw Failure{XmlError::UnmatchedEnd, start};
-    open_ = open_->parent;
+    CloseElement();
     ++at_;
   }
 
@@ -98,13 +119,16 @@ class Parser {
       }
       if (isDeclaration ? Take(u"?>") : Take(u"/>")) break;
       if (!isDeclaration && Take(u">")) {
-        open_->Add(piece);
+        TakeOver(*piece.node);
+        Put(piece);
         open_ = piece.node;
+        starts_.push_back(pending_.size());
         return;
       }
-      TakeAttribute(*piece.node, isDeclaration);
+      TakeAttribute(isDeclaration);
     }
-    open_->Add(piece);
+    TakeOver(*piece.node);
+    Put(piece);
   }
 
   bool Take(std::u16string_view sign) {
@@ -113,7 +137,7 @@ class Parser {
     return true;
   }
 
-  void TakeAttribute(XmlNode& node, bool isDeclaration) {
+  void TakeAttribute(bool isDeclaration) {
     const size_t start = at_;
     XmlAttribute attribute;
     attribute.name = TakeTagName(isDeclaration);
@@ -123,7 +147,7 @@ class Parser {
       SkipBlanks();
       attribute.value = TakeValue(isDeclaration);
     }
-    node.attributes.push_back(attribute);
+    attributes_.push_back(attribute);
   }
 
   std::u16string_view TakeValue(bool isDeclaration) {
@@ -221,8 +245,15 @@ class Parser {
   std::u16string_view text_;
   XmlNode* top_;
   XmlNode* open_;  // the innermost open element
+  // What the open elements hold so far, each behind the one above it. It goes into the tree when an
+  // element is closed and its size is known: room that a growing list leaves behind in the arena is
+  // never given back.
+  std::vector<XmlContent> pending_;
+  std::vector<size_t> starts_;
+  std::vector<XmlAttribute> attributes_;  // of the tag that is read
   size_t at_ = 0;
   bool sawTag_ = false;
+  bool isComplete_ = false;
 };
 
 void Report(XmlError error, std::u16string_view text, size_t at, XmlResults& results) {

@@ -69,12 +69,13 @@ XmlTreeNode XmlTreeNode::Child(int32_t index) const {
 
 std::u16string_view XmlTreeNode::Text(int32_t index) const {
   if (index < 0 || index >= TextCount()) return {};
-  return Nth(*node_, kText, index).clear.value;
+  return Nth(*node_, kText, index).value;
 }
 
 XmlClear XmlTreeNode::Clear(int32_t index) const {
   if (index < 0 || index >= ClearCount()) return {};
-  return Nth(*node_, kClear, index).clear;
+  const XmlContent& piece = Nth(*node_, kClear, index);
+  return {piece.value, piece.marks->open, piece.marks->close};
 }
 
 std::u16string_view XmlTreeNode::AttributeName(int32_t index) const {
@@ -135,7 +136,7 @@ XmlTreeNode XmlTreeNode::AddChild(std::u16string_view name, int32_t position, bo
 void XmlTreeNode::AddText(std::u16string_view text) {
   if (node_ == nullptr) return;
   XmlContent piece;
-  piece.clear.value = tree_->Keep(text);
+  piece.value = tree_->Keep(text);
   node_->Add(piece);
 }
 
@@ -146,7 +147,8 @@ void XmlTreeNode::AddAttribute(std::u16string_view name, std::u16string_view val
 void XmlTreeNode::AddClear(const XmlClear& clear) {
   if (node_ == nullptr || clear.open.empty()) return;
   XmlContent piece;
-  piece.clear = {tree_->Keep(clear.value), tree_->Keep(clear.open), tree_->Keep(clear.close)};
+  piece.value = tree_->Keep(clear.value);
+  piece.marks = tree_->KeepMarks(clear);
   node_->Add(piece);
 }
 

@@ -30,9 +30,9 @@ class Writer {
       }
       StartLine();
       if (piece.IsClear()) {
-        out_.append(piece.clear.open).append(piece.clear.value).append(piece.clear.close);
+        out_.append(piece.marks->open).append(piece.value).append(piece.marks->close);
       } else {
-        AppendText(piece.clear.value);
+        AppendText(piece.value);
       }
       EndLine();
     }
@@ -132,9 +132,13 @@ class Writer {
 
 }  // namespace
 
+void WriteXml(const XmlNode& node, bool formatted, std::u16string& out) {
+  Writer(out, formatted).Write(node);
+}
+
 std::u16string XmlTreeNode::ToText(bool formatted) const {
   std::u16string text;
-  if (node_ != nullptr) Writer(text, formatted).Write(*node_);
+  if (node_ != nullptr) WriteXml(*node_, formatted, text);
   return text;
 }
 
