@@ -6,8 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -18,6 +16,7 @@
 #include "host/engine/bookmark_text.h"
 #include "host/engine/pc_side.h"
 #include "items/item_objects.h"
+#include "measuring.h"
 #include "platform/system/debug_log.h"
 #include "platform/system/service.h"
 
@@ -25,18 +24,6 @@ namespace qv {
 namespace {
 
 namespace fs = std::filesystem;
-
-template <class Body>
-double Seconds(Body&& body) {
-  const auto start = std::chrono::steady_clock::now();
-  body();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double Median(std::vector<double> values) {
-  std::ranges::sort(values);
-  return values[values.size() / 2];
-}
 
 // Folders of 20 bookmarks, ten of them in one above.
 void MakeTree(const std::string& root, int bookmarks) {
