@@ -167,8 +167,7 @@ void CheckText(const std::u16string& text) {
 }
 
 bool TellsOfCellsBeyond(const qv::Sheet& sheet) {
-  constexpr size_t kMaxProblems = 1000;
-  return sheet.problems.size() >= kMaxProblems ||
+  return sheet.moreProblems > 0 ||
          std::ranges::any_of(sheet.problems, [](const qv::SheetProblem& problem) {
            return problem.text.find("beyond") != problem.text.npos;
          });
@@ -179,9 +178,11 @@ void CheckNothingIsSwallowed(const qv::Sheet& sheet, std::u16string_view text) {
   if (text.find_first_of(u"\r\n") == 5 && qv::EqualsIgnoreCase(text.substr(0, 4), u"sep=")) {
     text.remove_prefix(5);
   }
+  while (text.ends_with(u'\x1A')) text.remove_suffix(1);
   const auto count = [&](std::u16string_view piece) {
     return std::ranges::count_if(piece, [&](char16_t unit) {
-      return unit != u'"' && unit != u'\r' && unit != u'\n' && unit != sheet.separator;
+      return unit != u'\0' && unit != u'"' && unit != u'\r' && unit != u'\n' &&
+             unit != sheet.separator;
     });
   };
   ptrdiff_t kept = 0;

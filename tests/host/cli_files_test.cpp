@@ -95,6 +95,13 @@ TEST_F(CliFilesTest, AMappingIsKeptForTheNextFile) {
   EXPECT_EQ(Import({next, "--map-file", Path("map.xml")}).code, 0);
   EXPECT_THAT(TextsIn("phone/contacts"), HasSubstr("TEL;PAGER:2"));
   EXPECT_EQ(Import({people, next, "--map-file", Path("map.xml"), "--save-map", Path("x")}).code, 2);
+  EXPECT_EQ(Import({next, "--map-file", Path("map.xml"), "--save-map", next}).code, 2);
+  EXPECT_EQ(*box.files().Get("b.csv"), "who\twhat\nBen\t2\n");
+  EXPECT_EQ(Import({Put("a.vcf", Card("A")), "--map", "bogus"}).code, 2);
+  EXPECT_EQ(Import({next, "--map-file", Path("map.xml"), "--save-map", Path("none/x")}).code, 5);
+  box.Run({"import", "-d", Path("gone"), next, "--map-file", Path("map.xml"), "--save-map",
+           Path("kept.xml")});
+  EXPECT_FALSE(std::filesystem::exists(Path("kept.xml"))) << "the phone was refused";
 }
 
 TEST_F(CliFilesTest, CardsOfOtherProgramsComeWhole) {
@@ -106,7 +113,7 @@ TEST_F(CliFilesTest, CardsOfOtherProgramsComeWhole) {
   const Outcome outcome = Import({cards});
   EXPECT_EQ(outcome.code, 1);
   EXPECT_THAT(outcome.out, HasSubstr("2 went to the phone"));
-  EXPECT_THAT(outcome.out, HasSubstr("a;b.vcf:12: a card within the card"));
+  EXPECT_THAT(outcome.out, HasSubstr("a;b.vcf:12: begin or end of a card within the card"));
   EXPECT_THAT(outcome.out, HasSubstr("the text that begins here has no end"));
   const std::string texts = TextsIn("phone/contacts");
   EXPECT_THAT(texts, HasSubstr("item1.X-ABLabel:Boat"));
@@ -117,6 +124,48 @@ TEST_F(CliFilesTest, CardsOfOtherProgramsComeWhole) {
   EXPECT_THAT(TextsIn("out"), HasSubstr("BEGIN:VCARD\r\nX-QVVERSION:2.0\r\n"));
   EXPECT_THAT(Import({Path("out/AnnaA.vcf"), Path("out/BenB.vcf")}).out,
               HasSubstr("0 went to the phone, 1 were there already"));
+}
+
+TEST_F(CliFilesTest, ACardThatAStoreWouldCutWronglyIsNamed) {
+  const std::string boss = Card("Boss", "AGENT:\r\n" + Card("Agent") + "TEL:1\r\n");
+  const std::string note = Card("Note", "NOTE:a card ends with END:VCARD you know\r\n");
+  for (const std::string& card : {boss, note}) {
+    const Outcome alone = Import({Put("one.vcf", card)});
+    EXPECT_EQ(alone.code, 2);
+    EXPECT_THAT(alone.err, HasSubstr("one.vcf:1: begin or end of a card"));
+    const Outcome among = Import({Put("more.vcf", Card("First") + card + Card("Last"))});
+    EXPECT_EQ(among.code, 1);
+    EXPECT_THAT(among.out, HasSubstr("more.vcf:5: begin or end of a card"));
+  }
+  EXPECT_EQ(In("phone/contacts").size(), 2u);
+}
+
+TEST_F(CliFilesTest, ManyFilesAreHeldAgainstOneLookAtThePhone) {
+  Put("phone/contacts/two.vcf", Card("A") + Card("B"));
+  std::vector<std::string> files;
+  for (const char* name : {"A", "B", "C", "C"}) {
+    files.push_back(Put("in" + std::to_string(files.size()) + ".vcf", Card(name)));
+  }
+  const Outcome outcome = Import(files);
+  EXPECT_THAT(outcome.out, HasSubstr("in1.vcf: 0 went to the phone, 1 were there already\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("in2.vcf: 1 went to the phone"));
+  EXPECT_THAT(outcome.out, HasSubstr("0 were there already, 1 stand in the files twice"));
+  const Outcome out = Export({"contacts", "--format", "vcf"});
+  EXPECT_EQ(out.code, 1);
+  EXPECT_THAT(out.out, HasSubstr("two.vcf: it holds more than one item"));
+}
+
+TEST_F(CliFilesTest, SeriesThatSayTheSameStayApart) {
+  std::string calendar = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\n";
+  for (const std::string uid : {"s", "t"}) {
+    calendar += "BEGIN:VEVENT\r\nUID:" + uid + "\r\nDTSTART:20260601T090000Z\r\nSUMMARY:" + uid +
+                "\r\nRRULE:FREQ=WEEKLY;COUNT=5\r\nEND:VEVENT\r\nBEGIN:VEVENT\r\nUID:" + uid +
+                "\r\nRECURRENCE-ID:20260608T090000Z\r\nDTSTART:20260608T100000Z\r\n"
+                "SUMMARY:off\r\nEND:VEVENT\r\n";
+  }
+  const std::string file = Put("two.ics", calendar + "END:VCALENDAR\r\n");
+  EXPECT_THAT(Import({file}).out, HasSubstr("4 went to the phone, 0 were there already\n"));
+  EXPECT_THAT(Import({file}).out, HasSubstr("0 went to the phone, 4 were there already\n"));
 }
 
 TEST_F(CliFilesTest, ACalendarComesWithItsZonesAndSeries) {
@@ -177,7 +226,10 @@ TEST_F(CliFilesTest, WhatCannotBeUsedIsNamedAndTheRestGoesOn) {
   EXPECT_THAT(In("out"), testing::ElementsAre("+etc+...vcf", "noname.vcf"));
   EXPECT_EQ(Export({"tasks"}).code, 2);
   EXPECT_EQ(box.Run({"export", "-d", Path("phone"), "--to", Path("phone/x")}).code, 2);
-  EXPECT_EQ(box.Run({"export", "-d", Path("none"), "--to", Path("out")}).code, 2);
+  EXPECT_EQ(box.Run({"export", "-d", Path("none"), "--to", Path("out")}).code, 3);
+  std::filesystem::create_directory_symlink(Path("phone"), Path("link"));
+  EXPECT_EQ(box.Run({"export", "-d", Path("phone"), "--to", Path("link/new")}).code, 2);
+  EXPECT_FALSE(std::filesystem::exists(Path("phone/new")));
   EXPECT_EQ(box.Run({"export", "-d", Path("phone"), "--to", good, "contacts"}).code, 2);
 }
 

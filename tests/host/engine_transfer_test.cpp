@@ -34,6 +34,7 @@ class TransferTest : public testing::Test {
     job.isImport = isImport;
     job.folder = rig.folder.ModulePath(isImport ? u"in" : u"out");
     job.fileNames = u"cards.vcf";
+    job.places.resize(isImport ? kCards : 0, "card");
     return job;
   }
   TransferRun Import(
@@ -47,7 +48,7 @@ class TransferTest : public testing::Test {
       FileFormat format, const std::function<void()>& prepare = [] {}) {
     Profile profile(rig.profileFolder());
     prepare();
-    return RunExport(profile, rig.phoneFolder(), {Job(false, format)}, {}, {});
+    return RunExport(profile, rig.phoneFolder(), {Job(false, format)}, {});
   }
   std::vector<std::string> Exported() const {
     std::vector<std::string> names = rig.folder.Names();
@@ -63,7 +64,8 @@ TEST_F(TransferTest, AnImportBringsEachContactOnceHoweverOftenItRuns) {
   EXPECT_TRUE(rig.PhoneFiles().empty());
   const TransferReport first = Import().jobs.at(0);
   EXPECT_EQ(first.done, kCards - 1);
-  EXPECT_EQ(first.alreadyThere, 1);
+  EXPECT_EQ(first.alreadyThere, 0);
+  EXPECT_EQ(first.repeated, 1);
   const auto files = rig.PhoneFiles();
   EXPECT_EQ(files.size(), kCards - 1u);
   EXPECT_EQ(Import().jobs.at(0).alreadyThere, kCards);
@@ -71,7 +73,12 @@ TEST_F(TransferTest, AnImportBringsEachContactOnceHoweverOftenItRuns) {
   EXPECT_EQ(rig.Sync().pc.added, kCards - 1);
   EXPECT_EQ(Import().jobs.at(0).alreadyThere, kCards);
   rig.PhonePut("broken.vcf", "no card");
-  EXPECT_EQ(Import().jobs.at(0).alreadyThere, kCards) << "what cannot be read stops nothing";
+  EXPECT_EQ(Import().jobs.at(0).alreadyThere, kCards) << "what holds nothing stops nothing";
+  rig.folder.Put("in/cards.vcf", test::CardText({.name = "Other"}));
+  const TransferReport shrunk = Import().jobs.at(0);
+  EXPECT_EQ(shrunk.result, SyncResult::Failed);
+  EXPECT_THAT(shrunk.message, HasSubstr("the file changed"));
+  EXPECT_EQ(rig.PhoneFiles().size(), files.size() + 1);
 }
 
 TEST_F(TransferTest, AFailedFileOperationAnywhereIsHealedByTheNextImport) {
@@ -115,12 +122,49 @@ TEST_F(TransferTest, AFullDiskIsNamedAndLeavesWholeFilesAlone) {
   EXPECT_EQ(cards.jobs.at(0).done, 2);
   EXPECT_THAT(cards.jobs.at(0).message, HasSubstr("No space left"));
   EXPECT_EQ(Exported().size(), 2u);
-  Export(FileFormat::Csv, [&] { files.FailAt(0, ENOSPC, true); });
+  EXPECT_EQ(cards.jobs.at(0).files.size(), 2u);
+  const TransferRun sheet = Export(FileFormat::Csv, [&] { files.FailAt(0, ENOSPC, true); });
+  EXPECT_EQ(sheet.result, SyncResult::Failed);
+  EXPECT_THAT(sheet.jobs.at(0).message, HasSubstr("No space left"));
   EXPECT_EQ(Exported().size(), 2u);
   files.Reset();
   const TransferRun whole = Export(FileFormat::VCard);
   EXPECT_EQ(whole.result, SyncResult::Ok);
   EXPECT_EQ(Exported().size(), 2u + kCards - 1u) << "nothing is replaced";
+}
+
+TEST_F(TransferTest, AFileOfThePhoneThatCannotBeReadHoldsAnImportBack) {
+  Import();
+  FailingFiles files;
+  const ScopedService<Files> useFiles(files);
+  files.Watch([&](const FailingFiles::Call& call) {
+    return call.verb == FailingFiles::Verb::Read && call.path.starts_with(rig.collection());
+  });
+  const TransferRun run = Import([&] { files.FailAt(1, EACCES); });
+  EXPECT_EQ(run.result, SyncResult::Failed);
+  EXPECT_THAT(run.jobs.at(0).message, HasSubstr("Permission denied"));
+  EXPECT_EQ(rig.PhoneFiles().size(), kCards - 1u) << "it may be one of those to come";
+}
+
+TEST_F(TransferTest, AStopLeavesNoFileOfHalf) {
+  Import();
+  for (const FileFormat format : {FileFormat::Csv, FileFormat::VCard}) {
+    FailingFiles files;
+    const ScopedService<Files> useFiles(files);
+    Profile profile(rig.profileFolder());
+    int reads = 0;
+    files.Watch([&](const FailingFiles::Call& call) {
+      const bool isCard =
+          call.verb == FailingFiles::Verb::Read && call.path.starts_with(rig.collection());
+      if (isCard && ++reads == 2) profile.SetStop(true);
+      return false;
+    });
+    const TransferRun run = RunExport(profile, rig.phoneFolder(), {Job(false, format)}, {});
+    EXPECT_EQ(run.result, SyncResult::Stopped);
+    const size_t made = format == FileFormat::Csv ? 0 : 2;
+    EXPECT_EQ(run.jobs.at(0).files.size(), made);
+    EXPECT_EQ(Exported().size(), made);
+  }
 }
 
 TEST_F(TransferTest, AStopEndsAnImportAndTheNextGoesOn) {

@@ -9,6 +9,7 @@
 #include "host/spreadsheet/labels.h"
 #include "items/item_objects.h"
 #include "kit/platform_fakes.h"
+#include "platform/system/code_page.h"
 #include "stores/module.h"
 #include "support/csv_document.h"
 #include "support/text.h"
@@ -19,6 +20,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsSupersetOf;
 
 // "a|b/c" for headings a and b above a row of c.
 std::string Dump(const Sheet& sheet) {
@@ -64,6 +66,7 @@ TEST(SheetTest, AnyEncodingAndSeparatorIsRead) {
       {std::string("\xFE\xFF\0a\0\n\0b", 8), "a/b", "UTF-16"},
       {ToUtf16Le(u"Name,Phone\nAnna,1"), "Name|Phone/Anna|1", "UTF-16"},
       {"a\n\xE4\x80", "a/ä€", "windows-1252"},
+      {"a\n1\n\x1A", "a/1"},
       {"a\n\xC4\xE0", "a/Да", "1251", {"1251", {}}},
       {"a\n\xC7\xD1", "a/한", "EUC-KR", {"EUC-KR", {}}},
       {"a,b\n\"open,1\n2,3\n", "a|b/\"open|1/2|3"},
@@ -73,24 +76,43 @@ TEST(SheetTest, AnyEncodingAndSeparatorIsRead) {
     EXPECT_EQ(Dump(sheet), cells);
     EXPECT_EQ(sheet.encoding, encoding) << cells;
   }
+  CodePages& pages = Service<CodePages>::Get();
+  const std::string before = pages.AnsiPage();
+  ASSERT_TRUE(pages.SetAnsiPage("windows-1251"));
+  EXPECT_EQ(Dump(ReadSheet("a\n\xC4\xE0", {})), "a/Да") << "the profile's page comes last";
+  pages.SetAnsiPage(before);
 }
 
 TEST(SheetTest, WhatIsWrongIsTold) {
   const Sheet sheet =
-      ReadSheet("a,b\n\"1\n2\",3,4,,5\n" + std::string("x\0y,\xC3\xA4", 6) + "\n\"never\n", {});
+      ReadSheet("a,b\n\"1\n2\",3,4,,5\n" + std::string("x\0y,\xC3\xA4", 6) +
+                    "\n\"5 inch,1\n\"fine\",2\n\"Bob\" Smith,3\n\"x\" ,4\n\"never\n",
+                {});
+  EXPECT_EQ(Dump(sheet), "a|b/1\n2|3/xy|ä/5 inch,1\nfine\"|2/Bob Smith|3/x |4/\"never");
   std::vector<std::string> told;
   for (const SheetProblem& problem : sheet.problems) {
     told.push_back(std::to_string(problem.line) + problem.text.substr(0, 20));
   }
-  EXPECT_THAT(
-      told, ElementsAre("2the row has 5 cells ", "4NUL characters were ", "5a quote is opened an"));
+  EXPECT_THAT(told,
+              ElementsAre("2the row has 5 cells ", "4NUL characters were ", "5text behind a closin",
+                          "7text behind a closin", "9a quote is opened an"));
   EXPECT_EQ(sheet.rows[1].line, 4u);
-  EXPECT_THAT(ReadSheet("a\n\xFF\xFF", {"UTF-8", {}}).problems[0].text, HasSubstr("--code-page"));
+  for (const char* bytes : {"a\n\xFF\xFF", "a\xFF\n1"}) {
+    EXPECT_THAT(ReadSheet(bytes, {"UTF-8", {}}).problems.at(0).text, HasSubstr("--code-page"));
+  }
+  EXPECT_EQ(ReadSheet(std::string("a,b\0,c\n", 8), {}).problems.at(0).line, 1u);
+  std::string wrong = "a\n";
+  for (int i = 0; i < 103; ++i) wrong += "1,2\n";
+  EXPECT_EQ(ReadSheet(wrong, {}).problems.size(), 100u);
+  EXPECT_EQ(ReadSheet(wrong, {}).moreProblems, 3u);
   for (const std::string& bytes : {std::string("\n,,\n"), std::string("\0,\0\n", 4)}) {
     EXPECT_THAT(ErrorOf([&] { ReadSheet(bytes, {}); }), HasSubstr("no row of headings"));
   }
   EXPECT_THAT(ErrorOf([] { ReadSheet("a", {"no-such", {}}); }), HasSubstr("windows-1252"));
   EXPECT_THAT(ErrorOf([] { ReadSheet(std::string(20'000, ',') + "x", {}); }), HasSubstr("16384"));
+  const std::string longest = "a\n\n" + std::string(size_t{16} << 20, 'x');
+  EXPECT_EQ(ErrorOf([&] { ReadSheet(longest, {}); }), "none");
+  EXPECT_THAT(ErrorOf([&] { ReadSheet(longest + "x", {}); }), HasSubstr("line 3"));
 }
 
 TEST(SheetTest, WhatIsHandedOverIsReadAsTheseCells) {
@@ -140,6 +162,35 @@ TEST(MappingTest, HeadingsOfManyProgramsAreKnown) {
        "contacts:GivenName,FamilyName,Mobile,Home Email,Home Address Street,Work Fax,"},
       {"FamilyName,Home Telephone_1,Home Telephone_2,Mobile_1,Home Email_1,Home Email_2",
        "contacts:FamilyName,Home Telephone,Other Telephone,Mobile,Home Email,Other Email,"},
+      {"First Name,Home Phone 2,Other Phone,Primary Phone\nAnna,,,+49 30 1",
+       "contacts:GivenName,Other Telephone,,Default Telephone,"},
+      {"Home Telephone_1,Home Telephone_2,Other Telephone_1",
+       "contacts:Home Telephone,Default Telephone,Other Telephone,"},
+      {"Vorname,Name,Tel. dienstlich,Tel. privat,Fax-Nummer,Pager-Nummer,Mobil-Tel.-Nr.,"
+       "Arbeitstitel,Webseite 1,Webseite 2",
+       "contacts:GivenName,FamilyName,Work Telephone,Home Telephone,Work Fax,Pager,Mobile,"
+       "JobTitle,Work Url,Home Url,"},
+      {"Given Name,Family Name,Name,Bemerkung",
+       "contacts:GivenName,FamilyName,FormattedName,Note,"},
+      {"Privat: Adresse,Privat: Adresse 2,Privat: Ort,Privat: Bundesland,Privat: PLZ,Privat: Land",
+       "contacts:Home Address Street,Home Address Extended,Home Address Locality,"
+       "Home Address Region,Home Address Postalcode,Home Address Country,"},
+      {"Dienstlich: Adresse,Dienstlich: Ort,Straße privat 2,Straße geschäftlich 2,PLZ,Ort,Straße",
+       "contacts:Work Address Street,Work Address Locality,Home Address Extended,"
+       "Work Address Extended,Home Address Postalcode,Home Address Locality,Home Address Street,"},
+      {"Weitere Straße,Weiterer Ort,Weiteres Bundesland/Kanton,Weitere Postleitzahl,"
+       "Weiteres/r/e Land/Region",
+       "contacts:Other Address Street,Other Address Locality,Other Address Region,"
+       "Other Address Postalcode,Other Address Country,"},
+      {"First,Middle,Last,Email,Home,Work,Mobile,Fax,Pager,Other,Home ZIP,Work ZIP,Comments",
+       "contacts:GivenName,Additional,FamilyName,Home Email,Home Telephone,Work Telephone,Mobile,"
+       "Work Fax,Pager,Other Telephone,Home Address Postalcode,Work Address Postalcode,Note,"},
+      {"Rufnummer (privat),Rufnummer (geschäftlich),Private Webseite,Webseite (geschäftlich)",
+       "contacts:Home Telephone,Work Telephone,Home Url,Work Url,"},
+      {"General mobile,Home mobile,General phone,Home phone,Business phone,General e-mail,"
+       "Home e-mail,Business e-mail",
+       "contacts:Mobile,Other Telephone,Default Telephone,Home Telephone,Work Telephone,"
+       "Other Email,Home Email,Work Email,"},
       {"Name,Phone 1 - Type,Phone 1 - Value,Favourite", "contacts:FormattedName,,(by label),,"},
       {"Name,Phone 1 - Value,Phone,Telefon,Telephone",
        "contacts:FormattedName,Default Telephone,Home Telephone,Other Telephone,,"},
@@ -193,6 +244,11 @@ TEST(MappingTest, AKeptMappingComesBack) {
   folder.Put("bad.xml", "<Msg>\n<Body>");
   EXPECT_THAT(ErrorOf([&] { LoadMapping(sheet, "", {}, folder.File("bad.xml")); }),
               HasSubstr("--save-map"));
+  folder.Put("twice.xml",
+             "<Msg><Body><Put><C Data='Note'/><C Data='Note'/><C/><C/></Put></Body></Msg>");
+  const SheetMapping twice = LoadMapping(sheet, "", {}, folder.File("twice.xml"));
+  EXPECT_EQ(Fields(twice), "contacts:Note,,,,");
+  EXPECT_THAT(twice.columns[1].reason, HasSubstr("taken from another"));
   folder.Put("few.xml", "<Msg><Body><Put><C Data='x'/><C/><C/><C/></Put></Body></Msg>");
   EXPECT_THAT(ErrorOf([&] { LoadMapping(sheet, "", {}, folder.File("few.xml")); }),
               HasSubstr("names no fields"));
@@ -202,11 +258,12 @@ TEST(MappingTest, AKeptMappingComesBack) {
 }
 
 // The cells of one field after all conversions.
-std::vector<std::string> Converted(const std::string& bytes, const char* field) {
+std::vector<std::string> Converted(const std::string& bytes, const char* field,
+                                   DateOrder order = DateOrder::Guess) {
   Sheet sheet = ReadSheet(bytes, {});
   SheetMapping mapping = MapColumns(sheet, "", {});
   SpreadByLabel(sheet, mapping);
-  ConvertCells(sheet, mapping);
+  ConvertCells(sheet, mapping, order);
   std::vector<std::string> cells;
   for (size_t i = 0; i < mapping.columns.size(); ++i) {
     if (ToUtf8(mapping.columns[i].field) != field) continue;
@@ -217,13 +274,32 @@ std::vector<std::string> Converted(const std::string& bytes, const char* field) 
   return cells;
 }
 
-TEST(ConversionsTest, DatesOfAnyOrderBecomeOne) {
+// "HEADING: what, cells" of all conversions.
+std::vector<std::string> Told(const std::string& bytes, DateOrder order = DateOrder::Guess) {
+  Sheet sheet = ReadSheet(bytes, {});
+  SheetMapping mapping = MapColumns(sheet, "", {});
+  std::vector<std::string> told;
+  for (const Conversion& conversion : ConvertCells(sheet, mapping, order)) {
+    told.push_back(ToUtf8(conversion.heading) + ": " + conversion.what + ", " +
+                   std::to_string(conversion.cells));
+  }
+  return told;
+}
+
+// November 2023.
+class ConversionsTest : public testing::Test {
+ protected:
+  test::FakeClock clock_{1'700'000'000};
+  ScopedService<Clock> use_{clock_};
+};
+
+TEST_F(ConversionsTest, DatesOfAnyOrderBecomeOne) {
   EXPECT_THAT(
       Converted("Name,Birthday\n,24.12.1980\n,1.2.80\n,1/2/2003\n,2003-04-05\n,soon\n"
                 ",0/0/00\n,1-2-49 6:05 pm\n,31.31.2000\n,2003-04-05T10:00\n",
                 "BirthDay"),
       ElementsAre("1980-12-24 00:00", "1980-02-01 00:00", "2003-02-01 00:00", "2003-04-05 00:00",
-                  "soon", "", "2049-02-01 18:05", "31.31.2000", "2003-04-05T10:00"));
+                  "soon", "", "1949-02-01 18:05", "31.31.2000", "2003-04-05T10:00"));
   EXPECT_THAT(Converted("Name,Birthday\n,1/2/2003\n", "BirthDay"), ElementsAre("2003-01-02 00:00"))
       << "the month stands first before a slash";
   EXPECT_THAT(Converted("Subject,Start Date,Start Time\na,12/24/2026,6:00:00 PM\nb,1/2/2026,\n"
@@ -235,9 +311,63 @@ TEST(ConversionsTest, DatesOfAnyOrderBecomeOne) {
       "b,True,1/2/2026,8:00\n";
   EXPECT_THAT(Converted(alarms, "Alarm Date"), ElementsAre("", "2026-01-02 08:00"));
   EXPECT_THAT(Converted("Betreff,Ganztägig,Priorität,Vertraulichkeit\na,Wahr,Hoch,Privat\n"
-                        "b,Falsch,Normal,Normal\nc,2,3,x\n",
+                        "b,Falsch,Normal,Normal\nc,2,3,x\nd,Ein\ne,off\n",
                         "AllDay"),
-              ElementsAre("1", "", "2"));
+              ElementsAre("1", "", "2", "1", ""));
+  EXPECT_THAT(Converted("Subject,Private\na,On\nb,Aus\n", "Class"), ElementsAre("2", ""));
+  EXPECT_THAT(Converted("Betreff,Erinnerung Ein/Aus,Erinnerung am\na,Aus,1.2.2026\n"
+                        "b,Ein,1.2.2026\n",
+                        "Alarm Date"),
+              ElementsAre("", "2026-02-01 00:00"));
+}
+
+TEST_F(ConversionsTest, AllDatesOfAFileHaveOneOrderAndItIsTold) {
+  const std::string british =
+      "Subject,Start,End\na,31/03/2026,01/04/2026\nb,03/04/2026,05/04/2026\n";
+  EXPECT_THAT(Converted(british, "Start Date"),
+              ElementsAre("2026-03-31 00:00", "2026-04-03 00:00"));
+  EXPECT_THAT(Converted(british, "End Date"), ElementsAre("2026-04-01 00:00", "2026-04-05 00:00"));
+  EXPECT_THAT(Told(british), ElementsAre("Start: dates read as day, month, year, 2",
+                                         "End: dates read as day, month, year, 2"));
+  EXPECT_THAT(Converted(british, "End Date", DateOrder::MonthFirst),
+              ElementsAre("2026-01-04 00:00", "2026-05-04 00:00"));
+  EXPECT_THAT(
+      Told("Subject,Start\na,1/2/2026\nb,2026-01-02\nc,1/1/4501\n"),
+      ElementsAre("Start: dates read as year, month, day, 1",
+                  "Start: dates read as month, day, year (assumed: no day above 12 tells; --dates "
+                  "sets it), 1",
+                  "Start: dates that mean none left out, 1"));
+  const std::string both = "Subject,Start,End\na,31/03/2026,1/2/2026\nb,03/31/2026,\n";
+  EXPECT_THAT(Converted(both, "Start Date"), ElementsAre("31/03/2026", "2026-03-31 00:00"));
+  EXPECT_THAT(Told(both)[0], HasSubstr("(assumed: days above 12 tell both orders"));
+  EXPECT_THAT(Told(both, DateOrder::DayFirst),
+              ElementsAre("Start: dates read as day, month, year, 1",
+                          "End: dates read as day, month, year, 1"));
+}
+
+TEST_F(ConversionsTest, BirthdaysLieBehindUsAndMayStandInThreeColumns) {
+  EXPECT_THAT(Converted("Name,Birthday\n,1.2.23\n,1.2.24\n,1.2.2030\n", "BirthDay"),
+              ElementsAre("2023-02-01 00:00", "1924-02-01 00:00", "2030-02-01 00:00"));
+  EXPECT_THAT(Converted("Subject,Start\n,1.2.24\n", "Start Date"), ElementsAre("2024-02-01 00:00"));
+  EXPECT_THAT(Converted("Name,Birth Year,Birth Month,Birth Day\n,1980,12,24\n,80,1,2\n,,12,24\n"
+                        ",1980,12\nx\n",
+                        "BirthDay"),
+              ElementsAre("1980-12-24 00:00", "1980-01-02 00:00", "-12-24", "1980-12-", ""));
+  EXPECT_THAT(Converted("Geburtsjahr,Geburtsmonat,Geburtstag\n1980,1,2\n", "BirthDay"),
+              ElementsAre("1980-01-02 00:00"));
+}
+
+TEST_F(ConversionsTest, TheEndOfAnAllDayRowIsTheMidnightAfterItsLastDay) {
+  const std::string sheet =
+      "Subject,Start Date,Start Time,End Date,End Time,All Day Event\n"
+      "a,05/31/2026,,05/31/2026,,True\nb,05/31/2026,,,,True\n"
+      "c,05/31/2026,12:00 AM,06/01/2026,12:00 AM,True\nd,05/31/2026,,05/31/2026,,False\n"
+      "e,05/31/2026,,someday,,True\nf,05/31/2026,,,8:00,\n";
+  EXPECT_THAT(Converted(sheet, "End Date"), ElementsAre("2026-06-01 00:00", "", "2026-06-01 00:00",
+                                                        "2026-05-31 00:00", "someday", ""));
+  EXPECT_THAT(Told(sheet), IsSupersetOf({"End Date: last days of all-day rows became the midnight "
+                                         "after, 1",
+                                         "End Time: times without a day left out, 1"}));
 }
 
 TEST(LabelsTest, ValuesGoToTheFieldOfTheirLabel) {
@@ -263,6 +393,24 @@ TEST(LabelsTest, ValuesGoToTheFieldOfTheirLabel) {
   EXPECT_EQ(ToUtf8(read.rows[1].cells[3]), "Sailing");
 }
 
+TEST(AccountTest, RowsThatSayNothingAreLeftOut) {
+  const auto told = [](const std::string& bytes) {
+    Sheet sheet = ReadSheet(bytes, {});
+    SheetMapping mapping = MapColumns(sheet, "", {});
+    ConvertCells(sheet, mapping);
+    std::vector<std::string> lines;
+    for (const SheetProblem& problem : DropUselessRows(sheet, mapping)) {
+      lines.push_back(std::to_string(problem.line) + problem.text.substr(0, 10));
+    }
+    lines.push_back(std::to_string(sheet.rows.size()));
+    return lines;
+  };
+  EXPECT_THAT(told("Name,Colour\n,red\nA,\n" + std::string("\0,\0\n", 4)),
+              ElementsAre("2nothing in", "4nothing in", "1"));
+  EXPECT_THAT(told("Subject,Start\na,\nb,soon\nc,1.2.2026\n,\n"),
+              ElementsAre("2no start t", "3no start t", "5nothing in", "1"));
+}
+
 TEST(AccountTest, EveryCellIsKeptChangedOrDropped) {
   Sheet sheet = ReadSheet(
       "FamilyName,BirthDay,Mobile,Photo,Group,Work Department,Colour\n"
@@ -286,6 +434,15 @@ TEST(AccountTest, EveryCellIsKeptChangedOrDropped) {
                           "line 4: \"soon\" cannot be held"));
   ASSERT_EQ(account.lost.size(), 1u);
   EXPECT_EQ(account.lost[0].cells, 1);
+  Sheet used = ReadSheet(
+      "Subject,Start Date,Start Time,Reminder on/off,Reminder Date,x\n"
+      "a,1/2/2026,8:00,On,1/2/2026,y\n",
+      {});
+  SheetMapping joined = MapColumns(used, "", {});
+  ConvertCells(used, joined);
+  const SheetAccount second = AccountFor(used, joined, groups);
+  ASSERT_EQ(second.lost.size(), 1u) << "times and switches have been used";
+  EXPECT_EQ(second.lost[0].heading, u"x");
 
   const StoreKind& store = *FindStoreKind("contacts");
   const auto loses = [&](const std::string& lines) {

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <memory>
-#include <set>
 
 #include "host/cli/commands.h"
+#include "host/cli/export_report.h"
 #include "host/cli/open_profile.h"
 #include "host/cli/paths.h"
 #include "host/cli/progress_line.h"
@@ -11,11 +11,8 @@
 #include "host/engine/phone_id.h"
 #include "host/engine/sync_database.h"
 #include "host/engine/transfer.h"
-#include "host/spreadsheet/account.h"
-#include "platform/system/code_page.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
-#include "support/text.h"
 
 namespace qv {
 namespace {
@@ -29,8 +26,6 @@ constexpr const char* kFooter =
     "spreadsheet computes: how many there are is told.\n"
     "Example: qvsync export -d /media/phone --to ~/phone-files contacts";
 
-constexpr size_t kMaxShown = 5;
-
 struct Arguments {
   std::string phone;
   std::string folder;
@@ -43,44 +38,6 @@ FileFormat FormatOf(const std::string& word) {
     if (word == FormatWord(format)) return format;
   }
   return FileFormat::Csv;
-}
-
-// What a file cannot say of the items that go into it.
-struct ContentAccount {
-  int64_t formulas = 0;    // cells
-  int64_t foreign = 0;     // cells with characters that the code page lacks
-  int64_t incomplete = 0;  // items
-
-  void Add(const SheetKind& kind, IItemCommon& item, const GroupTable& groups) {
-    const std::vector<FieldCell> cells = kind.fields.write(&item, groups);
-    formulas += CountFormulas(cells);
-    CodePages& pages = Service<CodePages>::Get();
-    foreign += std::ranges::count_if(cells, [&](const FieldCell& cell) {
-      const bool isAscii =
-          std::ranges::all_of(cell.text, [](char16_t unit) { return unit < 0x80; });
-      return !isAscii && pages.Decode(pages.Encode(cell.text, kAnsiPage), kAnsiPage) != cell.text;
-    });
-    incomplete += LosesInCells(kind, item, groups);
-  }
-};
-
-struct ExportOutcome {
-  const FileStoreRow* row = nullptr;
-  TransferReport report;
-  ContentAccount account;
-  std::vector<std::string> files;  // that were made
-};
-
-std::set<std::string> FilesIn(const std::string& folder) {
-  std::vector<FolderEntry> entries;
-  if (const std::error_code error = Service<Files>::Get().List(folder, entries)) {
-    throw CommandError(Exit::Failed, "cannot read " + folder + ": " + error.message());
-  }
-  std::set<std::string> names;
-  for (FolderEntry& entry : entries) {
-    if (!entry.info.isFolder) names.insert(std::move(entry.name));
-  }
-  return names;
 }
 
 std::vector<const FileStoreRow*> ChosenStores(const Arguments& given, FileFormat format) {
@@ -120,133 +77,67 @@ std::u16string OpenFolder(const std::string& folder, const std::string& phone) {
   return *wide;
 }
 
-// Runs one store; the files that it makes are those that were not there before.
-TransferRun ExportOne(Profile& profile, const std::string& phone, const std::string& folder,
-                      const FileJob& job, const ProgressSink& progress, ExportOutcome& outcome) {
-  const std::set<std::string> before = FilesIn(folder);
-  outcome.row = job.row;
-  const SyncDatabase database;
-  const GroupTable groups(database.session(), QuoteRule::AsTheyStand);
-  ExportLook look;
-  if (job.row->format == FileFormat::Csv) {
-    look = [&](const std::string&, IItemCommon& item) {
-      outcome.account.Add(*FindSheetKind(job.row->kind), item, groups);
-    };
+std::vector<FileJob> JobsFor(const std::vector<const FileStoreRow*>& rows,
+                             const std::u16string& folder) {
+  std::vector<FileJob> jobs;
+  for (const FileStoreRow* row : rows) {
+    FileJob& job = jobs.emplace_back();
+    job.row = row;
+    job.isImport = false;
+    job.folder = folder;
   }
-  TransferRun run = RunExport(profile, phone, {job}, look, {}, progress);
-  if (run.jobs.empty()) return run;
-  outcome.report = run.jobs.front();
-  for (const std::string& name : FilesIn(folder)) {
-    if (!before.contains(name)) outcome.files.push_back(name);
-  }
-  if (outcome.report.done > 0 && outcome.files.empty() && outcome.report.message.empty()) {
-    outcome.report.result = run.result = SyncResult::Failed;
-    outcome.report.message =
-        "nothing was written to " + folder + ": " +
-        ProbeFolder(folder).value_or("the disk may be full, or the path of the folder too long");
-  }
-  return run;
+  return jobs;
 }
 
-std::string OutcomeText(const ExportOutcome& outcome, const std::string& folder) {
-  const TransferReport& report = outcome.report;
-  std::string text = std::string(outcome.row->kind) + ": ";
-  if (report.done == 0 && report.message.empty()) {
-    text += "nothing to write\n";
-  } else if (!outcome.files.empty()) {
-    text += std::to_string(report.done) + " in " + std::to_string(outcome.files.size()) +
-            (outcome.files.size() == 1 ? " file" : " files") + " in " + Printable(folder) + "\n";
-  } else {
-    text += Printable(report.message) + "\n";
+void RequirePhone(const std::string& phone) {
+  FileInfo info;
+  if (const std::error_code error = Service<Files>::Get().Stat(phone, info)) {
+    throw CommandError(Exit::Refused,
+                       "the phone folder " + phone + " cannot be reached: " + error.message());
   }
-  for (size_t i = 0; i < std::min(outcome.files.size(), kMaxShown); ++i) {
-    text += "  " + Printable(outcome.files[i]) + "\n";
+  if (!info.isFolder) {
+    throw CommandError(Exit::Refused, "the phone folder " + phone + " is no folder");
   }
-  if (outcome.files.size() > kMaxShown) {
-    text += "  ... and " + std::to_string(outcome.files.size() - kMaxShown) + " more\n";
-  }
-  const ContentAccount& account = outcome.account;
-  if (account.formulas > 0) {
-    text += "  cells that a spreadsheet takes for formulas: " + std::to_string(account.formulas) +
-            "; they are written as they are\n";
-  }
-  if (account.foreign > 0) {
-    text += "  cells with characters that the code page " + Service<CodePages>::Get().AnsiPage() +
-            " lacks, now \"?\": " + std::to_string(account.foreign) + "\n";
-  }
-  if (account.incomplete > 0) {
-    text += "  items of which a CSV file does not bring everything back: " +
-            std::to_string(account.incomplete) + "; vcf and vcs files hold it all\n";
-  }
-  for (const ItemFailure& failure : report.failed) {
-    text += "  " + Printable(failure.item) + ": " + Printable(failure.reason) + "\n";
-  }
-  if (!outcome.files.empty() && !report.message.empty()) {
-    text += "  " + Printable(report.message) + "\n";
-  }
-  return text;
-}
-
-ordered_json OutcomeJson(const ExportOutcome& outcome) {
-  ordered_json failed = ordered_json::array();
-  for (const ItemFailure& failure : outcome.report.failed) {
-    failed.push_back({{"item", failure.item}, {"reason", failure.reason}});
-  }
-  ordered_json document = {{"store", outcome.row->kind},
-                           {"items", outcome.report.done},
-                           {"files", outcome.files},
-                           {"formulas", outcome.account.formulas},
-                           {"lacking_characters", outcome.account.foreign},
-                           {"incomplete", outcome.account.incomplete},
-                           {"failed", failed}};
-  if (!outcome.report.message.empty()) document["message"] = outcome.report.message;
-  return document;
 }
 
 Exit Export(const CommonOptions& common, const Arguments& given) {
   OpenedProfile profile(common);
-  const FileFormat format = FormatOf(given.format);
-  const std::vector<const FileStoreRow*> rows = ChosenStores(given, format);
-  const std::string phone = AbsolutePath(given.phone);
-  FileInfo info;
-  if (Service<Files>::Get().Stat(phone, info) || !info.isFolder) {
-    throw UsageError("there is no folder " + phone);
-  }
-  const std::string folder = AbsolutePath(given.folder);
-  FileJob job;
-  job.isImport = false;
-  job.folder = OpenFolder(folder, phone);
   const StopSignal signals;
+  const std::vector<const FileStoreRow*> rows = ChosenStores(given, FormatOf(given.format));
+  const std::string phone = AbsolutePath(given.phone);
+  RequirePhone(phone);
+  const std::string folder = AbsolutePath(given.folder);
+  const std::vector<FileJob> jobs = JobsFor(rows, OpenFolder(folder, phone));
+  const SyncDatabase database;
+  const GroupTable groups(database.session(), QuoteRule::AsTheyStand);
+  std::vector<ContentAccount> accounts(jobs.size());
   ProgressLine line(!common.json);
-  SyncResult worst = SyncResult::Ok;
+  TransferRun run = RunExport(
+      profile, phone, jobs,
+      [&](size_t job, IItemCommon& item) {
+        if (jobs[job].row->format != FileFormat::Csv) return;
+        accounts[job].Add(*FindSheetKind(jobs[job].row->kind), item, groups);
+      },
+      [&](std::string_view store, int64_t done, int64_t total) {
+        line.Update(store, done, total);
+      });
+  line.Erase();
   ordered_json stores = ordered_json::array();
   std::string text;
-  std::string message;
-  for (const FileStoreRow* row : rows) {
-    job.row = row;
-    ExportOutcome outcome;
-    const TransferRun run = ExportOne(
-        profile, phone, folder, job,
-        [&](std::string_view store, int64_t done, int64_t total) {
-          line.Update(store, done, total);
-        },
-        outcome);
-    line.Erase();
-    worst = std::max(worst, run.result);
-    message = run.message;
-    if (run.jobs.empty() || run.result == SyncResult::Stopped) break;
-    stores.push_back(OutcomeJson(outcome));
-    text += OutcomeText(outcome, folder);
+  for (size_t i = 0; i < run.jobs.size(); ++i) {
+    const ExportOutcome outcome{jobs[i].row, std::move(run.jobs[i]), accounts[i]};
+    stores.push_back(ExportJson(outcome));
+    text += ExportText(outcome, folder);
   }
-  const Exit exit = ExitOf(worst);
+  const Exit exit = ExitOf(run.result);
   if (common.json) {
     ordered_json document = {{"result", ExitWord(exit)}, {"folder", folder}, {"stores", stores}};
-    if (!message.empty()) document["message"] = message;
+    if (!run.message.empty()) document["message"] = run.message;
     PrintJson(document);
   } else {
     Print(text);
   }
-  if (!message.empty()) PrintMessage(message);
+  if (!run.message.empty()) PrintMessage(run.message);
   return exit;
 }
 

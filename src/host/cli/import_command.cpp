@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 
 #include "host/cli/commands.h"
@@ -9,6 +10,7 @@
 #include "host/cli/stop_signal.h"
 #include "host/cli/sync_report.h"
 #include "host/engine/sync_database.h"
+#include "support/text.h"
 
 namespace qv {
 namespace {
@@ -32,6 +34,7 @@ struct Arguments {
   std::vector<std::string> files;
   std::string separator;
   std::string codePage;
+  std::string dates;
   ImportArguments import;
   TransferOptions options;
 };
@@ -41,7 +44,35 @@ std::optional<char16_t> SeparatorOf(const std::string& word) {
   return word == "tab" ? u'\t' : word == "semicolon" ? u';' : u',';
 }
 
-std::vector<ImportFile> Prepare(const Arguments& given, const ScratchFolder& scratch) {
+bool IsSheet(const std::string& path) {
+  return EqualsIgnoreCase(std::filesystem::path(path).extension().string(), ".csv");
+}
+
+// What is only for files of separated values is no slip of the pen where there is one of them.
+void CheckArguments(const Arguments& given) {
+  const auto sheets = std::ranges::count_if(given.files, IsSheet);
+  const bool speaksOfSheets = !given.import.map.empty() || !given.import.mapFile.empty() ||
+                              !given.import.saveMap.empty() || !given.codePage.empty() ||
+                              !given.separator.empty() || !given.dates.empty();
+  if (sheets == 0 && speaksOfSheets) {
+    throw UsageError(
+        "--map, --map-file, --save-map, --code-page, --separator and --dates are for .csv files, "
+        "and there is none");
+  }
+  if (given.import.saveMap.empty()) return;
+  if (sheets != 1) {
+    throw UsageError("--save-map keeps the mapping of one CSV file; there are " +
+                     std::to_string(sheets));
+  }
+  for (const std::string& file : given.files) {
+    std::error_code error;
+    if (std::filesystem::equivalent(file, given.import.saveMap, error)) {
+      throw UsageError("--save-map " + given.import.saveMap + " is a file to import; name another");
+    }
+  }
+}
+
+std::vector<ImportFile> Prepare(const Arguments& given, ScratchFolder& scratch) {
   const SyncDatabase database;
   const GroupTable groups(database.session(), QuoteRule::AsTheyStand);
   std::vector<ImportFile> files;
@@ -59,17 +90,17 @@ std::vector<ImportFile> Prepare(const Arguments& given, const ScratchFolder& scr
   return files;
 }
 
-void SaveMap(const std::vector<ImportFile>& files, const std::string& path) {
-  if (path.empty()) return;
-  const auto sheets =
-      std::ranges::count_if(files, [](const ImportFile& file) { return file.sheet.has_value(); });
-  if (sheets != 1) {
-    throw UsageError("--save-map keeps the mapping of one CSV file; there are " +
-                     std::to_string(sheets));
+// Once the phone has been met. Empty, or why the mapping could not be kept.
+std::string SaveMap(const std::vector<ImportFile>& files, const std::string& path) {
+  const auto file =
+      std::ranges::find_if(files, [](const ImportFile& f) { return f.sheet.has_value(); });
+  if (path.empty() || file == files.end()) return {};
+  try {
+    SaveMapping(file->sheet->asMapped, AbsolutePath(path));
+  } catch (const UsageError& error) {
+    return error.what();
   }
-  const auto sheet =
-      std::ranges::find_if(files, [](const ImportFile& file) { return file.sheet.has_value(); });
-  SaveMapping(sheet->sheet->asMapped, AbsolutePath(path));
+  return {};
 }
 
 Exit ResultOf(const TransferRun& run, const std::vector<ImportFile>& files) {
@@ -101,26 +132,35 @@ void PrintResult(const TransferRun& run, const std::vector<ImportFile>& files, E
 }
 
 Exit Import(const CommonOptions& common, Arguments given) {
+  CheckArguments(given);
   OpenedProfile profile(common);
+  const StopSignal signals;
   given.import.form.separator = SeparatorOf(given.separator);
   if (!given.codePage.empty()) given.import.form.codePage = given.codePage;
+  if (!given.dates.empty()) {
+    given.import.dates = given.dates == "dmy" ? DateOrder::DayFirst : DateOrder::MonthFirst;
+  }
   if (!given.import.mapFile.empty()) given.import.mapFile = AbsolutePath(given.import.mapFile);
-  const ScratchFolder scratch;
+  ScratchFolder scratch;
   const std::vector<ImportFile> files = Prepare(given, scratch);
-  if (!given.options.dryRun) SaveMap(files, given.import.saveMap);
   std::vector<FileJob> jobs;
   for (const ImportFile& file : files) {
     if (!common.json) Print(ImportPlanText(file));
     if (file.problem.empty()) jobs.push_back(file.job);
   }
-  const StopSignal signals;
   ProgressLine line(!common.json);
-  const TransferRun run = RunImport(profile, AbsolutePath(given.phone), jobs, given.options,
-                                    [&](std::string_view store, int64_t done, int64_t total) {
-                                      line.Update(store, done, total);
-                                    });
+  TransferRun run = RunImport(profile, AbsolutePath(given.phone), jobs, given.options,
+                              [&](std::string_view store, int64_t done, int64_t total) {
+                                line.Update(store, done, total);
+                              });
   line.Erase();
-  const Exit exit = ResultOf(run, files);
+  Exit exit = ResultOf(run, files);
+  if (run.result != SyncResult::Refused && !given.options.dryRun) {
+    if (const std::string trouble = SaveMap(files, given.import.saveMap); !trouble.empty()) {
+      run.message = trouble;
+      exit = Exit::Failed;
+    }
+  }
   PrintResult(run, files, exit, given, common.json);
   return exit;
 }
@@ -149,6 +189,8 @@ void AddImportCommand(CLI::App& app, Action& chosen) {
       ->type_name("CP");
   command->add_option("--separator", given->separator, "Of a CSV file (default: guessed)")
       ->check(CLI::IsMember({"comma", "semicolon", "tab"}));
+  command->add_option("--dates", given->dates, "Order of days and months in it (default: guessed)")
+      ->check(CLI::IsMember({"dmy", "mdy"}));
   command->add_flag("--dry-run", given->options.dryRun, "Show what would come, and change nothing");
   command->add_flag("--new-phone", given->options.newPhone,
                     "Take the folder as a phone that was not met before");

@@ -17,15 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kBeginCard = "BEGIN:VCARD";
-constexpr std::string_view kEndCard = "END:VCARD";
-constexpr std::string_view kBeginEvent = "BEGIN:VEVENT";
-constexpr std::string_view kEndEvent = "END:VEVENT";
-
 // What a file is prepared with.
 struct Desk {
   const ImportArguments& given;
-  const ScratchFolder& scratch;
+  ScratchFolder& scratch;
   const GroupTable& groups;
   std::string name;  // of the copy that is handed over
 };
@@ -80,14 +75,18 @@ void PrepareSheet(const Desk& desk, ImportFile& file) {
                        : LoadMapping(import.sheet, given.store, given.map, given.mapFile);
   import.asMapped = import.mapping;
   import.conversions = SpreadByLabel(import.sheet, import.mapping);
-  std::ranges::move(ConvertCells(import.sheet, import.mapping),
+  std::ranges::move(ConvertCells(import.sheet, import.mapping, given.dates),
                     std::back_inserter(import.conversions));
-  import.emptyRows = DropEmptyRows(import.sheet, import.mapping);
+  import.leftOut = DropUselessRows(import.sheet, import.mapping);
   import.account = AccountFor(import.sheet, import.mapping, desk.groups);
   file.job.row = FindFileStore(FileFormat::Csv, import.mapping.kind->store);
   HandOver(desk, StoreForm(import.sheet), file.job);
   const std::u16string path = file.job.folder + u"\\" + file.job.fileNames;
   file.job.mappingXml = MappingXml(import.mapping, path);
+  for (SheetRow& row : import.sheet.rows) {
+    file.job.places.push_back("line " + std::to_string(row.line));
+    row.cells = {};  // they are in the copy
+  }
 }
 
 struct WholeItem {
@@ -125,11 +124,30 @@ bool IsFoundWhole(std::string_view item, std::string_view begin, std::string_vie
          item.find(begin, begin.size()) == item.npos;
 }
 
+// Whether a store finds the very items in the file as it stands.
+bool IsPlain(const ItemFile& source, const std::vector<WholeItem>& items, std::string_view begin,
+             std::string_view end) {
+  if (!source.IsAsItStands()) return false;
+  const auto blocks = SplitBlocks(source.text(), begin, end);
+  return std::ranges::equal(blocks, items, [&](std::string_view block, const WholeItem& item) {
+    return block == source.TextOf(*item.found) && IsFoundWhole(block, begin, end);
+  });
+}
+
 // A NUL would cut off what stands behind it.
 std::string WithoutNuls(std::string_view text, ImportFile& file) {
   std::string bytes(text);
   if (std::erase(bytes, '\0') > 0) file.notes.push_back("NUL characters were left out");
   return bytes;
+}
+
+// Nothing of the file can be imported: the first reason, or that there is nothing.
+[[noreturn]] void RefuseAll(const ImportFile& file, const char* items) {
+  std::string message = std::string("holds no ").append(items).append(" that can be imported");
+  if (!file.unread.empty()) {
+    message += "; " + file.unread.front().item + ": " + file.unread.front().reason;
+  }
+  throw UsageError(message);
 }
 
 void PrepareCards(const Desk& desk, ImportFile& file) {
@@ -138,37 +156,39 @@ void PrepareCards(const Desk& desk, ImportFile& file) {
   const ItemFile source(file.path, kind);
   const auto items = ReadItems(source, file);
   file.job.row = FindFileStore(FileFormat::VCard, kind.name);
-  // What the store would find in the file as it stands.
-  const bool isPlain = source.IsAsItStands() && !items.empty() &&
-                       SplitBlocks(source.text(), kBeginCard, kEndCard).size() == items.size();
-  if (isPlain && NameInPlace(file.path, file.job)) return;
-  const auto texts = kind.open(kind, source.text());
+  if (!items.empty() && IsPlain(source, items, kBeginCard, kEndCard) &&
+      NameInPlace(file.path, file.job)) {
+    for (const WholeItem& item : items) file.job.places.push_back(item.found->place);
+    return;
+  }
   std::string cards;
   for (const auto& [found, item] : items) {
-    std::string_view text = texts->At(found->index);
-    while (text.ends_with('\n') || text.ends_with('\r')) text.remove_suffix(1);
+    const std::string_view text = source.TextOf(*found);
     std::string card(kBeginCard);
     card.append(text.substr(kBeginCard.size(), text.size() - kBeginCard.size() - kEndCard.size()))
         .append(kEndCard);
     if (IsFoundWhole(card, kBeginCard, kEndCard)) {
       cards.append(card).append("\r\n");
+      file.job.places.push_back(found->place);
       continue;
     }
     file.unread.push_back({"file", found->place,
-                           "a card within the card cannot be imported; `qvsync add contacts` puts "
-                           "it on the PC, and the next sync on the phone"});
+                           "begin or end of a card within the card cannot be imported; `qvsync "
+                           "add contacts` puts it on the PC, and the next sync on the phone"});
   }
-  if (cards.empty()) throw UsageError("holds no contact that can be read");
+  if (cards.empty()) RefuseAll(file, "contact");
   HandOver(desk, WithoutNuls(cards, file), file.job);
 }
 
-// What a single event of the file means only together with the rest of it.
-bool HasSurroundings(std::string_view text) {
-  for (const std::string_view sign :
-       {"VERSION:2.0", "BEGIN:VTIMEZONE", "TZID", "\nTZ", "\nDAYLIGHT"}) {
-    if (text.find(sign) != text.npos) return true;
-  }
-  return false;
+// Events alone; tasks and others that share the form are told.
+void LeaveOutOthers(const StoreKind& kind, std::vector<WholeItem>& items, ImportFile& file) {
+  const size_t others = std::erase_if(
+      items, [&](const WholeItem& read) { return &KindOf(kind, *read.item) != &kind; });
+  if (others == 0) return;
+  file.unread.push_back({"file", file.path,
+                         "left out " + std::to_string(others) +
+                             " tasks; `qvsync add tasks` puts them on the PC, and the next sync on "
+                             "the phone"});
 }
 
 void PrepareCalendar(const Desk& desk, ImportFile& file) {
@@ -176,21 +196,9 @@ void PrepareCalendar(const Desk& desk, ImportFile& file) {
   const StoreKind& kind = *FindStoreKind("calendar");
   const ItemFile source(file.path, kind);
   auto items = ReadItems(source, file);
-  const size_t tasks = std::erase_if(
-      items, [&](const WholeItem& read) { return &KindOf(kind, *read.item) != &kind; });
-  if (tasks > 0) {
-    file.unread.push_back({"file", file.path,
-                           "left out " + std::to_string(tasks) +
-                               " tasks; `qvsync add tasks` puts them on the PC, and the next sync "
-                               "on the phone"});
-  }
-  if (items.empty()) throw UsageError("holds no appointment that can be read");
+  LeaveOutOthers(kind, items, file);
   file.job.row = FindFileStore(FileFormat::VCal, kind.name);
-  const bool hasExceptions = std::ranges::any_of(
-      items, [](const WholeItem& read) { return ExceptionIn(read.item) != nullptr; });
-  const bool isPlain = source.IsAsItStands() && !hasExceptions && !HasSurroundings(source.text()) &&
-                       SplitBlocks(source.text(), kBeginEvent, kEndEvent).size() == items.size();
-  if (isPlain && NameInPlace(file.path, file.job)) return;
+  // Series first; items name them by the identifiers that they have in the file.
   std::stable_partition(items.begin(), items.end(),
                         [](const WholeItem& read) { return ExceptionIn(read.item) == nullptr; });
   std::string calendar(kCalendarFileHead);
@@ -204,15 +212,17 @@ void PrepareCalendar(const Desk& desk, ImportFile& file) {
       continue;
     }
     file.job.uids.push_back(FieldsOf(item.get())->objUid);
+    file.job.places.push_back(found->place);
     calendar.append(event).append("\r\n");
   }
+  if (file.job.places.empty()) RefuseAll(file, "appointment");
   HandOver(desk, WithoutNuls(calendar.append(kCalendarFileTail), file), file.job);
 }
 
 }  // namespace
 
 ImportFile PrepareImport(const std::string& path, const ImportArguments& given,
-                         const ScratchFolder& scratch, const GroupTable& groups, size_t number) {
+                         ScratchFolder& scratch, const GroupTable& groups, size_t number) {
   struct Kind {
     std::string_view extension;
     void (*prepare)(const Desk&, ImportFile&);

@@ -19,16 +19,17 @@ struct ImportArguments {
   std::string mapFile;
   std::string saveMap;
   SheetForm form;
+  DateOrder dates = DateOrder::Guess;
 };
 
 // What a file of separated values says of itself.
 struct SheetImport {
-  Sheet sheet;  // the rows that are handed over
+  Sheet sheet;  // the rows that are handed over, their cells gone by then
   SheetMapping mapping;
   SheetMapping asMapped;  // of the columns that the file has: what can be kept for the next one
   std::vector<Conversion> conversions;
   SheetAccount account;
-  std::vector<size_t> emptyRows;  // by line; left out
+  std::vector<SheetProblem> leftOut;  // rows
 };
 
 struct ImportFile {
@@ -36,14 +37,14 @@ struct ImportFile {
   std::string problem;  // why it cannot be used at all; the rest is then void
   FileJob job;
   std::optional<SheetImport> sheet;
-  std::vector<ItemFailure> unread;  // by place: what cannot be handed over, and why
+  std::vector<ItemFailure> unread;  // what cannot be handed over, and why
   std::vector<std::string> notes;
 };
 
-// By the extension: .csv, .vcf, .vcs or .ics in any letter case. A file that a store takes as it
-// stands is handed over where it lies, any other as a copy in `scratch`. Throws UsageError for what
-// is wrong with the arguments, whatever the file holds.
+// By the extension: .csv, .vcf, .vcs or .ics in any letter case. A file of cards that a store takes
+// as it stands is handed over where it lies, any other as a copy in `scratch`. What is wrong with
+// the file, or with the arguments for it, is its problem. Throws CommandError.
 ImportFile PrepareImport(const std::string& path, const ImportArguments& given,
-                         const ScratchFolder& scratch, const GroupTable& groups, size_t number);
+                         ScratchFolder& scratch, const GroupTable& groups, size_t number);
 
 }  // namespace qv

@@ -20,16 +20,13 @@ std::string Quoted(std::u16string_view text) {
   return "\"" + Printable(ToUtf8(text)) + "\"";
 }
 
-// At most so many, and how many more.
+// At most so many, and how many more; `beyond` are not even in the list.
 template <class List, class Line>
-void AppendLines(std::string& text, const List& list, Line&& line) {
-  size_t shown = 0;
-  for (const auto& entry : list) {
-    if (shown++ == kMaxLines) break;
-    text += "  " + line(entry) + "\n";
-  }
-  if (list.size() > kMaxLines) {
-    text += "  ... and " + std::to_string(list.size() - kMaxLines) + " more like it\n";
+void AppendLines(std::string& text, const List& list, Line&& line, size_t beyond = 0) {
+  const size_t shown = std::min(list.size(), kMaxLines);
+  for (size_t i = 0; i < shown; ++i) text += "  " + line(list[i]) + "\n";
+  if (const size_t more = list.size() - shown + beyond; more > 0) {
+    text += "  ... and " + std::to_string(more) + " more like it\n";
   }
 }
 
@@ -57,17 +54,17 @@ std::string SheetText(const SheetImport& import) {
       text += "  " + ToUtf8(field.field) + ", " + Printable(example) + "\n";
     }
   }
-  AppendLines(text, import.account.lost, LostText);
+  // Columns are few, and each is one that a person may want.
+  for (const LostColumn& lost : import.account.lost) text += "  " + LostText(lost) + "\n";
   AppendLines(text, import.conversions, [](const Conversion& conversion) {
     return Quoted(conversion.heading) + ": " + Printable(conversion.what) +
            ", cells: " + std::to_string(conversion.cells);
   });
-  AppendLines(text, import.sheet.problems, [](const SheetProblem& problem) {
+  const auto problemLine = [](const SheetProblem& problem) {
     return "line " + std::to_string(problem.line) + ": " + problem.text;
-  });
-  AppendLines(text, import.emptyRows, [](size_t line) {
-    return "line " + std::to_string(line) + ": nothing in a column that is taken; left out";
-  });
+  };
+  AppendLines(text, import.sheet.problems, problemLine, import.sheet.moreProblems);
+  AppendLines(text, import.leftOut, problemLine);
   return text;
 }
 
@@ -92,29 +89,25 @@ ordered_json SheetJson(const SheetImport& import) {
                            {"what", conversion.what},
                            {"cells", conversion.cells}});
   }
-  ordered_json problems = ordered_json::array();
-  for (const SheetProblem& problem : import.sheet.problems) {
-    problems.push_back({{"line", problem.line}, {"text", problem.text}});
-  }
+  const auto list = [](const std::vector<SheetProblem>& from) {
+    ordered_json lines = ordered_json::array();
+    for (const SheetProblem& problem : from) {
+      lines.push_back({{"line", problem.line}, {"text", problem.text}});
+    }
+    return lines;
+  };
   return {{"encoding", import.sheet.encoding},
           {"separator", SeparatorWord(import.sheet.separator)},
           {"rows", import.sheet.rows.size()},
           {"fields", fields},
           {"not_taken", lost},
           {"converted", conversions},
-          {"problems", problems},
-          {"empty_rows", import.emptyRows}};
+          {"problems", list(import.sheet.problems)},
+          {"more_problems", import.sheet.moreProblems},
+          {"left_out", list(import.leftOut)}};
 }
 
 }  // namespace
-
-std::string PlaceOf(const ImportFile& file, const ItemFailure& failure) {
-  constexpr std::string_view kItem = "item ";
-  if (!file.sheet || !failure.item.starts_with(kItem)) return failure.item;
-  const auto row = static_cast<size_t>(ToInt(FromUtf8(failure.item.substr(kItem.size()))));
-  if (row < 1 || row > file.sheet->sheet.rows.size()) return failure.item;
-  return "line " + std::to_string(file.sheet->sheet.rows[row - 1].line);
-}
 
 std::string ImportPlanText(const ImportFile& file) {
   std::string text = Printable(file.path) + ": ";
@@ -132,9 +125,13 @@ std::string ImportResultText(const ImportFile& file, const TransferReport* repor
   if (report == nullptr) return Printable(file.path) + ": not reached\n";
   std::string text = Printable(file.path) + ": " + std::to_string(report->done) +
                      (dryRun ? " would go to the phone" : " went to the phone") + ", " +
-                     std::to_string(report->alreadyThere) + " were there already\n";
+                     std::to_string(report->alreadyThere) + " were there already";
+  if (report->repeated > 0) {
+    text += ", " + std::to_string(report->repeated) + " stand in the files twice";
+  }
+  text += "\n";
   AppendLines(text, report->failed, [&](const ItemFailure& failure) {
-    return Printable(PlaceOf(file, failure)) + ": " + Printable(failure.reason);
+    return Printable(failure.item) + ": " + Printable(failure.reason);
   });
   if (!report->message.empty()) text += "  " + Printable(report->message) + "\n";
   return text;
@@ -151,13 +148,14 @@ ordered_json ImportJson(const ImportFile& file, const TransferReport* report) {
   if (!file.notes.empty()) document["notes"] = file.notes;
   document["added"] = report == nullptr ? 0 : report->done;
   document["already_there"] = report == nullptr ? 0 : report->alreadyThere;
+  document["repeated"] = report == nullptr ? 0 : report->repeated;
   ordered_json failed = ordered_json::array();
   for (const ItemFailure& failure : file.unread) {
     failed.push_back({{"item", failure.item}, {"reason", failure.reason}});
   }
   if (report != nullptr) {
     for (const ItemFailure& failure : report->failed) {
-      failed.push_back({{"item", PlaceOf(file, failure)}, {"reason", failure.reason}});
+      failed.push_back({{"item", failure.item}, {"reason", failure.reason}});
     }
     if (!report->message.empty()) document["message"] = report->message;
   }

@@ -14,7 +14,4 @@ std::string ImportPlanText(const ImportFile& file);
 std::string ImportResultText(const ImportFile& file, const TransferReport* report, bool dryRun);
 nlohmann::ordered_json ImportJson(const ImportFile& file, const TransferReport* report);
 
-// How a failed item is called: a row by its line.
-std::string PlaceOf(const ImportFile& file, const ItemFailure& failure);
-
 }  // namespace qv

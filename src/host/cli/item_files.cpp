@@ -68,6 +68,12 @@ ComPtr<IItemCommon> ItemFile::Read(const FoundItem& found, std::string& fault) c
   return item;
 }
 
+std::string_view ItemFile::TextOf(const FoundItem& found) const {
+  std::string_view text = items_->At(found.index);
+  while (text.ends_with('\n') || text.ends_with('\r')) text.remove_suffix(1);
+  return text;
+}
+
 void ItemFile::AddGap(size_t begin, size_t end) {
   const size_t at = FindOpening(text_.substr(begin, end - begin), kind_.opening);
   if (at == std::string_view::npos) return;

@@ -31,8 +31,10 @@ class ItemFile {
   // that shares its texts with this one, see KindOf.
   ComPtr<IItemCommon> Read(const FoundItem& found, std::string& fault) const;
   std::string Doubts() const { return items_->Doubts(); }
-  // The whole text, without a mark and in UTF-8 where it had one; and whether it holds no item.
+  // The whole text, without a mark and in UTF-8 where it had one.
   std::string_view text() const { return text_; }
+  // Where an item, no fault, stands in it, without what ends its last line.
+  std::string_view TextOf(const FoundItem& found) const;
   // Whether that is the file byte for byte, with no NUL in it.
   bool IsAsItStands() const {
     return text_.size() == bytes_.size() && text_.data() == bytes_.data() &&

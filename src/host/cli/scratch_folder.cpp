@@ -11,30 +11,32 @@
 namespace qv {
 namespace fs = std::filesystem;
 
-ScratchFolder::ScratchFolder() {
-  std::error_code error;
-  std::string pattern = (fs::temp_directory_path(error) / "qvsync-XXXXXX").string();
-  if (!error && mkdtemp(pattern.data()) == nullptr) error = {errno, std::generic_category()};
-  if (error) {
-    throw CommandError(Exit::Failed, "no folder for temporary files can be made in " +
-                                         fs::path(pattern).parent_path().string() + ": " +
-                                         error.message() + "; TMPDIR names another place");
+void ScratchFolder::Make() {
+  const char* const named = std::getenv("TMPDIR");
+  const std::string place = named == nullptr || *named == 0 ? "/tmp" : named;
+  std::string pattern = place + "/qvsync-XXXXXX";
+  if (mkdtemp(pattern.data()) == nullptr) {
+    throw CommandError(Exit::Failed, "no folder for temporary files can be made in " + place +
+                                         ": " +
+                                         std::error_code(errno, std::generic_category()).message() +
+                                         "; TMPDIR names another place");
   }
-  path_ = pattern;
+  path_ = fs::absolute(pattern).lexically_normal().string();
   const std::optional<std::u16string> wide = FromNativePath(path_);
-  modulePath_ = wide.value_or(u"");
-  if (wide) return;
-  fs::remove_all(path_, error);
-  throw CommandError(Exit::Failed, "the folder for temporary files, " + path_ +
-                                       ", has a name that cannot be used; TMPDIR names another");
+  if (!wide) {
+    throw CommandError(Exit::Failed, "the folder for temporary files, " + path_ +
+                                         ", has a name that cannot be used; TMPDIR names another");
+  }
+  modulePath_ = *wide;
 }
 
 ScratchFolder::~ScratchFolder() {
   std::error_code error;
-  fs::remove_all(path_, error);
+  if (!path_.empty()) fs::remove_all(path_, error);
 }
 
-void ScratchFolder::Put(const std::string& name, std::string_view bytes) const {
+void ScratchFolder::Put(const std::string& name, std::string_view bytes) {
+  if (modulePath_.empty()) Make();
   const std::error_code error = Service<Files>::Get().Write(path_ + "/" + name, bytes);
   if (!error) return;
   throw CommandError(Exit::Failed, "cannot write to " + path_ + ": " + error.message() +

@@ -8,18 +8,20 @@ namespace qv {
 
 class ScratchFolder {
  public:
-  // Below the user's folder for temporary files. Throws CommandError.
-  ScratchFolder();
+  ScratchFolder() = default;
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
   ~ScratchFolder();
 
-  // In the module's form.
+  // Below the user's folder for temporary files, where it is made with the first file. Throws
+  // CommandError when it cannot be, or when there is no room.
+  void Put(const std::string& name, std::string_view bytes);
+  // In the module's form; empty before the first file.
   const std::u16string& path() const { return modulePath_; }
-  // Throws CommandError when there is no room for it.
-  void Put(const std::string& name, std::string_view bytes) const;
 
  private:
+  void Make();
+
   std::string path_;
   std::u16string modulePath_;
 };

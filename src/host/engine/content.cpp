@@ -1,6 +1,7 @@
 #include "host/engine/content.h"
 
 #include "host/engine/bookmark_text.h"
+#include "items/item_objects.h"
 #include "platform/system/service.h"
 #include "support/date_time.h"
 #include "support/text.h"
@@ -41,8 +42,11 @@ ContentPrint PrintOf(PcStore& store, IItemCommon& item) {
 }
 
 Md5Digest ExactPrintOf(const StoreKind& kind, IItemCommon& item) {
+  // Two series may have exceptions that say the same.
+  const Calendar* calendar = CalendarOf(&item);
+  const std::string series = calendar == nullptr ? "" : ToUtf8(calendar->parentRecurUid);
   Strip(item);
-  return Checksum(WriteItem(kind, &item));
+  return Checksum(WriteItem(kind, &item) + series);
 }
 
 ContentMatch Compare(const ContentPrint& phone, const ContentPrint& pc) {

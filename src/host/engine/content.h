@@ -20,7 +20,7 @@ struct ContentPrint {
 // Throw ItemError or StatusError.
 ContentPrint PrintOf(PcStore& store, IItemCommon& item);
 ContentMatch Compare(PcStore& store, IItemCommon& phone, IItemCommon& pc);
-// The first of the three without a store.
+// The first of the three without a store, and with the series of an exception.
 Md5Digest ExactPrintOf(const StoreKind& kind, IItemCommon& item);
 
 ContentMatch Compare(const ContentPrint& phone, const ContentPrint& pc);

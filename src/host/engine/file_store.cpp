@@ -18,11 +18,15 @@ namespace qv {
 namespace {
 
 constexpr FileStoreRow kRows[] = {
-    {FileFormat::Csv, "contacts", u"DataStore.IECSVContact", u"DataStoreIECSVContact"},
-    {FileFormat::Csv, "calendar", u"DataStore.IECSVSchedule", u"DataStoreIECSVCalendar"},
-    {FileFormat::Csv, "notes", u"DataStore.IECSVNote", u"DataStoreIECSVMemo"},
-    {FileFormat::VCard, "contacts", u"DataStore.IEVCard", u"DataStoreIEVCard"},
-    {FileFormat::VCal, "calendar", u"DataStore.IEVCal", u"DataStoreIEVCal"},
+    {FileFormat::Csv, "contacts", u"DataStore.IECSVContact", u"DataStoreIECSVContact",
+     "Deskhub_contact_", ".csv", false},
+    {FileFormat::Csv, "calendar", u"DataStore.IECSVSchedule", u"DataStoreIECSVCalendar",
+     "Deskhub_calendar_", ".csv", false},
+    {FileFormat::Csv, "notes", u"DataStore.IECSVNote", u"DataStoreIECSVMemo", "Deskhub_memo_",
+     ".csv", false},
+    {FileFormat::VCard, "contacts", u"DataStore.IEVCard", u"DataStoreIEVCard", "", ".vcf", true},
+    {FileFormat::VCal, "calendar", u"DataStore.IEVCal", u"DataStoreIEVCal", "calendar", ".vcs",
+     false},
 };
 
 constexpr std::u16string_view kUri = u"file";
@@ -155,12 +159,6 @@ void FileStore::Add(std::string_view text) {
   }
   throw ItemError(
       "no file could be written for it: its name has a sign that no file name can have");
-}
-
-void FileStore::Close() {
-  status_.Reset();
-  store_.Reset();
-  manager_.Reset();
 }
 
 }  // namespace qv

@@ -1,4 +1,5 @@
-// One store of files, opened through the manager for one job and done when it is closed.
+// One store of files, opened through the manager for one job. What it still has to write it writes
+// when it dies.
 //
 // Such a store has a bag of its own: the profile's, in which no other store is switched on.
 #pragma once
@@ -23,11 +24,14 @@ struct FileStoreRow {
   std::string_view kind;  // of items, as in StoreKind
   std::u16string_view configName;
   std::u16string_view className;
+  std::string_view filePrefix;  // what the names of its files begin with, and end with
+  std::string_view extension;
+  bool writesAtOnce;  // each item as it comes, not one file at the end
 };
 
 // Null where a format cannot hold items of a kind.
 const FileStoreRow* FindFileStore(FileFormat format, std::string_view kind);
-// Its word on the command line: "csv", "vcf", "vcs"; also the extension of its files.
+// Its word on the command line: "csv", "vcf", "vcs".
 const char* FormatWord(FileFormat format);
 
 // What the bag says of a job. Paths are in the module's form.
@@ -37,7 +41,9 @@ struct FileJob {
   std::u16string folder;
   std::u16string fileNames;   // of an import, ";" between them
   std::u16string mappingXml;  // of a CSV import
-  // Of an import whose items name each other: the identifiers that they have in the file, in the
+  // Of an import: what its items are called in a report, in their order. There must be as many.
+  std::vector<std::string> places;
+  // Where its items name each other: the identifiers that they have in the file, in the
   // order of the items, a series before its exceptions.
   std::vector<std::u16string> uids;
 };
@@ -60,8 +66,6 @@ class FileStore {
   void Sent(int32_t index);
   // Export. Throws ItemError, and StoreFailure when nothing more can be written to the folder.
   void Add(std::string_view text);
-  // An export is written, at the latest, now.
-  void Close();
 
  private:
   Bstr type_;

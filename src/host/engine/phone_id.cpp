@@ -17,9 +17,10 @@ constexpr std::string_view kIdFile = "/.qvsync-phone";
 constexpr std::string_view kNewPhoneHint =
     "If this is another phone or a new card, run the sync again with --new-phone.";
 
-std::string AbsolutePath(const std::string& folder) {
+// Links are followed, as far as there is something.
+std::string RealPath(const std::string& folder) {
   std::error_code error;
-  std::filesystem::path path = std::filesystem::canonical(folder, error);
+  std::filesystem::path path = std::filesystem::weakly_canonical(folder, error);
   if (error) path = std::filesystem::absolute(folder, error).lexically_normal();
   std::string text = path.string();
   while (text.size() > 1 && text.ends_with('/')) text.pop_back();
@@ -70,8 +71,8 @@ std::string PlainFolderTrouble(const std::string& folder) {
 }  // namespace
 
 bool IsWithin(const std::string& folder, const std::string& outer) {
-  const std::string inner = AbsolutePath(folder) + "/";
-  return inner.starts_with(AbsolutePath(outer) + "/");
+  const std::string inner = RealPath(folder) + "/";
+  return inner.starts_with(RealPath(outer) + "/");
 }
 
 bool IsPhoneAt(const std::string& folder, const std::string& id) {
@@ -90,7 +91,7 @@ bool IsElsewhereNoMore(const std::vector<KnownPhone>& phones, const std::string&
 PhoneIdentity MeetPhone(EngineRecord& record, const std::string& folder, bool newPhone) {
   if (std::string trouble = PlainFolderTrouble(folder); !trouble.empty()) return Refused(trouble);
   PhoneIdentity phone;
-  phone.folder = AbsolutePath(folder);
+  phone.folder = RealPath(folder);
   const IdFile file = ReadIdFile(phone.folder);
   const bool missing = file.error == std::errc::no_such_file_or_directory;
   if (file.error && !missing) {

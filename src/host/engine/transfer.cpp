@@ -1,18 +1,22 @@
 #include "host/engine/transfer.h"
 
 #include <algorithm>
-#include <cstring>
+#include <map>
 #include <optional>
+#include <set>
 #include <unordered_map>
 
+#include "host/engine/collection.h"
 #include "host/engine/content.h"
 #include "host/engine/engine_record.h"
 #include "host/engine/errors.h"
-#include "host/engine/phone_folder.h"
+#include "host/engine/pc_side.h"
 #include "host/engine/phone_id.h"
 #include "host/engine/report_words.h"
 #include "host/engine/runner.h"
 #include "items/item_objects.h"
+#include "platform/system/files.h"
+#include "platform/system/service.h"
 #include "support/text.h"
 #include "support/user_flags.h"
 #include "support/vobject/marked_text.h"
@@ -23,19 +27,7 @@ namespace {
 // So many new files share a sync to disk.
 constexpr int32_t kBatch = 256;
 
-struct DigestHash {
-  size_t operator()(const Md5Digest& digest) const noexcept {
-    size_t hash = 0;
-    std::memcpy(&hash, digest.data(), sizeof hash);
-    return hash;
-  }
-};
-
-ComPtr<IItemCommon> ReadText(const StoreKind& kind, std::string_view text) {
-  std::string buffer;
-  return ReadItem(kind, WithoutMark(text, buffer));
-}
-
+// Lines of texts between engine and stores end in CR LF.
 std::string WithWholeLineEnds(std::string_view text) {
   std::string whole;
   whole.reserve(text.size());
@@ -47,83 +39,61 @@ std::string WithWholeLineEnds(std::string_view text) {
   return whole;
 }
 
-class Transfer {
- public:
-  Transfer(Profile& profile, const std::string& phoneFolder, const FileJob& job,
-           const ProgressSink& progress, TransferReport& report)
-      : profile_(profile),
-        job_(job),
-        kind_(*FindStoreKind(job.row->kind)),
-        phone_(phoneFolder + "/" + std::string(kind_.name), kind_.extension),
-        progress_(progress),
-        report_(report) {}
+template <class Body>
+void Try(TransferReport& report, const char* side, const std::string& name, Body&& body) {
+  try {
+    body();
+  } catch (const ItemError& error) {
+    report.failed.push_back({side, name, error.what()});
+  } catch (const StatusError& error) {
+    report.failed.push_back({side, name, StatusWords(error.status())});
+  }
+}
 
-  void Import(bool dryRun) {
-    FileStore store(profile_, job_);
-    ReadPhone(true);
-    const int32_t count = store.Count();
-    if (!dryRun && count > 0) MakePhoneFolder();
-    ProgressMeter meter(progress_, kind_.name, static_cast<size_t>(count));
+class Import {
+ public:
+  Import(Profile& profile, Collection& phone, const FileJob& job, bool dryRun,
+         TransferReport& report)
+      : store_(profile, job), phone_(phone), job_(job), dryRun_(dryRun), report_(report) {}
+
+  void Run(const ProgressSink& progress) {
+    const int32_t count = store_.Count();
+    // The store reads the file once more.
+    if (static_cast<size_t>(count) != job_.places.size()) {
+      throw StoreFailure("the file changed while it was read: " + std::to_string(count) +
+                         " items were found in the place of " + std::to_string(job_.places.size()) +
+                         "; nothing of it was taken");
+    }
+    phone_.LearnContents();
+    if (!dryRun_ && count > 0) phone_.Make();
+    ProgressMeter meter(progress, phone_.kind().name, static_cast<size_t>(count));
     for (int32_t i = 0; i < count; ++i) {
       if (IsSyncStopped()) throw SyncStopped();
-      Try("file", "item " + std::to_string(i + 1), [&] { ImportOne(store, i, dryRun); });
-      if (!dryRun && i % kBatch == kBatch - 1) SyncPhone();
+      Try(report_, "file", job_.places[static_cast<size_t>(i)], [&] { One(i); });
+      if (!dryRun_ && i % kBatch == kBatch - 1) phone_.Sync();
       meter.Done();
     }
-    if (!dryRun && count > 0) SyncPhone();
-  }
-
-  void Export(const ExportLook& look, bool dryRun) {
-    ReadPhone(false);
-    std::optional<FileStore> store;
-    if (!dryRun) store.emplace(profile_, job_);
-    ProgressMeter meter(progress_, kind_.name, files_.size());
-    for (const FolderEntry& file : files_) {
-      if (IsSyncStopped()) throw SyncStopped();
-      Try("phone", file.name, [&] { ExportOne(file.name, look, store ? &*store : nullptr); });
-      meter.Done();
-    }
+    if (!dryRun_ && count > 0) phone_.Sync();
   }
 
  private:
-  template <class Body>
-  void Try(const char* side, const std::string& name, Body&& body) {
-    try {
-      body();
-    } catch (const ItemError& error) {
-      report_.failed.push_back({side, name, error.what()});
-    } catch (const StatusError& error) {
-      report_.failed.push_back({side, name, StatusWords(error.status())});
+  void One(int32_t index) {
+    ComPtr<IItemCommon> item;
+    std::string text = store_.Get(index, item);
+    FollowSeries(*item, text);
+    const std::u16string uid = UidOf(*item);
+    const ComPtr<IItemCommon> copy = ReadItem(phone_.kind(), text);
+    if (!copy) throw ItemError("its text cannot be read again");
+    const Collection::Known& known = phone_.Find(*copy, uid);
+    const auto place = static_cast<size_t>(index);
+    if (place < job_.uids.size()) renamed_.emplace(job_.uids[place], known.uid);
+    if (known.uid != uid) {
+      ++(known.isNew ? report_.repeated : report_.alreadyThere);
+      return;
     }
-  }
-
-  void ReadPhone(bool withContents) {
-    const std::error_code error = phone_.List(files_);
-    if (error && error != std::errc::no_such_file_or_directory) {
-      throw StoreFailure("the folder " + phone_.folder() + " cannot be read: " + error.message());
-    }
-    if (!withContents) return;
-    for (const FolderEntry& file : files_) {
-      std::string text;
-      // What cannot be read is nothing that an import could double.
-      if (phone_.Read(file.name, text)) continue;
-      if (const ComPtr<IItemCommon> item = ReadText(kind_, text)) {
-        std::u16string uid = UidOf(*item);
-        known_.emplace(ExactPrintOf(kind_, *item), std::move(uid));
-      }
-    }
-  }
-
-  void MakePhoneFolder() {
-    if (const std::error_code error = phone_.Make()) {
-      throw StoreFailure("cannot make " + phone_.folder() + ": " + error.message());
-    }
-  }
-
-  void SyncPhone() {
-    if (const std::error_code error = phone_.Sync()) {
-      throw StoreFailure("cannot write to " + phone_.folder() + ": " + error.message());
-    }
+    if (!dryRun_) Write(uid, text);
+    ++report_.done;
+    store_.Sent(index);
   }
 
   // An exception takes the identifier that its series went in under.
@@ -136,31 +106,11 @@ class Transfer {
                       ", which is not in the file");
     }
     calendar->parentRecurUid = series->second;
-    text = WriteItem(kind_, &item);
-  }
-
-  void ImportOne(FileStore& store, int32_t index, bool dryRun) {
-    ComPtr<IItemCommon> item;
-    std::string text = store.Get(index, item);
-    FollowSeries(*item, text);
-    const std::u16string uid = UidOf(*item);
-    const ComPtr<IItemCommon> copy = ReadText(kind_, text);
-    if (!copy) throw ItemError("its text cannot be read again");
-    const auto [known, isNew] = known_.try_emplace(ExactPrintOf(kind_, *copy), uid);
-    const auto place = static_cast<size_t>(index);
-    if (place < job_.uids.size()) renamed_.emplace(job_.uids[place], known->second);
-    if (!isNew) {
-      ++report_.alreadyThere;
-      return;
-    }
-    if (!dryRun) Write(uid, text);
-    ++report_.done;
-    store.Sent(index);
+    text = WriteItem(phone_.kind(), &item);
   }
 
   void Write(const std::u16string& uid, const std::string& text) {
-    const std::string name = phone_.FreeName(uid);
-    const std::error_code error = phone_.Write(name, text);
+    const std::error_code error = phone_.Add(uid, text);
     if (!error) return;
     // What one file cannot take, the next cannot either: the names are all alike.
     throw StoreFailure("cannot write to " + phone_.folder() + ": " + error.message() + "; " +
@@ -168,53 +118,126 @@ class Transfer {
                        " items are there, and the import can be run again for the rest");
   }
 
-  void ExportOne(const std::string& name, const ExportLook& look, FileStore* store) {
-    std::string text;
-    if (const std::error_code error = phone_.Read(name, text)) throw ItemError(error.message());
-    const ComPtr<IItemCommon> item = ReadText(kind_, text);
-    if (!item) throw ItemError("it holds no item that can be read");
-    if (const StoreKind& itsKind = KindOf(kind_, *item); &itsKind != &kind_) {
-      throw ItemError("it belongs in the folder \"" + std::string(itsKind.name) + "\"");
-    }
-    // Lines of texts between engine and stores end in CR LF.
-    if (job_.row->format == FileFormat::VCard) text = WithWholeLineEnds(text);
-    // A file of events has no room for what stands round them: zones, a mark, a newer version.
-    if (job_.row->format == FileFormat::VCal) text = WriteItem(kind_, item.get());
-    std::string buffer;
-    if (store != nullptr) store->Add(WithoutMark(text, buffer));
-    ++report_.done;
-    if (look) look(name, *item);
+  FileStore store_;
+  Collection& phone_;
+  const FileJob& job_;
+  const bool dryRun_;
+  TransferReport& report_;
+  std::unordered_map<std::u16string, std::u16string> renamed_;
+};
+
+class Export {
+ public:
+  Export(Profile& profile, Collection& phone, const FileJob& job, TransferReport& report)
+      : phone_(phone), job_(job), folder_(ToNativePath(job.folder).value_or("")), report_(report) {
+    before_ = FilesInFolder();
+    store_.emplace(profile, job);
   }
 
-  Profile& profile_;
+  void Run(const ProgressSink& progress, const std::function<void(IItemCommon&)>& look) {
+    try {
+      HandOver(progress, look);
+    } catch (const SyncStopped&) {
+      Finish();
+      RemoveHalf();
+      throw;
+    } catch (...) {
+      Finish();
+      throw;
+    }
+    Finish();
+    if (report_.done == 0 || !report_.files.empty()) return;
+    throw StoreFailure(
+        "nothing was written to " + folder_ + ": " +
+        ProbeFolder(folder_).value_or("the disk may be full, or the path of the folder too long"));
+  }
+
+ private:
+  void HandOver(const ProgressSink& progress, const std::function<void(IItemCommon&)>& look) {
+    ProgressMeter meter(progress, phone_.kind().name, phone_.files().size());
+    for (const FolderEntry& file : phone_.files()) {
+      if (IsSyncStopped()) throw SyncStopped();
+      Try(report_, "phone", file.name, [&] { One(file.name, look); });
+      meter.Done();
+    }
+  }
+
+  void One(const std::string& name, const std::function<void(IItemCommon&)>& look) {
+    const StoreKind& kind = phone_.kind();
+    std::string text;
+    if (const std::error_code error = phone_.Read(name, text)) throw ItemError(error.message());
+    if (CountItems(kind, text) > 1) throw ItemError("it holds more than one item");
+    std::string buffer;
+    const ComPtr<IItemCommon> item = ReadItem(kind, WithoutMark(text, buffer));
+    if (!item) throw ItemError("it holds no item that can be read");
+    if (const StoreKind& itsKind = KindOf(kind, *item); &itsKind != &kind) {
+      throw ItemError("it belongs in the folder \"" + std::string(itsKind.name) + "\"");
+    }
+    // A file of events has no room for what stands round them: zones, a mark, a newer version.
+    const bool isCalendar = job_.row->format == FileFormat::VCal;
+    store_->Add(isCalendar ? WriteItem(kind, item.get())
+                           : WithWholeLineEnds(WithoutMark(text, buffer)));
+    ++report_.done;
+    if (look) look(*item);
+  }
+
+  // What the store still has to write it writes now.
+  void Finish() {
+    store_.reset();
+    for (const std::string& name : FilesInFolder()) {
+      if (!before_.contains(name)) report_.files.push_back(name);
+    }
+  }
+
+  // One file of some of the items would look like one of all of them.
+  void RemoveHalf() {
+    if (job_.row->writesAtOnce) return;
+    for (const std::string& name : report_.files)
+      Service<Files>::Get().Remove(folder_ + "/" + name);
+    report_.files.clear();
+    report_.done = 0;
+  }
+
+  std::set<std::string> FilesInFolder() const {
+    std::vector<FolderEntry> entries;
+    if (const std::error_code error = Service<Files>::Get().List(folder_, entries)) {
+      throw StoreFailure("cannot read " + folder_ + ": " + error.message());
+    }
+    std::set<std::string> names;
+    for (FolderEntry& entry : entries) {
+      const bool isOurs =
+          entry.name.starts_with(job_.row->filePrefix) && entry.name.ends_with(job_.row->extension);
+      if (isOurs && !entry.info.isFolder) names.insert(std::move(entry.name));
+    }
+    return names;
+  }
+
+  Collection& phone_;
   const FileJob& job_;
-  const StoreKind& kind_;
-  PhoneFolder phone_;
-  const ProgressSink& progress_;
+  const std::string folder_;
   TransferReport& report_;
-  std::vector<FolderEntry> files_;
-  std::unordered_map<Md5Digest, std::u16string, DigestHash> known_;  // uid by content
-  std::unordered_map<std::u16string, std::u16string> renamed_;
+  std::set<std::string> before_;
+  std::optional<FileStore> store_;
 };
 
 template <class Body>
 TransferReport RunJob(Body&& body) {
   TransferReport report;
-  const auto fail = [&](const std::string& message) {
-    report.result = SyncResult::Failed;
+  const auto fail = [&](SyncResult result, const std::string& message) {
+    report.result = result;
     report.message = message;
   };
   try {
     body(report);
     if (!report.failed.empty()) report.result = SyncResult::Partial;
   } catch (const SyncStopped&) {
-    report.result = SyncResult::Stopped;
+    fail(SyncResult::Stopped, "stopped before all of it was done");
   } catch (const StatusError& error) {
-    fail(StatusWords(error.status()));
+    fail(SyncResult::Failed, StatusWords(error.status()));
   } catch (const std::bad_alloc&) {
-    fail("out of memory");
+    fail(SyncResult::Failed, "out of memory");
   } catch (const std::exception& error) {
-    fail(error.what());
+    fail(SyncResult::Failed, error.what());
   }
   return report;
 }
@@ -238,8 +261,15 @@ TransferRun RunJobs(Profile& profile, const std::string& phoneFolder,
     return run;
   }
   if (changesPhone) WelcomePhone(record, phone);
-  for (const FileJob& job : jobs) {
-    run.jobs.push_back(RunJob([&](TransferReport& report) { body(phone.folder, job, report); }));
+  // Each collection is looked at once, whatever number of files goes there.
+  std::map<std::string_view, Collection> collections;
+  for (size_t i = 0; i < jobs.size(); ++i) {
+    const StoreKind& kind = *FindStoreKind(jobs[i].row->kind);
+    Collection& collection = collections.try_emplace(kind.name, phone.folder, kind).first->second;
+    run.jobs.push_back(RunJob([&](TransferReport& report) {
+      collection.List();
+      body(collection, i, report);
+    }));
     run.result = std::max(run.result, run.jobs.back().result);
     if (run.jobs.back().result == SyncResult::Stopped) break;
   }
@@ -252,17 +282,19 @@ TransferRun RunImport(Profile& profile, const std::string& phoneFolder,
                       const std::vector<FileJob>& jobs, const TransferOptions& options,
                       const ProgressSink& progress) {
   return RunJobs(profile, phoneFolder, jobs, options, !options.dryRun,
-                 [&](const std::string& phone, const FileJob& job, TransferReport& report) {
-                   Transfer(profile, phone, job, progress, report).Import(options.dryRun);
+                 [&](Collection& phone, size_t job, TransferReport& report) {
+                   Import(profile, phone, jobs[job], options.dryRun, report).Run(progress);
                  });
 }
 
 TransferRun RunExport(Profile& profile, const std::string& phoneFolder,
                       const std::vector<FileJob>& jobs, const ExportLook& look,
-                      const TransferOptions& options, const ProgressSink& progress) {
-  return RunJobs(profile, phoneFolder, jobs, options, false,
-                 [&](const std::string& phone, const FileJob& job, TransferReport& report) {
-                   Transfer(profile, phone, job, progress, report).Export(look, options.dryRun);
+                      const ProgressSink& progress) {
+  return RunJobs(profile, phoneFolder, jobs, {}, false,
+                 [&](Collection& phone, size_t job, TransferReport& report) {
+                   Export(profile, phone, jobs[job], report).Run(progress, [&](IItemCommon& item) {
+                     if (look) look(job, item);
+                   });
                  });
 }
 

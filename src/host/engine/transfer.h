@@ -25,14 +25,16 @@ struct TransferReport {
   SyncResult result = SyncResult::Ok;
   int64_t done = 0;          // items written, or that would be
   int64_t alreadyThere = 0;  // import: the phone holds one with the same content
+  int64_t repeated = 0;      // import: this run has brought one with the same content
   // Import: exceptions whose series went in under a new identifier follow it there; those of a
   // series that is not among the items are failures.
   std::vector<ItemFailure> failed;
-  std::string message;  // why it failed, and the way out
+  std::vector<std::string> files;  // export: the names of those that were made
+  std::string message;             // why it ended early, and the way out
 };
 
-// An item of an export before it is handed over.
-using ExportLook = std::function<void(const std::string& name, IItemCommon& item)>;
+// An item of an export, after it was handed over.
+using ExportLook = std::function<void(size_t job, IItemCommon& item)>;
 
 struct TransferRun {
   SyncResult result = SyncResult::Ok;  // the worst of the jobs
@@ -46,6 +48,6 @@ TransferRun RunImport(Profile& profile, const std::string& phoneFolder,
                       const ProgressSink& progress = {});
 TransferRun RunExport(Profile& profile, const std::string& phoneFolder,
                       const std::vector<FileJob>& jobs, const ExportLook& look,
-                      const TransferOptions& options, const ProgressSink& progress = {});
+                      const ProgressSink& progress = {});
 
 }  // namespace qv

@@ -16,7 +16,7 @@ constexpr size_t kMaxShown = 60;
 
 std::string Shown(std::u16string_view text) {
   const bool isLong = text.size() > kMaxShown;
-  return "\"" + ToUtf8(text.substr(0, kMaxShown)) + (isLong ? "...\"" : "\"");
+  return std::string("\"").append(ToUtf8(text.substr(0, kMaxShown))) + (isLong ? "...\"" : "\"");
 }
 
 // Quotes round telephones come and go, a day gets its midnight: neither is a change.
@@ -50,7 +50,9 @@ void Settle(Contact& contact) {
   byKind(contact.organisations);
   byKind(contact.events);
   std::erase(contact.addresses, std::nullopt);
-  std::ranges::stable_sort(contact.addresses, {}, [](const auto& entry) { return entry->kind; });
+  std::ranges::stable_sort(contact.addresses, {}, [](const auto& entry) {
+    return entry ? entry->kind : PlaceKind{};  // there is none without a value any more
+  });
   std::ranges::sort(contact.groupUids);
   contact.groupNames.clear();
   Normalize(contact);
@@ -62,6 +64,7 @@ class Accountant {
       : sheet_(sheet), set_(mapping.kind->fields), groups_(groups), texts_(set_.names.size()) {
     for (size_t i = 0; i < mapping.columns.size(); ++i) {
       const std::u16string& field = mapping.columns[i].field;
+      if (mapping.columns[i].isUsed) continue;
       if (field.empty()) {
         lostPlaces_.push_back(i);
         account_.lost.push_back({sheet.header[i], mapping.columns[i].reason, 0});
@@ -127,22 +130,35 @@ class Accountant {
   SheetAccount account_;
 };
 
+// Null for a row that counts.
+const char* WhyUseless(const SheetRow& row, const SheetMapping& mapping, bool needsStart) {
+  bool isEmpty = true;
+  bool hasStart = false;
+  for (size_t i = 0; i < std::min(row.cells.size(), mapping.columns.size()); ++i) {
+    const std::u16string& field = mapping.columns[i].field;
+    if (field.empty() || row.cells[i].empty()) continue;
+    isEmpty = false;
+    hasStart |= field == u"Start Date" && ParseLooseDateTime(row.cells[i]).IsDate();
+  }
+  if (isEmpty) return "nothing in a column that is taken; left out";
+  return needsStart && !hasStart ? "no start that can be read; left out" : nullptr;
+}
+
 }  // namespace
 
 SheetAccount AccountFor(const Sheet& sheet, const SheetMapping& mapping, const GroupTable& groups) {
   return Accountant(sheet, mapping, groups).Run();
 }
 
-std::vector<size_t> DropEmptyRows(Sheet& sheet, const SheetMapping& mapping) {
-  std::vector<size_t> lines;
+std::vector<SheetProblem> DropUselessRows(Sheet& sheet, const SheetMapping& mapping) {
+  const bool needsStart = mapping.kind->store == "calendar";
+  std::vector<SheetProblem> told;
   std::erase_if(sheet.rows, [&](const SheetRow& row) {
-    for (size_t i = 0; i < std::min(row.cells.size(), mapping.columns.size()); ++i) {
-      if (!mapping.columns[i].field.empty() && !row.cells[i].empty()) return false;
-    }
-    lines.push_back(row.line);
-    return true;
+    const char* why = WhyUseless(row, mapping, needsStart);
+    if (why != nullptr) told.push_back({row.line, why});
+    return why != nullptr;
   });
-  return lines;
+  return told;
 }
 
 int64_t CountFormulas(const std::vector<FieldCell>& cells) {

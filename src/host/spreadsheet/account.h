@@ -28,14 +28,15 @@ struct LostColumn {
 
 struct SheetAccount {
   std::vector<FieldAccount> fields;  // in the order of the columns
-  std::vector<LostColumn> lost;
+  std::vector<LostColumn> lost;      // none whose cells serve another column
 };
 
 // `groups` knows which names of groups a store will know.
 SheetAccount AccountFor(const Sheet& sheet, const SheetMapping& mapping, const GroupTable& groups);
 
-// Rows without a cell that counts are taken out of the sheet; their lines.
-std::vector<size_t> DropEmptyRows(Sheet& sheet, const SheetMapping& mapping);
+// After ConvertCells: takes out of the sheet the rows without a cell that counts, and appointments
+// without a start, and tells of each.
+std::vector<SheetProblem> DropUselessRows(Sheet& sheet, const SheetMapping& mapping);
 
 // Cells that a spreadsheet takes for formulas: they begin with = + - or @.
 int64_t CountFormulas(const std::vector<FieldCell>& cells);

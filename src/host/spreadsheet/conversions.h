@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/spreadsheet/date_cells.h"
 #include "host/spreadsheet/mapping.h"
 
 namespace qv {
@@ -16,10 +17,12 @@ struct Conversion {
   int64_t cells = 0;
 };
 
-// Changes cells in place: times of columns of their own join their days, dates of any usual order
-// become "YYYY-MM-DD hh:mm", words become the numbers that stand for them. What is not understood
-// stays. In a column of dates one with a part above 12 tells the order; else the month stands first
-// before "/", and the day before "." and "-".
-std::vector<Conversion> ConvertCells(Sheet& sheet, SheetMapping& mapping);
+// Changes cells in place: times and parts of dates in columns of their own join their days, dates
+// of any usual order become "YYYY-MM-DD hh:mm", words become the numbers that stand for them. What
+// is not understood stays. All dates of a file have one order, see DateReader. Birthdays and
+// anniversaries with two digits of a year lie in no year to come. The end of an all-day row without
+// a time of day is its last day, and becomes the midnight after.
+std::vector<Conversion> ConvertCells(Sheet& sheet, SheetMapping& mapping,
+                                     DateOrder order = DateOrder::Guess);
 
 }  // namespace qv

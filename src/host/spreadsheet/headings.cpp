@@ -11,11 +11,14 @@ constexpr Heading kContactHeadings[] = {
     {u"surname", {u"FamilyName"}},
     {u"familyname", {u"FamilyName"}},
     {u"nachname", {u"FamilyName"}},
+    {u"last", {u"FamilyName"}},
     {u"familienname", {u"FamilyName"}},
     {u"firstname", {u"GivenName"}},
     {u"givenname", {u"GivenName"}},
     {u"vorname", {u"GivenName"}},
+    {u"first", {u"GivenName"}},
     {u"middlename", {u"Additional"}},
+    {u"middle", {u"Additional"}},
     {u"additionalname", {u"Additional"}},
     {u"weiterevornamen", {u"Additional"}},
     {u"zweitervorname", {u"Additional"}},
@@ -37,6 +40,8 @@ constexpr Heading kContactHeadings[] = {
     {u"note", {u"Note"}},
     {u"notizen", {u"Note"}},
     {u"bemerkungen", {u"Note"}},
+    {u"bemerkung", {u"Note"}},
+    {u"comments", {u"Note"}},
     {u"birthday", {u"BirthDay"}},
     {u"geburtstag", {u"BirthDay"}},
     {u"geburtsdatum", {u"BirthDay"}},
@@ -57,10 +62,14 @@ constexpr Heading kContactHeadings[] = {
     {u"organization1title", {u"JobTitle"}},
     {u"position", {u"JobTitle"}},
     {u"berufsbezeichnung", {u"JobTitle"}},
+    {u"arbeitstitel", {u"JobTitle"}},
     {u"homephone", {u"Home Telephone", u"Other Telephone", u"Default Telephone"}},
     {u"homephone2", {u"Other Telephone", u"Default Telephone", u"Callback"}},
     {u"telefonprivat", {u"Home Telephone", u"Other Telephone", u"Default Telephone"}},
     {u"telefonprivat2", {u"Other Telephone", u"Default Telephone"}},
+    {u"telprivat", {u"Home Telephone", u"Other Telephone", u"Default Telephone"}},
+    {u"rufnummerprivat", {u"Home Telephone", u"Other Telephone", u"Default Telephone"}},
+    {u"home", {u"Home Telephone", u"Other Telephone", u"Default Telephone"}},
     {u"telephoneprivate", {u"Home Telephone", u"Other Telephone"}},
     {u"businessphone", {u"Work Telephone", u"Company Telephone", u"Other Telephone"}},
     {u"businessphone2", {u"Company Telephone", u"Other Telephone", u"Default Telephone"}},
@@ -68,9 +77,14 @@ constexpr Heading kContactHeadings[] = {
     {u"telefongesch\u00E4ftlich", {u"Work Telephone", u"Company Telephone", u"Other Telephone"}},
     {u"telefongesch\u00E4ftlich2", {u"Company Telephone", u"Other Telephone"}},
     {u"telefondienstlich", {u"Work Telephone", u"Company Telephone", u"Other Telephone"}},
+    {u"teldienstlich", {u"Work Telephone", u"Company Telephone", u"Other Telephone"}},
+    {u"rufnummergesch\u00E4ftlich", {u"Work Telephone", u"Company Telephone", u"Other Telephone"}},
+    {u"work", {u"Work Telephone", u"Company Telephone", u"Other Telephone"}},
     {u"companymainphone", {u"Company Telephone", u"Work Telephone"}},
     {u"telefonfirma", {u"Company Telephone", u"Work Telephone"}},
     {u"primaryphone", {u"Default Telephone", u"Other Telephone"}},
+    {u"generalphone", {u"Default Telephone", u"Other Telephone"}},
+    {u"primary", {u"Default Telephone", u"Other Telephone"}},
     {u"haupttelefon", {u"Default Telephone", u"Other Telephone"}},
     {u"phone", {u"Default Telephone", u"Home Telephone", u"Other Telephone"}},
     {u"telephone", {u"Default Telephone", u"Home Telephone", u"Other Telephone"}},
@@ -81,11 +95,16 @@ constexpr Heading kContactHeadings[] = {
     {u"phone3value", {u"Home Telephone", u"Work Telephone", u"Callback"}},
     {u"phone4value", {u"Work Telephone", u"Company Telephone", u"Callback"}},
     {u"otherphone", {u"Other Telephone", u"Default Telephone"}},
+    {u"other", {u"Other Telephone", u"Default Telephone"}},
     {u"weiterestelefon", {u"Other Telephone", u"Default Telephone"}},
     {u"mobilephone", {u"Mobile", u"Other Telephone"}},
     {u"mobilenumber", {u"Mobile", u"Other Telephone"}},
     {u"cellphone", {u"Mobile", u"Other Telephone"}},
     {u"mobiltelefon", {u"Mobile", u"Other Telephone"}},
+    {u"mobiltelnr", {u"Mobile", u"Other Telephone"}},
+    {u"generalmobile", {u"Mobile", u"Other Telephone"}},
+    {u"homemobile", {u"Mobile", u"Other Telephone", u"Default Telephone"}},
+    {u"businessmobile", {u"Mobile", u"Company Telephone", u"Other Telephone"}},
     {u"mobiltelefon2", {u"Other Telephone", u"Default Telephone"}},
     {u"handy", {u"Mobile", u"Other Telephone"}},
     {u"mobil", {u"Mobile", u"Other Telephone"}},
@@ -96,10 +115,13 @@ constexpr Heading kContactHeadings[] = {
     {u"faxgesch\u00E4ftlich", {u"Work Fax", u"Other Fax"}},
     {u"faxdienstlich", {u"Work Fax", u"Other Fax"}},
     {u"faxnummer", {u"Work Fax", u"Other Fax"}},
+    {u"fax", {u"Work Fax", u"Other Fax"}},
+    {u"generalfax", {u"Other Fax", u"Work Fax"}},
     {u"otherfax", {u"Other Fax", u"Home Fax"}},
     {u"weiteresfax", {u"Other Fax", u"Home Fax"}},
     {u"pager", {u"Pager"}},
     {u"pagernumber", {u"Pager"}},
+    {u"pagernummer", {u"Pager"}},
     {u"radiophone", {u"Radio"}},
     {u"mobilfunk", {u"Radio"}},
     {u"carphone", {u"Car"}},
@@ -115,15 +137,21 @@ constexpr Heading kContactHeadings[] = {
     {u"emailaddress", {u"Home Email", u"Work Email", u"Other Email"}},
     {u"email", {u"Home Email", u"Work Email", u"Other Email"}},
     {u"primaryemail", {u"Home Email", u"Work Email", u"Other Email"}},
+    {u"homeemail", {u"Home Email", u"Other Email"}},
+    {u"generalemail", {u"Other Email", u"Home Email", u"Work Email"}},
     {u"emailadresse", {u"Home Email", u"Work Email", u"Other Email"}},
     {u"prim\u00E4reemailadresse", {u"Home Email", u"Work Email", u"Other Email"}},
     {u"email1value", {u"Home Email", u"Work Email", u"Other Email"}},
     {u"email2address", {u"Work Email", u"Other Email", u"Home Email"}},
     {u"secondaryemail", {u"Work Email", u"Other Email", u"Home Email"}},
+    {u"alternateemail1", {u"Work Email", u"Other Email", u"Home Email"}},
+    {u"businessemail", {u"Work Email", u"Other Email"}},
+    {u"workemail", {u"Work Email", u"Other Email"}},
     {u"email2adresse", {u"Work Email", u"Other Email", u"Home Email"}},
     {u"sekund\u00E4reemailadresse", {u"Work Email", u"Other Email", u"Home Email"}},
     {u"email2value", {u"Work Email", u"Other Email", u"Home Email"}},
     {u"email3address", {u"Other Email", u"Work Email", u"Home Email"}},
+    {u"alternateemail2", {u"Other Email", u"Work Email", u"Home Email"}},
     {u"email3adresse", {u"Other Email", u"Work Email", u"Home Email"}},
     {u"email3value", {u"Other Email", u"Work Email", u"Home Email"}},
     {u"webpage", {u"Work Url", u"Home Url", u"Other Url"}},
@@ -134,76 +162,60 @@ constexpr Heading kContactHeadings[] = {
     {u"webseite1", {u"Work Url", u"Other Url"}},
     {u"webseite2", {u"Home Url", u"Other Url"}},
     {u"personalwebpage", {u"Home Url", u"Other Url"}},
+    {u"personalwebsite", {u"Home Url", u"Other Url"}},
+    {u"privatewebseite", {u"Home Url", u"Other Url"}},
+    {u"businesswebpage", {u"Work Url", u"Other Url"}},
+    {u"businesswebsite", {u"Work Url", u"Other Url"}},
+    {u"webseitegesch\u00E4ftlich", {u"Work Url", u"Other Url"}},
     {u"website1value", {u"Home Url", u"Work Url", u"Other Url"}},
-    {u"homeaddresspobox", {u"Home Address Postoffice"}},
-    {u"postfachprivat", {u"Home Address Postoffice"}},
-    {u"homestreet", {u"Home Address Street"}},
-    {u"homeaddress", {u"Home Address Street"}},
-    {u"stra\u00DFeprivat", {u"Home Address Street"}},
-    {u"adresseprivat", {u"Home Address Street"}},
-    {u"homestreet2", {u"Home Address Extended"}},
-    {u"homeaddress2", {u"Home Address Extended"}},
-    {u"homecity", {u"Home Address Locality"}},
-    {u"ortprivat", {u"Home Address Locality"}},
-    {u"homestate", {u"Home Address Region"}},
-    {u"bundeslandkantonprivat", {u"Home Address Region"}},
-    {u"homepostalcode", {u"Home Address Postalcode"}},
-    {u"homezipcode", {u"Home Address Postalcode"}},
-    {u"postleitzahlprivat", {u"Home Address Postalcode"}},
-    {u"plzprivat", {u"Home Address Postalcode"}},
-    {u"homecountry", {u"Home Address Country"}},
-    {u"homecountryregion", {u"Home Address Country"}},
-    {u"landregionprivat", {u"Home Address Country"}},
-    {u"landprivat", {u"Home Address Country"}},
-    {u"businessaddresspobox", {u"Work Address Postoffice"}},
-    {u"postfachgesch\u00E4ftlich", {u"Work Address Postoffice"}},
-    {u"businessstreet", {u"Work Address Street"}},
-    {u"workaddress", {u"Work Address Street"}},
-    {u"stra\u00DFegesch\u00E4ftlich", {u"Work Address Street"}},
-    {u"adressedienstlich", {u"Work Address Street"}},
-    {u"businessstreet2", {u"Work Address Extended"}},
-    {u"workaddress2", {u"Work Address Extended"}},
-    {u"businesscity", {u"Work Address Locality"}},
-    {u"workcity", {u"Work Address Locality"}},
-    {u"ortgesch\u00E4ftlich", {u"Work Address Locality"}},
-    {u"businessstate", {u"Work Address Region"}},
-    {u"workstate", {u"Work Address Region"}},
-    {u"regiongesch\u00E4ftlich", {u"Work Address Region"}},
-    {u"businesspostalcode", {u"Work Address Postalcode"}},
-    {u"workzipcode", {u"Work Address Postalcode"}},
-    {u"postleitzahlgesch\u00E4ftlich", {u"Work Address Postalcode"}},
-    {u"businesscountry", {u"Work Address Country"}},
-    {u"businesscountryregion", {u"Work Address Country"}},
-    {u"workcountry", {u"Work Address Country"}},
-    {u"landregiongesch\u00E4ftlich", {u"Work Address Country"}},
-    {u"otherstreet", {u"Other Address Street"}},
-    {u"weiterestra\u00DFe", {u"Other Address Street"}},
-    {u"othercity", {u"Other Address Locality"}},
-    {u"weitererort", {u"Other Address Locality"}},
-    {u"otherstate", {u"Other Address Region"}},
-    {u"otherpostalcode", {u"Other Address Postalcode"}},
-    {u"weiterepostleitzahl", {u"Other Address Postalcode"}},
-    {u"othercountry", {u"Other Address Country"}},
-    {u"othercountryregion", {u"Other Address Country"}},
-    {u"address1pobox", {u"Home Address Postoffice"}},
-    {u"address1extendedaddress", {u"Home Address Extended"}},
-    {u"address1street", {u"Home Address Street"}},
-    {u"address1city", {u"Home Address Locality"}},
-    {u"address1region", {u"Home Address Region"}},
-    {u"address1postalcode", {u"Home Address Postalcode"}},
-    {u"address1country", {u"Home Address Country"}},
-    {u"stra\u00DFe", {u"Home Address Street"}},
-    {u"street", {u"Home Address Street"}},
-    {u"plz", {u"Home Address Postalcode"}},
-    {u"postalcode", {u"Home Address Postalcode"}},
-    {u"zip", {u"Home Address Postalcode"}},
-    {u"city", {u"Home Address Locality"}},
-    {u"stadt", {u"Home Address Locality"}},
-    {u"country", {u"Home Address Country"}},
-    {u"land", {u"Home Address Country"}},
+    {u"messengerid", {u"Yahoo Messenger", u"Other Messenger"}},
     {u"groups", {u"Group"}},
     {u"categories", {u"Group"}},
     {u"kategorien", {u"Group"}},
+};
+
+// Columns of an address: a place and a part in either order, or a part alone. "Weiterer/s/e" is how
+// programs write it that know one word for all their columns.
+struct AddressWord {
+  std::u16string_view word;
+  std::u16string_view field;  // the first or the last piece of its name
+};
+
+constexpr AddressWord kAddressPlaces[] = {
+    {u"", u"Home"},
+    {u"home", u"Home"},
+    {u"privat", u"Home"},
+    {u"address1", u"Home"},
+    {u"work", u"Work"},
+    {u"business", u"Work"},
+    {u"dienstlich", u"Work"},
+    {u"gesch\u00E4ftlich", u"Work"},
+    {u"other", u"Other"},
+    {u"weitere", u"Other"},
+    {u"weiterer", u"Other"},
+    {u"weiteres", u"Other"},
+    {u"weiterers", u"Other"},
+    {u"weiterersre", u"Other"},
+    {u"weitererse", u"Other"},
+    {u"weiteresr", u"Other"},
+    {u"weiteresre", u"Other"},
+};
+
+constexpr AddressWord kAddressParts[] = {
+    {u"pobox", u"Postoffice"},      {u"addresspobox", u"Postoffice"},
+    {u"postfach", u"Postoffice"},   {u"extendedaddress", u"Extended"},
+    {u"street", u"Street"},         {u"address", u"Street"},
+    {u"stra\u00DFe", u"Street"},    {u"strasse", u"Street"},
+    {u"adresse", u"Street"},        {u"city", u"Locality"},
+    {u"town", u"Locality"},         {u"ort", u"Locality"},
+    {u"stadt", u"Locality"},        {u"state", u"Region"},
+    {u"county", u"Region"},         {u"region", u"Region"},
+    {u"bundesland", u"Region"},     {u"bundeslandkanton", u"Region"},
+    {u"postalcode", u"Postalcode"}, {u"postcode", u"Postalcode"},
+    {u"zip", u"Postalcode"},        {u"zipcode", u"Postalcode"},
+    {u"plz", u"Postalcode"},        {u"postleitzahl", u"Postalcode"},
+    {u"country", u"Country"},       {u"countryregion", u"Country"},
+    {u"land", u"Country"},          {u"landregion", u"Country"},
 };
 
 constexpr Heading kCalendarHeadings[] = {
@@ -257,6 +269,40 @@ constexpr std::u16string_view kTimes[][2] = {
     {u"beginntam", u"beginntum"}, {u"endetam", u"endetum"}, {u"erinnerungam", u"erinnerungum"},
 };
 
+constexpr DayHeadings kDaysInThree[] = {
+    {u"birthday", u"birthmonth", u"birthyear"},
+    {u"geburtstag", u"geburtsmonat", u"geburtsjahr"},
+};
+
+// The place that is left when a part is taken off either end of a heading; null for none.
+const AddressWord* PlaceBeside(std::u16string_view plain, std::u16string_view part) {
+  std::u16string_view place = plain;
+  if (plain.ends_with(part)) {
+    place.remove_suffix(part.size());
+  } else if (plain.starts_with(part)) {
+    place.remove_prefix(part.size());
+  } else {
+    return nullptr;
+  }
+  const auto found = std::ranges::find(kAddressPlaces, place, &AddressWord::word);
+  return found == std::end(kAddressPlaces) ? nullptr : &*found;
+}
+
+// "Home Address Street" for "homestreet"; empty for a heading of no address.
+std::u16string AddressField(std::u16string_view plain) {
+  // What has a second line is the street: "Home Street 2".
+  const bool isFurther = plain.ends_with(u'2') || plain.ends_with(u'3');
+  if (isFurther) plain.remove_suffix(1);
+  for (const AddressWord& part : kAddressParts) {
+    const AddressWord* place = PlaceBeside(plain, part.word);
+    if (place == nullptr || (isFurther && part.field != u"Street")) continue;
+    return std::u16string(place->field)
+        .append(u" Address ")
+        .append(isFurther ? u"Extended" : part.field);
+  }
+  return {};
+}
+
 }  // namespace
 
 std::span<const SheetKind> SheetKinds() {
@@ -280,6 +326,18 @@ std::u16string PlainHeading(std::u16string_view heading) {
     if (counts && unit != 0xFEFF) plain.push_back(unit);
   }
   return plain;
+}
+
+Heading FindHeading(const SheetKind& kind, std::u16string_view plain) {
+  const auto found = std::ranges::find(kind.headings, plain, &Heading::name);
+  if (found != kind.headings.end()) return *found;
+  const auto field = std::ranges::find(kind.fields.names, AddressField(plain));
+  return field == kind.fields.names.end() ? Heading{} : Heading{{}, {*field}};
+}
+
+const DayHeadings* FindDayInThree(std::u16string_view plain) {
+  const auto found = std::ranges::find(kDaysInThree, plain, &DayHeadings::day);
+  return found == std::end(kDaysInThree) ? nullptr : &*found;
 }
 
 std::u16string_view TimeHeadingFor(std::u16string_view plainDayHeading) {

@@ -13,7 +13,8 @@ namespace {
 constexpr size_t kMaxWords = 7;
 constexpr size_t kMaxFields = 5;
 
-// The fields for a label, the best first; the label in the form that PlainHeading gives.
+// The fields for a label, the best first; the label in the form that PlainHeading gives. The last
+// row of a table may also serve labels that are empty or unknown.
 struct Label {
   std::u16string_view words[kMaxWords];
   std::u16string_view fields[kMaxFields];
@@ -38,11 +39,11 @@ constexpr Label kPhoneLabels[] = {
 };
 
 constexpr Label kMailLabels[] = {
-    {{u"home", u"privat"}, {u"Home Email", u"Other Email", u"Work Email"}},
     {{u"work", u"arbeit", u"gesch\u00E4ftlich", u"dienstlich", u"business"},
      {u"Work Email", u"Other Email", u"Home Email"}},
     {{u"other", u"andere", u"sonstige", u"sonstiges", u"weitere"},
      {u"Other Email", u"Home Email", u"Work Email"}},
+    {{u"home", u"privat"}, {u"Home Email", u"Other Email", u"Work Email"}},
 };
 
 constexpr Label kWebLabels[] = {
@@ -71,10 +72,10 @@ constexpr Label kEventLabels[] = {
 
 // Of an address the fields' names go on with the part.
 constexpr Label kAddressLabels[] = {
-    {{u"home", u"privat"}, {u"Home Address ", u"Other Address ", u"Work Address "}},
     {{u"work", u"arbeit", u"gesch\u00E4ftlich", u"dienstlich"},
      {u"Work Address ", u"Other Address ", u"Home Address "}},
     {{u"other", u"andere", u"sonstige"}, {u"Other Address ", u"Home Address ", u"Work Address "}},
+    {{u"home", u"privat"}, {u"Home Address ", u"Other Address ", u"Work Address "}},
 };
 
 // What stands behind the number in a heading, and what it adds to a field's name.
@@ -95,18 +96,17 @@ struct Family {
   std::u16string_view shown;
   std::span<const Part> parts;
   std::span<const Label> labels;
-  // What is taken for a label that is empty or unknown; none of them for an event.
-  const Label* otherwise;
+  bool takesUnknown;  // a label that is empty or unknown counts as the last one
   bool severalInCell;
 };
 
 constexpr Family kFamilies[] = {
-    {u"phone", u"Phone by label", kValue, kPhoneLabels, &kPhoneLabels[8], true},
-    {u"email", u"E-mail by label", kValue, kMailLabels, &kMailLabels[0], true},
-    {u"website", u"Website by label", kValue, kWebLabels, &kWebLabels[2], true},
-    {u"im", u"Messenger by label", kValue, kMessengerLabels, &kMessengerLabels[8], true},
-    {u"event", u"Event by label", kValue, kEventLabels, nullptr, false},
-    {u"address", u"Address by label", kAddressParts, kAddressLabels, &kAddressLabels[0], false},
+    {u"phone", u"Phone by label", kValue, kPhoneLabels, true, true},
+    {u"email", u"E-mail by label", kValue, kMailLabels, true, true},
+    {u"website", u"Website by label", kValue, kWebLabels, true, true},
+    {u"im", u"Messenger by label", kValue, kMessengerLabels, true, true},
+    {u"event", u"Event by label", kValue, kEventLabels, false, false},
+    {u"address", u"Address by label", kAddressParts, kAddressLabels, true, false},
 };
 
 // "phone1value": which family, which number, which part.
@@ -147,12 +147,6 @@ std::optional<size_t> LabelColumn(const Headings& headings, const std::u16string
     if (found != headings.end()) return found->second;
   }
   return std::nullopt;
-}
-
-std::u16string_view TrimBlanks(std::u16string_view text) {
-  while (text.starts_with(u' ')) text.remove_prefix(1);
-  while (text.ends_with(u' ')) text.remove_suffix(1);
-  return text;
 }
 
 // What is labelled together: one value, or the parts of one address.
@@ -241,16 +235,18 @@ class Spreader {
 
   // A known label is used up; what follows from an unknown one is told of it.
   const Label* FindLabel(SheetRow& row, const Group& group) {
-    if (group.label >= row.cells.size()) return group.family->otherwise;
+    const std::span<const Label> labels = group.family->labels;
+    const Label* otherwise = group.family->takesUnknown ? &labels.back() : nullptr;
+    if (group.label >= row.cells.size()) return otherwise;
     std::u16string& cell = row.cells[group.label];
     const std::u16string plain = PlainHeading(cell);  // without the "* " of a preferred one
-    for (const Label& label : group.family->labels) {
+    for (const Label& label : labels) {
       if (plain.empty() || std::ranges::find(label.words, plain) == std::end(label.words)) continue;
       cell.clear();
       return &label;
     }
     if (plain.empty()) cell.clear();
-    return group.family->otherwise;
+    return otherwise;
   }
 
   void SpreadValues(SheetRow& row, const Group& group, const Label& label) {

@@ -12,7 +12,7 @@ namespace qv {
 namespace {
 
 std::string Quoted(std::u16string_view text) {
-  return "\"" + ToUtf8(text) + "\"";
+  return std::string("\"").append(ToUtf8(text)).append("\"");
 }
 
 std::string HeadingList(const Sheet& sheet) {
@@ -48,7 +48,7 @@ std::u16string_view WithoutNumber(std::u16string_view heading) {
 
 // Another of the list that a field belongs to, for a second value: "Other Telephone" beside "Home
 // Telephone".
-constexpr std::u16string_view kFamilies[][4] = {
+constexpr std::u16string_view kFamilies[][kMaxChoices - 1] = {
     {u"Other Telephone", u"Default Telephone", u"Company Telephone", u"Callback"},
     {u"Other Fax", u"Home Fax", u"Work Fax", u""},
     {u"Other Email", u"Work Email", u"Home Email", u""},
@@ -59,16 +59,20 @@ constexpr std::pair<std::u16string_view, size_t> kFamilyOf[] = {
 
 // What a heading may be, the best first; the rest is empty.
 Heading ChoicesOf(const SheetKind& kind, std::u16string_view heading) {
-  const std::u16string plain = PlainHeading(heading);
-  const auto found = std::ranges::find(kind.headings, std::u16string_view(plain), &Heading::name);
   const std::u16string_view own = FieldNamed(kind, WithoutNumber(heading));
-  if (own.empty()) return found == kind.headings.end() ? Heading{} : *found;
+  if (own.empty()) return FindHeading(kind, PlainHeading(heading));
   Heading choices{{}, {own}};
   for (const auto& [tail, family] : kFamilyOf) {
     if (!own.ends_with(tail) || WithoutNumber(heading) == heading) continue;
-    std::copy_n(kFamilies[family], kMaxChoices - 1, choices.fields + 1);
+    std::ranges::copy(kFamilies[family], choices.fields + 1);
   }
   return choices;
+}
+
+// The second value of a field and those behind it: "Mobile_2".
+bool IsFurtherValue(std::u16string_view heading) {
+  const std::u16string_view name = WithoutNumber(heading);
+  return name != heading && ToInt(heading.substr(name.size() + 1)) > 1;
 }
 
 size_t Matches(const Sheet& sheet, const SheetKind& kind) {
@@ -133,29 +137,86 @@ bool IsTaken(const SheetMapping& mapping, std::u16string_view field) {
   return std::ranges::find(mapping.columns, field, &ColumnChoice::field) != mapping.columns.end();
 }
 
-void GuessColumns(const Sheet& sheet, SheetMapping& mapping) {
-  const bool mayBeLabelled = mapping.kind->store == "contacts";
-  const std::vector<bool> labelled = LabelledColumns(sheet);
-  for (size_t i = 0; i < sheet.header.size(); ++i) {
-    if (mayBeLabelled && labelled[i]) {
-      mapping.columns.push_back({std::u16string(kByLabel), {}});
-      continue;
-    }
-    const Heading choices = ChoicesOf(*mapping.kind, sheet.header[i]);
-    ColumnChoice choice;
-    for (const std::u16string_view field : choices.fields) {
-      if (field.empty() || IsTaken(mapping, field)) continue;
-      choice.field = std::u16string(field);
-      break;
-    }
-    if (choice.field.empty()) {
-      choice.reason = choices.fields[0].empty()
-                          ? "no field is known by this heading"
-                          : Quoted(choices.fields[0]) + " is taken from another column";
-    }
-    mapping.columns.push_back(std::move(choice));
-  }
+std::string TakenElsewhere(std::u16string_view field) {
+  return Quoted(field) + " is taken from another column";
 }
+
+// For each column whether it has text. Of a sheet without rows nobody knows, so all have.
+std::vector<bool> ColumnsWithText(const Sheet& sheet) {
+  std::vector<bool> columns(sheet.header.size(), sheet.rows.empty());
+  for (const SheetRow& row : sheet.rows) {
+    for (size_t i = 0; i < row.cells.size(); ++i) {
+      if (!TrimBlanks(row.cells[i]).empty()) columns[i] = true;
+    }
+  }
+  return columns;
+}
+
+// Columns with text go first, and each of them gets its first choice before any gets another one.
+class Guesser {
+ public:
+  Guesser(const Sheet& sheet, SheetMapping& mapping)
+      : sheet_(sheet), mapping_(mapping), hasText_(ColumnsWithText(sheet)) {
+    for (const std::u16string& heading : sheet.header) {
+      choices_.push_back(ChoicesOf(*mapping.kind, heading));
+    }
+    SettleName();
+  }
+
+  void Run() {
+    mapping_.columns.resize(sheet_.header.size());
+    if (mapping_.kind->store == "contacts") MarkLabelled();
+    for (size_t i = 0; i < choices_.size(); ++i) {
+      if (hasText_[i] && !IsFurtherValue(sheet_.header[i])) Take(i, 1);
+    }
+    for (size_t i = 0; i < choices_.size(); ++i) {
+      if (hasText_[i]) Take(i, kMaxChoices);
+    }
+    for (size_t i = 0; i < choices_.size(); ++i) Take(i, 1);
+    for (size_t i = 0; i < choices_.size(); ++i) Explain(i);
+  }
+
+ private:
+  bool Has(std::u16string_view field) const {
+    return std::ranges::any_of(choices_,
+                               [&](const Heading& choices) { return choices.fields[0] == field; });
+  }
+
+  // "Name" beside a first name alone is the last name.
+  void SettleName() {
+    if (!Has(u"GivenName") || Has(u"FamilyName")) return;
+    for (size_t i = 0; i < choices_.size(); ++i) {
+      if (PlainHeading(sheet_.header[i]) == u"name") choices_[i].fields[0] = u"FamilyName";
+    }
+  }
+
+  void MarkLabelled() {
+    const std::vector<bool> labelled = LabelledColumns(sheet_);
+    for (size_t i = 0; i < labelled.size(); ++i) {
+      if (labelled[i]) mapping_.columns[i].field = kByLabel;
+    }
+  }
+
+  void Take(size_t column, size_t choices) {
+    ColumnChoice& choice = mapping_.columns[column];
+    for (size_t i = 0; i < choices && choice.field.empty(); ++i) {
+      const std::u16string_view field = choices_[column].fields[i];
+      if (!field.empty() && !IsTaken(mapping_, field)) choice.field = field;
+    }
+  }
+
+  void Explain(size_t column) {
+    ColumnChoice& choice = mapping_.columns[column];
+    if (!choice.field.empty()) return;
+    const std::u16string_view first = choices_[column].fields[0];
+    choice.reason = first.empty() ? "no field is known by this heading" : TakenElsewhere(first);
+  }
+
+  const Sheet& sheet_;
+  SheetMapping& mapping_;
+  const std::vector<bool> hasText_;
+  std::vector<Heading> choices_;
+};
 
 size_t ColumnNamed(const Sheet& sheet, const std::string& name) {
   const std::u16string wide = FromUtf8(name);
@@ -187,7 +248,7 @@ void Apply(const Sheet& sheet, const std::string& argument, SheetMapping& mappin
   }
   for (ColumnChoice& other : mapping.columns) {
     if (!field.empty() && other.field == field) {
-      other = {{}, Quoted(field) + " is taken from another column"};
+      other = {{}, TakenElsewhere(field)};
     }
   }
   mapping.columns[column] = {field, {}};
@@ -205,6 +266,16 @@ void ApplyAll(const Sheet& sheet, const MapArguments& given, SheetMapping& mappi
   }
 }
 
+// For the next column of a mapping that a file holds.
+ColumnChoice KeptChoice(const SheetMapping& mapping, const std::u16string& field) {
+  if (field.empty() || field == kByLabel) return {field, {}};
+  if (FieldNumber(mapping.kind->fields, field) < 0) {
+    return {{}, Quoted(field) + " is no field of " + std::string(mapping.kind->store)};
+  }
+  if (IsTaken(mapping, field)) return {{}, TakenElsewhere(field)};
+  return {field, {}};
+}
+
 XmlTreeNode MappingTree(const SheetMapping& mapping, std::u16string_view path) {
   XmlTreeNode message = XmlTreeNode::CreateTop(u"Msg");
   message.AddChild(u"Hdr").AddAttribute(u"Path", path);
@@ -220,7 +291,7 @@ XmlTreeNode MappingTree(const SheetMapping& mapping, std::u16string_view path) {
 SheetMapping MapColumns(const Sheet& sheet, const std::string& store, const MapArguments& given) {
   SheetMapping mapping;
   mapping.kind = store.empty() ? &GuessKind(sheet, given) : &KindOfStore(store);
-  GuessColumns(sheet, mapping);
+  Guesser(sheet, mapping).Run();
   ApplyAll(sheet, given, mapping);
   return mapping;
 }
@@ -252,14 +323,7 @@ SheetMapping LoadMapping(const Sheet& sheet, const std::string& store, const Map
                      ? BestKind([&](const SheetKind& kind) { return Matches(fields, kind); })
                      : &KindOfStore(store);
   if (mapping.kind == nullptr) throw UsageError(file + " names no fields of ours");
-  for (const std::u16string& field : fields) {
-    const bool isKnown =
-        field.empty() || field == kByLabel || FieldNumber(mapping.kind->fields, field) >= 0;
-    mapping.columns.push_back(
-        isKnown ? ColumnChoice{field, {}}
-                : ColumnChoice{
-                      {}, Quoted(field) + " is no field of " + std::string(mapping.kind->store)});
-  }
+  for (const std::u16string& field : fields) mapping.columns.push_back(KeptChoice(mapping, field));
   ApplyAll(sheet, given, mapping);
   return mapping;
 }

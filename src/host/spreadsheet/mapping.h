@@ -14,6 +14,7 @@ namespace qv {
 struct ColumnChoice {
   std::u16string field;  // empty for none
   std::string reason;    // why there is none; empty where a person wanted it so
+  bool isUsed = false;   // its cells serve another column
 };
 
 struct SheetMapping {
@@ -25,6 +26,9 @@ struct SheetMapping {
 // case; an empty field unmaps the column.
 using MapArguments = std::vector<std::string>;
 
+// Columns with text are served before those without, and each with the best field for its heading
+// before any with another one; of a sheet without rows all count as having text.
+//
 // Without a store's name the kind is the one whose fields most headings name. Throws UsageError,
 // with what there is and how to tell, when that is none or more than one, when no column is mapped,
 // and for arguments that name no column or no field.

@@ -12,10 +12,13 @@ namespace qv {
 namespace {
 
 constexpr size_t kTextLimit = size_t{1} << 30;
-constexpr size_t kMaxProblems = 1000;
+constexpr size_t kMaxProblems = 100;
 // What spreadsheets hold at most, and what memory does.
 constexpr size_t kMaxColumns = 16'384;
 constexpr size_t kMaxCells = 100'000'000;
+constexpr size_t kMaxCell = size_t{16} << 20;
+// What old programs put behind the last line of a narrow file.
+constexpr char16_t kEndMark = u'\x1A';
 
 bool IsWideWithoutMark(std::string_view bytes, bool highFirst) {
   const std::string_view head = bytes.substr(0, 512);
@@ -57,8 +60,16 @@ std::u16string Decode(std::string_view bytes, const SheetForm& form, std::string
   std::u16string text;
   encoding = "UTF-8";
   if (AppendUtf8(bytes, text)) return text;
-  return DecodeAs(bytes, encoding = "windows-1252");
+  return DecodeAs(bytes, encoding = Service<CodePages>::Get().AnsiPage());
 }
+
+// What is wrong with a row.
+struct Faults {
+  size_t beyond = 0;  // which cell holds something beyond the headings, counted from 1; 0 for none
+  bool hasNuls = false;
+  bool isBroken = false;  // some bytes were no characters
+  bool goesOnBehindQuote = false;
+};
 
 class Reader {
  public:
@@ -70,16 +81,14 @@ class Reader {
     while (at_ < text_.size()) {
       SheetRow row;
       row.line = line_;
-      const size_t beyond = ReadRow(row.cells);
-      if (beyond == 0 && row.cells.size() == 1 && row.cells[0].empty()) continue;
+      const Faults faults = ReadRow(row.cells);
+      Tell(row.line, faults);
+      if (faults.beyond == 0 && row.cells.size() == 1 && row.cells[0].empty()) continue;
       if (!sheet_.header.empty()) {
-        Check(row, beyond);
         sheet_.rows.push_back(std::move(row));
-      } else if (beyond == 0) {
+      } else {
         sheet_.header = std::move(row.cells);
         columns_ = sheet_.header.size();
-      } else {
-        throw UsageError("it has more than " + std::to_string(kMaxColumns) + " columns");
       }
     }
   }
@@ -118,37 +127,45 @@ class Reader {
     ++line_;
   }
 
-  // Which cell holds something beyond the headings, counted from 1; 0 for none.
-  size_t ReadRow(std::vector<std::u16string>& cells) {
-    size_t beyond = 0;
+  Faults ReadRow(std::vector<std::u16string>& cells) {
+    Faults faults;
     for (size_t count = 1;; ++count) {
-      std::u16string cell = ReadCell();
+      std::u16string cell = ReadCell(faults);
       if (count <= columns_) {
         cells.push_back(std::move(cell));
       } else if (!cell.empty()) {
-        beyond = count;
+        faults.beyond = count;
       }
       if (++cells_ > kMaxCells)
         throw UsageError("it has too many cells; cut it into smaller files");
-      if (at_ >= text_.size()) return beyond;
+      if (at_ >= text_.size()) return faults;
       if (text_[at_] != sheet_.separator) break;
       ++at_;
     }
     TakeLineEnd();
-    return beyond;
+    return faults;
   }
 
-  std::u16string ReadCell() {
+  std::u16string ReadCell(Faults& faults) {
     std::u16string cell;
-    if (!ignoresQuotes_ && at_ < text_.size() && text_[at_] == u'"') ReadQuoted(cell);
+    const size_t line = line_;
+    const bool isQuoted =
+        !ignoresQuotes_ && at_ < text_.size() && text_[at_] == u'"' && ReadQuoted(cell);
     // What stands behind a closing quote belongs to the cell too.
     const size_t from = at_;
     while (at_ < text_.size() && text_[at_] != sheet_.separator && !IsLineEnd(at_)) ++at_;
-    return cell.append(text_.substr(from, at_ - from));
+    const std::u16string_view tail = text_.substr(from, at_ - from);
+    faults.goesOnBehindQuote |= isQuoted && !TrimBlanks(tail).empty();
+    cell.append(tail);
+    faults.hasNuls |= std::erase(cell, u'\0') > 0;
+    faults.isBroken |= cell.find(u'\xFFFD') != cell.npos;
+    if (cell.size() <= kMaxCell) return cell;
+    throw UsageError("it has a cell of more than 16 Mi characters in line " + std::to_string(line) +
+                     "; a quote may be missing there");
   }
 
-  // Nothing is taken when the quote is never closed.
-  void ReadQuoted(std::u16string& cell) {
+  // False, and nothing is taken, when the quote is never closed.
+  bool ReadQuoted(std::u16string& cell) {
     size_t lines = 0;
     size_t from = at_ + 1;
     while (true) {
@@ -160,7 +177,7 @@ class Reader {
       if (quote + 1 >= text_.size() || text_[quote + 1] != u'"') {
         at_ = quote + 1;
         line_ += lines;
-        return;
+        return true;
       }
       cell.push_back(u'"');
       from = quote + 2;
@@ -168,6 +185,7 @@ class Reader {
     cell.clear();
     ignoresQuotes_ = true;
     Problem(line_, "a quote is opened and never closed; from here on quotes were taken as text");
+    return false;
   }
 
   static size_t LineEndsIn(std::u16string_view text) {
@@ -178,22 +196,28 @@ class Reader {
     return count;
   }
 
-  void Check(const SheetRow& row, size_t beyond) {
-    if (beyond > 0) {
-      Problem(row.line, "the row has " + std::to_string(beyond) + " cells below " +
-                            std::to_string(columns_) + " headings; what is beyond was left out");
+  void Tell(size_t line, const Faults& faults) {
+    if (faults.beyond > 0 && sheet_.header.empty()) {
+      throw UsageError("it has more than " + std::to_string(kMaxColumns) + " columns");
     }
-    for (const std::u16string& cell : row.cells) {
-      if (cell.find(u'\0') != cell.npos) Problem(row.line, "NUL characters were left out");
-      if (cell.find(u'\xFFFD') != cell.npos) {
-        Problem(row.line, "some characters are none in " + sheet_.encoding +
-                              "; --code-page names another encoding");
-      }
+    if (faults.beyond > 0) {
+      Problem(line, "the row has " + std::to_string(faults.beyond) + " cells below " +
+                        std::to_string(columns_) + " headings; what is beyond was left out");
+    }
+    if (faults.goesOnBehindQuote) Problem(line, "text behind a closing quote; check this row");
+    if (faults.hasNuls) Problem(line, "NUL characters were left out");
+    if (faults.isBroken) {
+      Problem(line, "some characters are none in " + sheet_.encoding +
+                        "; --code-page names another encoding");
     }
   }
 
   void Problem(size_t line, std::string text) {
-    if (sheet_.problems.size() < kMaxProblems) sheet_.problems.push_back({line, std::move(text)});
+    if (sheet_.problems.size() < kMaxProblems) {
+      sheet_.problems.push_back({line, std::move(text)});
+    } else {
+      ++sheet_.moreProblems;
+    }
   }
 
   std::u16string_view text_;
@@ -233,13 +257,14 @@ Sheet ReadSheet(std::string_view bytes, const SheetForm& form) {
     throw UsageError("it has more than 2 GiB; cut it into smaller files");
   }
   Sheet sheet;
-  const std::u16string text = Decode(bytes, form, sheet.encoding);
+  std::u16string text = Decode(bytes, form, sheet.encoding);
+  while (text.ends_with(kEndMark)) text.pop_back();
   if (text.size() >= kTextLimit) {
     throw UsageError("it has 1 Gi characters or more; cut it into smaller files");
   }
   Reader(text, sheet).Read(form.separator);
-  const bool hasHeading = std::ranges::any_of(
-      sheet.header, [](const std::u16string& cell) { return !cell.empty() && cell[0] != u'\0'; });
+  const bool hasHeading =
+      std::ranges::any_of(sheet.header, [](const std::u16string& cell) { return !cell.empty(); });
   if (!hasHeading) throw UsageError("it has no row of headings");
   return sheet;
 }
@@ -250,6 +275,12 @@ std::string StoreForm(const Sheet& sheet) {
   AppendRow(bytes, sheet.header, columns, true);
   for (const SheetRow& row : sheet.rows) AppendRow(bytes, row.cells, columns, false);
   return bytes;
+}
+
+std::u16string_view TrimBlanks(std::u16string_view text) {
+  while (text.starts_with(u' ')) text.remove_prefix(1);
+  while (text.ends_with(u' ')) text.remove_suffix(1);
+  return text;
 }
 
 }  // namespace qv

@@ -1,0 +1,66 @@
+#include "host/engine/collection.h"
+
+#include "host/engine/content.h"
+#include "host/engine/errors.h"
+#include "host/engine/pc_side.h"
+#include "support/vobject/marked_text.h"
+
+namespace qv {
+
+Collection::Collection(const std::string& phoneFolder, const StoreKind& kind)
+    : kind_(kind), phone_(phoneFolder + "/" + std::string(kind.name), kind.extension) {}
+
+void Collection::List() {
+  if (isListed_) return;
+  const std::error_code error = phone_.List(files_);
+  if (error && error != std::errc::no_such_file_or_directory) {
+    throw StoreFailure("the folder " + folder() + " cannot be read: " + error.message());
+  }
+  isListed_ = true;
+}
+
+void Collection::LearnContents() {
+  if (isLearned_) return;
+  for (const FolderEntry& file : files_) Learn(file.name);
+  isLearned_ = true;
+}
+
+// All items of a file count, also where a sync would refuse it.
+void Collection::Learn(const std::string& name) {
+  std::string text;
+  if (const std::error_code error = phone_.Read(name, text)) {
+    if (error == std::errc::no_such_file_or_directory) return;
+    throw StoreFailure("cannot read " + folder() + "/" + name + ": " + error.message() +
+                       ". It may hold what is to come, so nothing was added; repair or remove it");
+  }
+  std::string buffer;
+  const auto items = kind_.open(kind_, WithoutMark(text, buffer));
+  for (size_t i = 0; i < items->Count(); ++i) {
+    if (const ComPtr<IItemCommon> item = items->Read(i)) {
+      const std::u16string uid = UidOf(*item);
+      known_.try_emplace(ExactPrintOf(kind_, *item), Known{uid, false});
+    }
+  }
+}
+
+const Collection::Known& Collection::Find(IItemCommon& item, const std::u16string& uid) {
+  return known_.try_emplace(ExactPrintOf(kind_, item), Known{uid, true}).first->second;
+}
+
+std::error_code Collection::Add(const std::u16string& uid, std::string_view text) {
+  return phone_.Write(phone_.FreeName(uid), text);
+}
+
+void Collection::Make() const {
+  if (const std::error_code error = phone_.Make()) {
+    throw StoreFailure("cannot make " + folder() + ": " + error.message());
+  }
+}
+
+void Collection::Sync() {
+  if (const std::error_code error = phone_.Sync()) {
+    throw StoreFailure("cannot write to " + folder() + ": " + error.message());
+  }
+}
+
+}  // namespace qv
