@@ -240,7 +240,7 @@ TEST(MappingTest, AKeptMappingComesBack) {
   EXPECT_THAT(ErrorOf([&] { LoadMapping(ReadSheet("Name", {}), "", {}, file); }),
               HasSubstr("maps 4 columns"));
   EXPECT_THAT(ErrorOf([&] { LoadMapping(sheet, "", {}, folder.File("none")); }),
-              HasSubstr("File not found"));
+              HasSubstr("cannot be read"));
   folder.Put("bad.xml", "<Msg>\n<Body>");
   EXPECT_THAT(ErrorOf([&] { LoadMapping(sheet, "", {}, folder.File("bad.xml")); }),
               HasSubstr("--save-map"));

@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <random>
 
 #include "items/item_objects.h"
+#include "items/vcard.h"
 #include "kit/store_stack.h"
 #include "stores/importexport/csv_number.h"
 #include "support/date_time.h"
@@ -65,9 +67,84 @@ TEST_F(CsvFields, EveryFieldOfAContactComesBackUnderItsName) {
               comesBack)
         << field;
   }
-  EXPECT_EQ(kContactFields.names.size(), 70u);
-  EXPECT_EQ(kContactFields.names[38], u"IDSN");
+  std::string names;
+  for (const std::u16string_view name : kContactFields.names) names += ToUtf8(name) + "|";
+  EXPECT_EQ(names,
+            "FamilyName|GivenName|Additional|Prefix|Suffix|FormattedName|NickName|Note|BirthDay|"
+            "Anniversary|Photo|Work Company|Work Department|Other Company|Other Department|"
+            "JobTitle|Google Messenger|AIM Messenger|MSN Messenger|Yahoo Messenger|"
+            "Skype Messenger|QQ Messenger|ICQ Messenger|Jabber Messenger|Other Messenger|"
+            "Default Telephone|Home Telephone|Work Telephone|Other Telephone|Home Fax|Work Fax|"
+            "Other Fax|Mobile|Company Telephone|Pager|Radio|Car|Assistant|IDSN|Callback|Telex|"
+            "TTY-TDD|Home Email|Work Email|Other Email|Home Url|Work Url|Other Url|"
+            "Home Address Postoffice|Home Address Extended|Home Address Street|"
+            "Home Address Locality|Home Address Region|Home Address Postalcode|"
+            "Home Address Country|Work Address Postoffice|Work Address Extended|"
+            "Work Address Street|Work Address Locality|Work Address Region|"
+            "Work Address Postalcode|Work Address Country|Other Address Postoffice|"
+            "Other Address Extended|Other Address Street|Other Address Locality|"
+            "Other Address Region|Other Address Postalcode|Other Address Country|Group|");
   EXPECT_EQ(FieldNumber(kContactFields, u"mobile"), -1);
+}
+
+TEST_F(CsvFields, EachFieldIsItsOwnPropertyOfACard) {
+  const struct {
+    const char* fields;
+    const char* lines;
+  } kCases[] = {
+      {"Google Messenger|AIM Messenger|MSN Messenger|Yahoo Messenger|Skype Messenger|QQ Messenger|"
+       "ICQ Messenger|Jabber Messenger|Other Messenger|",
+       "X-IMPP;GOOGLE_TALK|X-IMPP;AOL|X-IMPP;MSN|X-IMPP;YAHOO|X-IMPP;SKYPE|X-IMPP;QQ|X-IMPP;ICQ|"
+       "X-IMPP;JABBER|X-IMPP;X-OTHER|"},
+      {"Default Telephone|Home Telephone|Work Telephone|Other Telephone|Home Fax|Work Fax|"
+       "Other Fax|Mobile|Company Telephone|Pager|Radio|Car|Assistant|IDSN|Callback|Telex|TTY-TDD|",
+       "TEL;PREF|TEL;HOME;VOICE|TEL;WORK;VOICE|TEL|TEL;HOME;FAX|TEL;WORK;FAX|TEL;FAX|TEL;CELL|"
+       "TEL;X-COMPANY-MAIN|TEL;PAGER|TEL;X-RADIO|TEL;CAR|TEL;X-ASSISTANT|TEL;ISDN|"
+       "TEL;X-CALLBACK|TEL;X-TELEX|TEL;X-TTY-TDD|"},
+      {"Home Email|Work Email|Other Email|Home Url|Work Url|Other Url|",
+       "EMAIL;INTERNET;HOME|EMAIL;INTERNET;WORK|EMAIL;INTERNET|URL;HOME|URL;WORK|URL|"},
+  };
+  const auto cut = [](std::string_view& list) {
+    const std::string_view entry = list.substr(0, list.find('|'));
+    list.remove_prefix(entry.size() + 1);
+    return std::string(entry);
+  };
+  for (auto [fields, lines] : kCases) {
+    for (std::string_view names = fields, heads = lines; !names.empty();) {
+      const std::string field = cut(names);
+      const ComPtr<IItemCommon> item = Read(kContactFields, {{field, "v"}});
+      EXPECT_THAT(WriteVCard(*ContactOf(item.get())),
+                  testing::HasSubstr("\r\n" + cut(heads) + ":v\r\n"))
+          << field;
+    }
+  }
+}
+
+TEST_F(CsvFields, WhatCameFromCellsGoesBackIntoTheSame) {
+  std::mt19937 random(17);
+  for (int round = 0; round < 300; ++round) {
+    // A title has its column beside a company alone.
+    Cells cells{{"Work Company", "c"}};
+    for (int i = 0; i < 12; ++i) {
+      const std::string field = ToUtf8(kContactFields.names[random() % 69]);
+      const bool isDate = field == "BirthDay" || field == "Anniversary";
+      std::string value = isDate ? "19" + std::to_string(10 + random() % 90) + "-0" +
+                                       std::to_string(1 + random() % 9) + "-17 00:00"
+                                 : "v" + std::to_string(random() % 1000) + ", =\n;\\ü";
+      if (field != "Photo") cells[field] = std::move(value);
+    }
+    const ComPtr<IItemCommon> item = Read(kContactFields, cells);
+    Cells back;
+    for (FieldCell& cell :
+         kContactFields.write(item.get(), GroupTable(session, QuoteRule::AsTheyStand))) {
+      std::erase(cell.text, u'"');
+      if (!cell.text.empty()) {
+        back[ToUtf8(kContactFields.names[static_cast<size_t>(cell.field)])] = ToUtf8(cell.text);
+      }
+    }
+    if (!cells.contains("FormattedName")) back.erase("FormattedName");  // made of the other names
+    EXPECT_EQ(back, cells);
+  }
 }
 
 TEST_F(CsvFields, CellsOfAContactStandInTheirOrder) {

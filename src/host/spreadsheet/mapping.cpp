@@ -302,7 +302,11 @@ SheetMapping LoadMapping(const Sheet& sheet, const std::string& store, const Map
   XmlResults results;
   const XmlTreeNode columns =
       ParseXmlFile(path.value_or(u""), u"Msg", results).Child(u"Msg").Child(u"Body").Child(u"Put");
-  if (!columns) {
+  if (results.error == XmlError::FileNotFound) {
+    throw UsageError(file + " cannot be read; --save-map writes a mapping");
+  }
+  // Half a mapping is none.
+  if (!columns || results.error != XmlError::None) {
     const bool isXml = results.error == XmlError::None;
     throw UsageError(
         file + " is no mapping: " +

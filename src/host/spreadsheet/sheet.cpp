@@ -207,8 +207,9 @@ class Reader {
     if (faults.goesOnBehindQuote) Problem(line, "text behind a closing quote; check this row");
     if (faults.hasNuls) Problem(line, "NUL characters were left out");
     if (faults.isBroken) {
+      const bool hasChoice = sheet_.encoding != "UTF-16";
       Problem(line, "some characters are none in " + sheet_.encoding +
-                        "; --code-page names another encoding");
+                        (hasChoice ? "; --code-page names another encoding" : ""));
     }
   }
 
