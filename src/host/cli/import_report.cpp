@@ -17,14 +17,14 @@ const char* SeparatorWord(char16_t separator) {
 }
 
 std::string Quoted(std::u16string_view text) {
-  return "\"" + Printable(ToUtf8(text)) + "\"";
+  return std::string("\"").append(Printable(ToUtf8(text))).append("\"");
 }
 
 // At most so many, and how many more; `beyond` are not even in the list.
 template <class List, class Line>
 void AppendLines(std::string& text, const List& list, Line&& line, size_t beyond = 0) {
   const size_t shown = std::min(list.size(), kMaxLines);
-  for (size_t i = 0; i < shown; ++i) text += "  " + line(list[i]) + "\n";
+  for (size_t i = 0; i < shown; ++i) text.append("  ").append(line(list[i])).append("\n");
   if (const size_t more = list.size() - shown + beyond; more > 0) {
     text += "  ... and " + std::to_string(more) + " more like it\n";
   }
@@ -55,7 +55,7 @@ std::string SheetText(const SheetImport& import) {
     }
   }
   // Columns are few, and each is one that a person may want.
-  for (const LostColumn& lost : import.account.lost) text += "  " + LostText(lost) + "\n";
+  for (const LostColumn& lost : import.account.lost) text.append("  ").append(LostText(lost)).append("\n");
   AppendLines(text, import.conversions, [](const Conversion& conversion) {
     return Quoted(conversion.heading) + ": " + Printable(conversion.what) +
            ", cells: " + std::to_string(conversion.cells);
