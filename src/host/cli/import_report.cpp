@@ -55,7 +55,8 @@ std::string SheetText(const SheetImport& import) {
     }
   }
   // Columns are few, and each is one that a person may want.
-  for (const LostColumn& lost : import.account.lost) text.append("  ").append(LostText(lost)).append("\n");
+  for (const LostColumn& lost : import.account.lost)
+    text.append("  ").append(LostText(lost)).append("\n");
   AppendLines(text, import.conversions, [](const Conversion& conversion) {
     return Quoted(conversion.heading) + ": " + Printable(conversion.what) +
            ", cells: " + std::to_string(conversion.cells);
