@@ -56,7 +56,8 @@ class Files {
   // Replaces `bytes`. On failure it holds what was read. Only regular files can be read.
   virtual std::error_code Read(const std::string& path, std::string& bytes) = 0;
   // The same file from its start, a piece at a time until `take` answers false. All pieces but the
-  // last have one size, some hundred thousand bytes; an empty file has none.
+  // last have one size, a multiple of 4096 bytes and half a million at most; an empty file has
+  // none.
   virtual std::error_code ReadPieces(const std::string& path,
                                      const std::function<bool(std::string_view)>& take) = 0;
   // Creates or truncates; not atomic.

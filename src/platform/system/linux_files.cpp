@@ -19,6 +19,7 @@ namespace {
 
 constexpr size_t kNameLimit = 255;  // bytes in one name, on every Linux file system
 constexpr size_t kPiece = 512 * 1024;
+constexpr size_t kPage = 4096;
 constexpr int kCreateNew = O_WRONLY | O_CREAT | O_EXCL;
 
 std::error_code LastError() {
@@ -242,17 +243,18 @@ class LinuxFiles final : public Files {
     UniqueFd fd;
     size_t size = 0;
     if (const std::error_code error = OpenRegular(path, fd, size)) return error;
-    std::string piece(kPiece, '\0');
+    // A small file needs no more memory than it has bytes.
+    std::string piece(std::min(kPiece, size / kPage * kPage + kPage), '\0');
     while (true) {
       size_t filled = 0;
       ssize_t got = 1;
-      while (got > 0 && filled < kPiece) {
-        got = Retry([&] { return read(fd.get(), piece.data() + filled, kPiece - filled); });
+      while (got > 0 && filled < piece.size()) {
+        got = Retry([&] { return read(fd.get(), piece.data() + filled, piece.size() - filled); });
         if (got < 0) return LastError();
         filled += static_cast<size_t>(got);
       }
       const bool more = filled > 0 && take(std::string_view(piece).substr(0, filled));
-      if (!more || filled < kPiece) return {};
+      if (!more || filled < piece.size()) return {};
     }
   }
 
