@@ -43,7 +43,7 @@ void AppendInOrderOfUse(const LabelFamily& family, std::vector<HiddenLabel>& row
 }  // namespace
 
 bool VCardFields::Read(const VCardProperty& property, const Line& line) {
-  if (line.malformed) return false;
+  if (line.malformed || line.bare) return false;
   switch (property.field) {
     case VCardField::Uid:
       return ReadUid(line);
@@ -94,7 +94,7 @@ bool VCardFields::SplitInto(const Line& line, Surplus surplus, std::span<std::u1
 }
 
 std::optional<std::string_view> VCardFields::TokenOf(const Line& line) {
-  return decoder_.Octets(line, Dialect::Modern);
+  return decoder_.Token(line, dialect_);
 }
 
 bool VCardFields::ReadUid(const Line& line) {

@@ -1,5 +1,6 @@
 #include "syncdb/side_tables.h"
 
+#include "items/extra.h"
 #include "items/kinds.h"
 #include "platform/com/status_error.h"
 #include "support/text.h"
@@ -107,7 +108,7 @@ HRESULT SideTables::WriteExtras(std::u16string_view id, const std::vector<ExtraP
       if (extra.property.empty()) continue;
       Check(session_.Run(
           Concat({InsertHead(kExtraTable, u"property,value", id), u"','",
-                  QuoteSqlText(extra.property), u"','", QuoteSqlText(extra.value), u"')"})));
+                  QuoteSqlText(MarkedProperty(extra)), u"','", QuoteSqlText(extra.value), u"')"})));
     }
     return S_OK;
   });
@@ -154,7 +155,7 @@ HRESULT SideTables::ReadExtras(std::u16string_view id,
     const HRESULT status = rows.Query(session_, Concat({u"SELECT property,value FROM ", kExtraTable,
                                                         RowKey(session_, type_, id)}));
     if (Failed(status)) return status;
-    while (rows.Next()) extras.push_back({rows.Text(kProperty), rows.Text(kValue)});
+    while (rows.Next()) extras.push_back(ExtraFromMarked(rows.Text(kProperty), rows.Text(kValue)));
     return S_OK;
   });
 }

@@ -161,12 +161,44 @@ std::optional<std::u16string_view> ValueDecoder::Text(const Line& line, Dialect 
   return text_;
 }
 
+std::optional<std::string_view> ValueDecoder::Token(const Line& line, Dialect dialect) {
+  const std::optional<std::string_view> octets = Octets(line, Dialect::Modern);
+  if (!octets || dialect == Dialect::Old || line.encoding == ValueEncoding::Base64) return octets;
+  const bool plain = std::all_of(octets->begin(), octets->end(), [](char c) {
+    return static_cast<unsigned char>(c) < 0x80 && c != '\\';
+  });
+  if (plain && IsUtf8Name(line.charset)) return octets;
+  token_ = ToUtf8(OldEscapes(*Text(line, Dialect::Modern, true)));
+  return token_;
+}
+
 std::u16string Unescape(std::u16string_view text, Dialect dialect) {
   if (text.find(u'\\') == text.npos) return std::u16string(text);
   std::u16string result;
   result.reserve(text.size());
   AppendComponent(text, dialect, false, result);
   return result;
+}
+
+std::u16string OldEscapes(std::u16string_view modern) {
+  std::u16string old;
+  old.reserve(modern.size());
+  for (size_t i = 0; i < modern.size(); ++i) {
+    const char16_t next = modern[i] == u'\\' && i + 1 < modern.size() ? modern[i + 1] : u'\0';
+    const char16_t escaped = EscapedCharacter(next, Dialect::Modern);
+    if (escaped == 0) {
+      old += modern[i];
+      continue;
+    }
+    ++i;
+    if (escaped == u'n') {
+      old += u"\r\n";
+      continue;
+    }
+    if (EscapedCharacter(escaped, Dialect::Old) != 0) old += u'\\';
+    old += escaped;
+  }
+  return old;
 }
 
 void SplitValue(std::u16string_view text, Dialect dialect, Surplus surplus,

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "support/vobject/raw_text.h"
-
 namespace qv {
 namespace {
 
@@ -176,13 +174,6 @@ void LineWriter::Base64(std::string_view bytes) {
     put(count > 2 ? kLetters[bits & 63] : '=');
   }
   text_ += kBreak;
-  text_ += kBreak;
-}
-
-void LineWriter::Raw(std::u16string_view header, std::u16string_view value) {
-  AppendRaw(header, text_);
-  text_ += ':';
-  AppendRaw(value, text_);
   text_ += kBreak;
 }
 
