@@ -27,8 +27,8 @@ constexpr std::u16string_view kEnabled = u"true";
 }  // namespace
 
 HRESULT DataStoreManager::Initialize(IUnknown* pIConfig) noexcept {
+  OutputDebugStringW(u"[QVSyncEngine] CDataStoreManager::Initialize() Start");
   const HRESULT result = Guarded([&]() -> HRESULT {
-    OutputDebugStringW(u"[QVSyncEngine] CDataStoreManager::Initialize() Start");
     if (pIConfig == nullptr) return E_POINTER;
     if (initialized_) TearDown();
     bag_ = ComPtr<IEngineConfig>(AsEngineConfig(pIConfig));
@@ -40,10 +40,8 @@ HRESULT DataStoreManager::Initialize(IUnknown* pIConfig) noexcept {
     initialized_ = true;
     return S_OK;
   });
-  return Guarded([&] {
-    OutputDebugStringW(u"[QVSyncEngine] CDataStoreManager::Initialize() End");
-    return result;
-  });
+  OutputDebugStringW(u"[QVSyncEngine] CDataStoreManager::Initialize() End");
+  return result;
 }
 
 std::vector<DataStoreManager::EnabledStore> DataStoreManager::ReadEnabledStores() {
@@ -59,12 +57,11 @@ std::vector<DataStoreManager::EnabledStore> DataStoreManager::ReadEnabledStores(
 }
 
 HRESULT DataStoreManager::OpenAccessor() {
-  if (accessor_ && session_ != 0) accessor_->EndSession(session_);
-  session_ = 0;
-  accessor_ = CreateInstance<IDBAccessor>(CLSID_DBAccessor);
-  Check(accessor_->Open(Bstr(u"")));
-  Check(accessor_->Connect());
-  return Check(accessor_->BeginSession(&session_));
+  sessions_.push_back({CreateInstance<IDBAccessor>(CLSID_DBAccessor), 0});
+  Session& session = sessions_.back();
+  Check(session.accessor->Open(Bstr(u"")));
+  Check(session.accessor->Connect());
+  return Check(session.accessor->BeginSession(&session.number));
 }
 
 HRESULT DataStoreManager::CreateStore(const EnabledStore& enabled) {
@@ -77,7 +74,7 @@ HRESULT DataStoreManager::CreateStore(const EnabledStore& enabled) {
   }
   const ComPtr<IDataStore> store = Query<IDataStore>(object);
   if (!store) return DS_E_NO_STORE_CLASS;
-  store->SetDBAccessor(Query<IUnknown>(accessor_).get());
+  store->SetDBAccessor(Query<IUnknown>(sessions_.back().accessor).get());
   store->SetOutlookMgr(ToUnknownArgument(outlook_.get()));
   if (const HRESULT status = store->Initialize(bag_.get()); Failed(status)) return status;
   if (!stores_.try_emplace(enabled.uri, store).second) orphans_.push_back(store);
@@ -88,9 +85,10 @@ HRESULT DataStoreManager::CreateStore(const EnabledStore& enabled) {
 void DataStoreManager::TearDown() {
   stores_.clear();
   uris_.clear();
-  if (accessor_ && session_ != 0) accessor_->EndSession(session_);
-  session_ = 0;
-  accessor_.Reset();
+  for (const Session& session : sessions_) {
+    if (session.number != 0) session.accessor->EndSession(session.number);
+  }
+  sessions_.clear();
   initialized_ = false;
 }
 

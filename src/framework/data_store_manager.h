@@ -21,7 +21,8 @@ namespace qv {
 class DataStoreManager final : public ComObject<IDataStoreMgr> {
  public:
   // After a success, a second call tears the stores down first. After a failure the stores made so
-  // far stay, with the session they use.
+  // far stay: the session that they use stays open beside the new one, until the tear-down gives
+  // all of them back.
   HRESULT Initialize(IUnknown* pIConfig) noexcept override;
   HRESULT SetUserKey(BSTR userKey) noexcept override;
   HRESULT GetDataStore(BSTR soruceURI, IDataStore** ppIDataStore) noexcept override;
@@ -36,6 +37,12 @@ class DataStoreManager final : public ComObject<IDataStoreMgr> {
     std::u16string uri;
   };
 
+  // An accessor and what it gave for its session; 0 when that did not open.
+  struct Session {
+    ComPtr<IDBAccessor> accessor;
+    int32_t number = 0;
+  };
+
   void FinalRelease() override;
   std::vector<EnabledStore> ReadEnabledStores();
   HRESULT OpenAccessor();
@@ -46,8 +53,7 @@ class DataStoreManager final : public ComObject<IDataStoreMgr> {
   std::map<std::u16string, ComPtr<IDataStore>> stores_;
   // Second stores of a URI that was taken: kept until the manager goes.
   std::vector<ComPtr<IDataStore>> orphans_;
-  ComPtr<IDBAccessor> accessor_;
-  int32_t session_ = 0;
+  std::vector<Session> sessions_;  // the last is that of new stores
   bool initialized_ = false;
   std::vector<std::u16string> uris_;  // in the order of creation
   std::unique_ptr<OutlookManager> outlook_ = std::make_unique<OutlookManager>();

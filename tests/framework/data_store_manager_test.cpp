@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+
 #include "framework/store_base.h"
 #include "kit/accessor_fakes.h"
 #include "kit/engine_bag.h"
 #include "kit/platform_fakes.h"
+#include "pim/outlook_manager.h"
 #include "platform/com/class_factory.h"
 #include "platform/com/lists.h"
 #include "platform/database/sqlite_accessor.h"
@@ -23,6 +27,8 @@ struct Journal {
   int alive = 0;
   std::vector<bool> readyAtInitialize;  // accessor and Outlook manager were there
   HRESULT initializeResult = S_OK;
+  std::string profile;                // opened by the stores; none is while this is empty
+  std::vector<std::string> sequence;  // of what is opened and what goes
 };
 Journal* g_journal = nullptr;
 
@@ -32,12 +38,25 @@ class FakeStore final : public StoreBase {
     ++g_journal->made;
     ++g_journal->alive;
   }
-  ~FakeStore() override { --g_journal->alive; }
+  ~FakeStore() override {
+    --g_journal->alive;
+    g_journal->sequence.push_back(HoldsProfile() ? "store, Outlook open" : "store");
+  }
 
  private:
+  static bool HoldsProfile() {
+    for (const auto& file : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code error;
+      if (read_symlink(file.path(), error) == g_journal->profile) return true;
+    }
+    return false;
+  }
+  // Does what needs an open session.
+  HRESULT OnDeleteAll() override { return session().Run(u"DELETE FROM ExtraDB"); }
   HRESULT OnInitialize() override {
     g_journal->readyAtInitialize.push_back(session().accessor && session().session > 0 &&
                                            outlook() != nullptr);
+    if (!g_journal->profile.empty()) outlook()->initialize(u"");
     return g_journal->initializeResult;
   }
   ComPtr<IItemCommon> OnParse(const IncomingText&) override { return nullptr; }
@@ -76,7 +95,11 @@ class Manager : public testing::Test {
   }
 
   Journal journal;
-  test::ScopedRecorderClass recorder;
+  std::string_view failingCall;
+  test::ScopedRecorderClass recorder{[this](std::string_view call) {
+    journal.sequence.emplace_back(call);
+    return call == failingCall ? -5 : S_OK;
+  }};
   test::RecordingLog log;
   ScopedService<DebugLog> useLog{log};
   ComPtr<test::MemoryBag> bag = MakeObject<test::MemoryBag>();
@@ -167,12 +190,39 @@ TEST_F(Manager, ANullBagChangesNothing) {
   EXPECT_TRUE(Store(u"contacts"));
 }
 
-TEST_F(Manager, ASecondInitializeReleasesTheFirstStoresBeforeItBuilds) {
+TEST_F(Manager, TearsDownItsStoresThenTheSessionAndOutlookFirstOfAllAtItsEnd) {
+  test::TempFolder folder;
+  const OutlookSettings before = TheOutlookSettings();
+  TheOutlookSettings() = {folder.path(), true, true};
+  journal.profile = folder.File("Outlook.db");
   Enable(u"DataStore.Contact", u"contacts");
   ASSERT_EQ(manager->Initialize(bag.get()), S_OK);
   ASSERT_EQ(manager->Initialize(bag.get()), S_OK);
   EXPECT_EQ(journal.made, 2);
   EXPECT_EQ(journal.alive, 1);
+  manager.Reset();
+  EXPECT_EQ(journal.sequence,
+            (std::vector<std::string>{"Open", "Connect", "BeginSession", "store, Outlook open",
+                                      "EndSession", "Open", "Connect", "BeginSession", "store",
+                                      "EndSession"}));
+  int32_t session = 7;
+  EXPECT_EQ(recorder.last()->GetSessionId(&session), S_OK);
+  EXPECT_EQ(session, 0) << "it was this one that was given back";
+  TheOutlookSettings() = before;
+}
+
+TEST_F(Manager, ARetryLeavesTheStoresThatStayTheirSession) {
+  Enable(u"DataStore.Contact", u"contacts");
+  Enable(u"DataStore.Note", u"notes", u"bad");
+  ASSERT_EQ(manager->Initialize(bag.get()), DS_E_BAD_CLSID);
+  const ComPtr<IDataStore> kept = Store(u"contacts");
+  Enable(u"DataStore.Note", u"notes");
+  ASSERT_EQ(manager->Initialize(bag.get()), S_OK);
+  EXPECT_EQ(Store(u"contacts").get(), kept.get());
+  EXPECT_EQ(kept->DeleteAll(), S_OK) << "its session is open";
+  EXPECT_EQ(Store(u"notes")->DeleteAll(), S_OK);
+  manager.Reset();
+  EXPECT_EQ(std::ranges::count(journal.sequence, "EndSession"), 2);
 }
 
 TEST_F(Manager, ASharedUriKeepsTheFirstAndHoldsTheSecondToTheEnd) {
@@ -192,7 +242,16 @@ TEST_F(Manager, AnAccessorThatDoesNotOpenEndsTheRun) {
   const ClassCreator real = RegisterClass(CLSID_DBAccessor, nullptr);
   EXPECT_EQ(manager->Initialize(bag.get()), REGDB_E_CLASSNOTREG);
   RegisterClass(CLSID_DBAccessor, real);
+  for (const char* call : {"Open", "Connect", "BeginSession"}) {
+    failingCall = call;
+    EXPECT_EQ(manager->Initialize(bag.get()), -5) << call;
+    EXPECT_EQ(journal.sequence.back(), call);
+  }
   EXPECT_EQ(journal.made, 0);
+  failingCall = {};
+  EXPECT_EQ(manager->Initialize(bag.get()), S_OK);
+  manager.Reset();
+  EXPECT_EQ(std::ranges::count(journal.sequence, "EndSession"), 1) << "of the one that was begun";
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "framework/store_base.h"
+#include "kit/accessor_fakes.h"
 #include "kit/engine_bag.h"
 #include "kit/platform_fakes.h"
 #include "platform/com/class_factory.h"
@@ -194,6 +195,37 @@ TEST_P(StubTable, OnlyAnInitializedStoreHasAFinalWord) {
     store.Reset();
     EXPECT_EQ(finals, initialize ? 1 : 0);
   }
+}
+
+TEST(StoreAccessor, MustBeOneAndHaveASession) {
+  const auto store = MakeObject<BareStore>(StoreFamily::Pim);
+  const auto db = test::OpenRecorder();
+  int32_t session = 0;
+  Check(db->GetSessionId(&session));
+  EXPECT_EQ(store->SetDBAccessor(Query<IUnknown>(db).get()), S_OK);
+  EXPECT_EQ(store->SetDBAccessor(MakeObject<UnkList>().get()), E_FAIL) << "no accessor";
+  Check(db->EndSession(session));
+  EXPECT_EQ(store->SetDBAccessor(Query<IUnknown>(db).get()), E_FAIL) << "session 0";
+}
+
+// What a store tells the log has no say in what it does.
+TEST(StoreLog, OneThatThrowsHarmsNoSlot) {
+  struct : DebugLog {
+    void Write(std::u16string_view) override { throw StatusError(E_NOTIMPL); }
+  } log;
+  ScopedService<DebugLog> useLog(log);
+  static constexpr StoreIdentity kTalks = {.family = StoreFamily::Pim,
+                                           .className = u"CTalks",
+                                           .configName = u"DataStore.Task",
+                                           .duplicationStart = u"Start"};
+  const auto store = MakeObject<BareStore>(kTalks);
+  EXPECT_EQ(store->Initialize(MakeObject<test::MemoryBag>().get()), S_OK);
+  Bstr match;
+  BOOL found = 7;
+  const ComPtr<IUnknown> data = MakeObject<UnkList>();
+  EXPECT_EQ(
+      store->ProcessDuplication(nullptr, data.get(), Bstr(u"t"), match.Out(), nullptr, &found),
+      kReached);
 }
 
 TEST(StoreWithoutDatabase, TakesAnyAccessorAndKeepsNone) {

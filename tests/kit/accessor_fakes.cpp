@@ -83,19 +83,23 @@ std::optional<HRESULT> RecordingAccessor::Record(BSTR statement) {
 }
 
 HRESULT RecordingAccessor::Open(BSTR name) noexcept {
-  return real_->Open(name);
+  const HRESULT status = Watched("Open");
+  return Failed(status) ? status : real_->Open(name);
 }
 
 HRESULT RecordingAccessor::Connect() noexcept {
-  return real_->Connect();
+  const HRESULT status = Watched("Connect");
+  return Failed(status) ? status : real_->Connect();
 }
 
 HRESULT RecordingAccessor::BeginSession(int32_t* session) noexcept {
-  return real_->BeginSession(session);
+  const HRESULT status = Watched("BeginSession");
+  return Failed(status) ? status : real_->BeginSession(session);
 }
 
 HRESULT RecordingAccessor::EndSession(int32_t session) noexcept {
-  return real_->EndSession(session);
+  const HRESULT status = Watched("EndSession");
+  return Failed(status) ? status : real_->EndSession(session);
 }
 
 HRESULT RecordingAccessor::GetSessionId(int32_t* session) noexcept {
@@ -171,9 +175,10 @@ ComPtr<RecordingAccessor> OpenRecorder(const std::string& path) {
   return accessor;
 }
 
-ScopedRecorderClass::ScopedRecorderClass() {
-  previous_ = RegisterClass(CLSID_DBAccessor, [this] {
+ScopedRecorderClass::ScopedRecorderClass(std::function<HRESULT(std::string_view)> watch) {
+  previous_ = RegisterClass(CLSID_DBAccessor, [this, watch] {
     last_ = MakeObject<RecordingAccessor>();
+    last_->watch = watch;
     last_->AddRef();  // the reference that the creator's caller takes over
     return CreatedObject{last_.get()};
   });

@@ -7,6 +7,7 @@
 //   EXPECT_EQ(db->Rows(u"DataStoreMap", {u"obj_uid"}), Table({{u"uid-1"}}));
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -50,6 +51,9 @@ class RecordingAccessor final : public ComObject<IDBAccessor, IDBBatch, IDBTrans
              const std::u16string& rest = u"");
   void Run(const std::u16string& statement);
 
+  // Asked before each call that opens or ends a connection, with its name; a failure is the answer.
+  std::function<HRESULT(std::string_view call)> watch;
+
   HRESULT Open(BSTR name) noexcept override;
   HRESULT Connect() noexcept override;
   HRESULT BeginSession(int32_t* session) noexcept override;
@@ -76,6 +80,7 @@ class RecordingAccessor final : public ComObject<IDBAccessor, IDBBatch, IDBTrans
   };
   std::optional<HRESULT> Fails(Countdown& countdown);
   std::optional<HRESULT> Record(BSTR statement);
+  HRESULT Watched(std::string_view call) const { return watch ? watch(call) : S_OK; }
 
   ComPtr<IDBAccessor> real_;
   ComPtr<IDBBatch> batch_;
@@ -93,7 +98,8 @@ ComPtr<RecordingAccessor> OpenRecorder(const std::string& path = ":memory:");
 // While it lives, the class `DBAccessor` makes recorders.
 class ScopedRecorderClass {
  public:
-  ScopedRecorderClass();
+  // `watch` is that of every recorder.
+  explicit ScopedRecorderClass(std::function<HRESULT(std::string_view call)> watch = {});
   ScopedRecorderClass(const ScopedRecorderClass&) = delete;
   ScopedRecorderClass& operator=(const ScopedRecorderClass&) = delete;
   ~ScopedRecorderClass();

@@ -179,6 +179,12 @@ std::error_code FailingFiles::SyncFolder(const std::string& folder) {
   return real_.SyncFolder(folder);
 }
 
+std::error_code FailingFiles::Settle(std::span<const std::string> files,
+                                     std::span<const std::string> folders) {
+  if (const std::error_code error = Count(Verb::Settle, {})) return error;
+  return real_.Settle(files, folders);
+}
+
 std::error_code FailingFiles::Remove(const std::string& path) {
   if (const std::error_code error = Count(Verb::Remove, path)) return error;
   return real_.Remove(path);

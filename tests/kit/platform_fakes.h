@@ -150,6 +150,7 @@ class FailingFiles final : public Files {
     Append,
     WriteAtomic,
     SyncFolder,
+    Settle,
     Remove,
     Rename,
     MakeFolder,
@@ -163,7 +164,7 @@ class FailingFiles final : public Files {
   };
   struct Call {
     Verb verb;
-    std::string path;  // for Rename and RenameNew the old name
+    std::string path;  // for Rename and RenameNew the old name, for Settle nothing
   };
   // Which calls are counted and may fail.
   using Filter = std::function<bool(const Call&)>;
@@ -194,6 +195,8 @@ class FailingFiles final : public Files {
   std::error_code Append(const std::string& path, std::string_view bytes) override;
   std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override;
   std::error_code SyncFolder(const std::string& folder) override;
+  std::error_code Settle(std::span<const std::string> files,
+                         std::span<const std::string> folders) override;
   std::error_code Remove(const std::string& path) override;
   std::error_code Rename(const std::string& from, const std::string& to) override;
   std::error_code MakeFolder(const std::string& path) override;

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <latch>
+#include <thread>
+
 #include "items/converters.h"
 #include "platform/com/class_factory.h"
 #include "platform/com/edge.h"
@@ -88,6 +91,57 @@ TEST(ComObject, RunsFinalReleaseOnceWhileTheObjectStillLives) {
   int finals = 0;
   { const auto pair = MakeObject<Pair>(&finals); }
   EXPECT_EQ(finals, 1);
+  EXPECT_EQ(ComRoot::LiveObjects(), before);
+}
+
+// Each thread has objects of its own; what is counted over all of them comes out even.
+TEST(ModuleCounts, AreExactAfterManyThreads) {
+  RegisterListClasses();
+  constexpr int kThreads = 8;
+  constexpr int kRounds = 100'000;
+  const int32_t objects = ComRoot::LiveObjects();
+  const int32_t locks = ServerLocks();
+  std::vector<ComPtr<UnkList>> kept(kThreads);
+  std::vector<std::thread> threads;
+  std::latch start(kThreads);
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
+      ComPtr<IClassFactory> factory;
+      GetClassFactory(CLSID_UnkList, IClassFactory::kIid, reinterpret_cast<void**>(factory.Out()));
+      start.arrive_and_wait();
+      for (int round = 0; round < kRounds; ++round) {
+        factory->LockServer(kTrue);
+        kept[static_cast<size_t>(i)] = MakeObject<UnkList>();
+        if (round != 0) factory->LockServer(kFalse);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(ComRoot::LiveObjects() - objects, kThreads);
+  EXPECT_EQ(ServerLocks() - locks, kThreads);
+  kept.clear();
+  EXPECT_EQ(ComRoot::LiveObjects(), objects);
+  ComPtr<IClassFactory> factory;
+  GetClassFactory(CLSID_UnkList, IClassFactory::kIid, reinterpret_cast<void**>(factory.Out()));
+  for (int i = 0; i < kThreads + 3; ++i) factory->LockServer(kFalse);
+  EXPECT_EQ(ServerLocks(), 0) << "one unlock too many is none";
+}
+
+TEST(Lists, OfAnyDepthAreLetGoWithoutTheStack) {
+  const int32_t before = ComRoot::LiveObjects();
+  ComPtr<IUnknown> chain = MakeObject<UnkList>();
+  for (int i = 0; i < 200'000; ++i) {
+    if (i < 100'000 || i % 3 == 0) {
+      const auto list = MakeObject<VarList>();
+      list->Add(Variant::Object(std::exchange(chain, nullptr)).get());
+      chain = list;
+    } else {
+      const auto list = MakeObject<UnkList>();
+      list->Add(std::exchange(chain, nullptr).get());
+      chain = list;
+    }
+  }
+  chain.Reset();
   EXPECT_EQ(ComRoot::LiveObjects(), before);
 }
 

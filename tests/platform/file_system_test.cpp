@@ -34,9 +34,20 @@ TEST(FileSystem, ListsSortedByUnit) {
   for (const char* name : {"b", "a", "B", "\uFF5E", "\U0001F600", ".x", "a b", "ä"}) {
     folder.Put(name, "");
   }
-  for (const char* hidden : {"bad\xFF", "a:b", "a\\b", "que?", "line\n"}) folder.Put(hidden, "");
+  for (const char* odd : {"bad\xFF", "a:b", "a\\b", "que?", "line\n"}) folder.Put(odd, "");
+  fs::create_directory(folder.File("Work: 2026"));
   EXPECT_EQ(NamesIn(folder.ModulePath(u"")),
             (Names{u".x", u"B", u"a", u"a b", u"b", u"ä", u"\U0001F600", u"\uFF5E"}));
+  std::vector<EntryInfo> entries;
+  std::vector<UnusableEntry> unusable = {{"poison"}};
+  ASSERT_EQ(ListFolder(folder.ModulePath(u""), ListDetail::Names, entries, &unusable), kNoError);
+  std::vector<std::string> odd;
+  for (const UnusableEntry& entry : unusable) {
+    odd.push_back(entry.name + (entry.kind == EntryKind::Folder ? "/" : ""));
+  }
+  EXPECT_THAT(odd, testing::ElementsAre("Work: 2026/", "a:b", "a\\b", "bad\xFF", "line\n", "que?"));
+  EXPECT_EQ(ListFolder(folder.ModulePath(u"no"), ListDetail::Names, entries, &unusable), 2u);
+  EXPECT_TRUE(unusable.empty());
 }
 
 TEST(FileSystem, ListsKindsAndTimes) {

@@ -185,6 +185,12 @@ TEST(Files, EntriesAreListedAsTheyStand) {
       found.push_back(Listed(entry));
       if (withTimes && entry.name == "a.url") {
         EXPECT_EQ(entry.modifiedNs, 1'000'000'000'000'000'000);
+        EXPECT_EQ(entry.size, 5u);
+        EntryStat stat;
+        ASSERT_FALSE(Disk().StatEntry(folder.File("a.url"), stat));
+        EXPECT_EQ(entry.inode, stat.inode);
+        EXPECT_EQ(entry.changedNs, stat.changedNs);
+        EXPECT_GT(entry.changedNs, entry.modifiedNs) << "of the setting of the other";
       }
     }
     EXPECT_THAT(found, testing::UnorderedElementsAre("a.url", "sub/", "bad\xFFname", "link?",
@@ -318,6 +324,30 @@ TEST(NativePath, TurnsBack) {
   EXPECT_EQ(FromNativePath(""), u"");
   for (const char* refused : {"a\\b", "c:", "a?", "a\x01", "a\xFF", "\xED\xA0\x80"}) {
     EXPECT_EQ(FromNativePath(refused), std::nullopt) << refused;
+  }
+}
+
+TEST(NativePath, IsPrintedSoThatItCanBeFoundAgain) {
+  const std::pair<std::string_view, std::u16string_view> kRows[] = {
+      {"Work: 2026", u"Work: 2026"},
+      {"C++?.url", u"C++?.url"},
+      {"l\xFFne\n", u"l\\xFFne\\x0A"},
+      {"\xE6\x97\xA5\xE6\x97", u"日\\xE6\\x97"},
+      {"\xF0\x9F\x98\x80", u"\U0001F600"},
+      {"\xC0\x80\x7F", u"\\xC0\\x80\\x7F"},
+      {"", u""}};
+  for (const auto& [name, text] : kRows) EXPECT_EQ(PrintableName(name), text) << name;
+}
+
+TEST(Files, WhatIsSettledMayBeManyAndMayHaveGone) {
+  TempFolder folder;
+  for (const size_t count : {0u, 1u, 20u}) {
+    std::vector<std::string> files = {folder.File("gone")};
+    for (size_t i = 0; i < count; ++i) files.push_back(folder.Put("f" + std::to_string(i), "x"));
+    const std::vector<std::string> folders = {folder.path(), folder.File("none")};
+    EXPECT_FALSE(Disk().Settle(files, folders)) << count;
+    files.push_back(folder.File("f0/below"));
+    EXPECT_EQ(Disk().Settle(files, {}).value(), count == 0 ? 0 : ENOTDIR) << count;
   }
 }
 

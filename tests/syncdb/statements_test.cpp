@@ -6,6 +6,7 @@
 #include "platform/com/lists.h"
 #include "platform/system/registry.h"
 #include "support/date_time.h"
+#include "support/text.h"
 #include "support/user_flags.h"
 #include "syncdb/exception_table.h"
 #include "syncdb/identifier_map.h"
@@ -372,6 +373,31 @@ TEST_F(SyncStatements, ABackupTreeIsSortedWithoutFoldersAndWithoutTheRowsOfOther
   EXPECT_EQ(status.ReadTree(true, root), S_OK) << "a failing walk ends it with what was read";
   db->FailAt(0, -5);
   EXPECT_EQ(status.ReadTree(true, root), -5);
+}
+
+TEST_F(SyncStatements, AChainOfFoldersIsReadAndLetGoWhateverItsDepth) {
+  constexpr int kDepth = 100'000;
+  const auto list = MakeObject<UnkList>();
+  std::u16string parent = u"/";
+  const std::u16string_view columns = u"(contact_id,contact_parentid,isfolder,profile_id)";
+  for (int i = 0; i < kDepth; ++i) {
+    std::u16string id = Decimal(i);
+    const auto row = MakeObject<VarList>();
+    for (const std::u16string& value : {id, parent, std::u16string(u"1"), session.targetKey}) {
+      row->Add(Variant::Text(value).get());
+    }
+    list->Add(row.get());
+    parent = std::move(id);
+  }
+  Check(db->ExecuteBatch(
+      Bstr(Concat({u"INSERT INTO Contact_BackupStatusDB ", columns, u" VALUES(?,?,?,?)"})),
+      list.get()));
+  const int32_t before = ComRoot::LiveObjects();
+  ComPtr<IStatusDBItemTree> root;
+  ASSERT_EQ(status.ReadTree(false, root), S_OK);
+  EXPECT_GT(ComRoot::LiveObjects(), before + 3 * kDepth);
+  root.Reset();
+  EXPECT_EQ(ComRoot::LiveObjects(), before);
 }
 
 TEST(StatusItem, AFreshItemHasNoTimeAndAnyWriteGivesOne) {

@@ -1,5 +1,6 @@
 #include "platform/com/class_factory.h"
 
+#include <atomic>
 #include <unordered_map>
 
 #include "platform/com/lists.h"
@@ -12,7 +13,7 @@ std::unordered_map<GUID, ClassCreator, GuidHash>& Creators() {
   return creators;
 }
 
-int32_t g_serverLocks = 0;
+std::atomic<int32_t> g_serverLocks = 0;
 
 class ClassFactory final : public ComObject<IClassFactory> {
  public:
@@ -24,8 +25,11 @@ class ClassFactory final : public ComObject<IClassFactory> {
   HRESULT LockServer(BOOL lock) noexcept override {
     if (lock != kFalse) {
       ++g_serverLocks;
-    } else if (g_serverLocks > 0) {
-      --g_serverLocks;
+      return S_OK;
+    }
+    // An unlock too many counts for nothing.
+    int32_t locks = g_serverLocks;
+    while (locks > 0 && !g_serverLocks.compare_exchange_weak(locks, locks - 1)) {
     }
     return S_OK;
   }

@@ -58,7 +58,7 @@ struct IClassFactory : IUnknown {
 
 // The factory object of a class. CLASS_E_CLASSNOTAVAILABLE for an unknown one.
 HRESULT GetClassFactory(const CLSID& clsid, const IID& iid, void** out) noexcept;
-// How often the server is locked by its factories.
+// How often the server is locked by its factories, on all threads.
 int32_t ServerLocks() noexcept;
 
 // Registers the classes of this folder: the two lists. The database accessor registers itself, see

@@ -1,9 +1,12 @@
 #include "platform/com/com_object.h"
 
+#include <atomic>
+
 namespace qv {
 namespace {
-int32_t g_liveObjects = 0;
-}
+// Of all threads, each of which has objects of its own.
+std::atomic<int32_t> g_liveObjects = 0;
+}  // namespace
 
 int32_t ComRoot::LiveObjects() noexcept {
   return g_liveObjects;

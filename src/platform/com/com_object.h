@@ -3,9 +3,9 @@
 //   class UnkList final : public ComObject<IUnkList> { ... };
 //   auto list = MakeObject<UnkList>();
 //
-// The count is a plain 32-bit integer: objects belong to one thread. `FinalRelease` runs when the
-// last reference goes, before the destructor, while the count is held at 1, so that it may hand
-// out and take back references to the object; what it throws is dropped.
+// An object's count is a plain 32-bit integer: objects belong to one thread. `FinalRelease` runs
+// when the last reference goes, before the destructor, while the count is held at 1, so that it may
+// hand out and take back references to the object; what it throws is dropped.
 //
 // An interface that extends another one names it as `Parent` and the object answers to both.
 #pragma once
@@ -29,7 +29,7 @@ class ComRoot {
   // Before the first QueryInterface; the outer object is not counted, it outlives this one.
   void SetOuter(IUnknown* outer) noexcept { outer_ = outer; }
 
-  // Live objects of all classes, for DllCanUnloadNow.
+  // Live objects of all classes and threads, for DllCanUnloadNow.
   static int32_t LiveObjects() noexcept;
 
  protected:

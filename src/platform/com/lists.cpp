@@ -3,6 +3,29 @@
 namespace qv {
 namespace {
 
+// Lets go of what a list held. Within the death of another list it is left to that one's loop.
+template <class Items>
+void LetGo(Items&& items) noexcept {
+  thread_local std::vector<Items>* waiting = nullptr;
+  if (items.empty()) return;
+  if (waiting != nullptr) {
+    try {
+      waiting->push_back(std::move(items));
+    } catch (...) {  // no memory: then by the stack
+      items.clear();
+    }
+    return;
+  }
+  std::vector<Items> own;
+  waiting = &own;
+  items.clear();
+  while (!own.empty()) {
+    const Items next = std::move(own.back());
+    own.pop_back();
+  }
+  waiting = nullptr;
+}
+
 template <class Items>
 bool InRange(const Items& items, int32_t index) {
   return index >= 0 && static_cast<size_t>(index) < items.size();
@@ -22,6 +45,10 @@ HRESULT RemoveAt(Items& items, int32_t index) noexcept {
 }
 
 }  // namespace
+
+UnkList::~UnkList() {
+  LetGo(std::move(items_));
+}
 
 HRESULT UnkList::Count(int32_t* count) noexcept {
   return CountOf(items_, count);
@@ -43,6 +70,10 @@ HRESULT UnkList::Add(IUnknown* item) noexcept {
 
 HRESULT UnkList::Remove(int32_t index) noexcept {
   return RemoveAt(items_, index);
+}
+
+VarList::~VarList() {
+  LetGo(std::move(items_));
 }
 
 HRESULT VarList::Count(int32_t* count) noexcept {

@@ -2,6 +2,9 @@
 //
 // Both keep insertion order. `Item` and `Remove` take an index from 0; one out of range gives
 // E_INVALIDARG and, for `Item`, a null or empty out.
+//
+// Lists hold lists to any depth, as the trees of snapshots do. The last reference on the outermost
+// one lets go of all of them in a loop: a chain of a hundred thousand does not fill the stack.
 #pragma once
 
 #include <vector>
@@ -36,6 +39,7 @@ struct IVarList : IDispatch {
 
 class UnkList final : public ComObject<IUnkList> {
  public:
+  ~UnkList() override;
   HRESULT Count(int32_t* count) noexcept override;
   HRESULT Item(int32_t index, IUnknown** item) noexcept override;
   HRESULT Add(IUnknown* item) noexcept override;
@@ -47,6 +51,7 @@ class UnkList final : public ComObject<IUnkList> {
 
 class VarList final : public ComObject<IVarList> {
  public:
+  ~VarList() override;
   HRESULT Count(int32_t* count) noexcept override;
   HRESULT Item(int32_t index, VARIANT* item) noexcept override;
   HRESULT Add(VARIANT item) noexcept override;

@@ -25,8 +25,11 @@ DebugLog& DebugLog::Default() {
   return log;
 }
 
-void OutputDebugStringW(std::u16string_view line) {
-  Service<DebugLog>::Get().Write(line);
+void OutputDebugStringW(std::u16string_view line) noexcept {
+  try {
+    Service<DebugLog>::Get().Write(line);
+  } catch (...) {
+  }
 }
 
 }  // namespace qv

@@ -23,6 +23,7 @@ class SilentLog final : public DebugLog {
   void Write(std::u16string_view) override {}
 };
 
-void OutputDebugStringW(std::u16string_view line);
+// A line that the log does not take is lost: it is no reason for anything else to fail.
+void OutputDebugStringW(std::u16string_view line) noexcept;
 
 }  // namespace qv

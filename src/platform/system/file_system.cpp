@@ -37,22 +37,31 @@ SystemError CheckRegular(const std::string& native) {
 }  // namespace
 
 SystemError ListFolder(std::u16string_view folder, ListDetail detail,
-                       std::vector<EntryInfo>& entries) {
+                       std::vector<EntryInfo>& entries, std::vector<UnusableEntry>* unusable) {
   entries.clear();
+  if (unusable != nullptr) unusable->clear();
   const std::optional<std::string> native = NativeEntry(folder);
   if (!native) return kInvalidName;
   std::vector<PlainEntry> found;
   const std::error_code error = Disk().ListEntries(*native, detail == ListDetail::Modified, found);
   if (error) return NumberOf(error, *native);
   entries.reserve(found.size());
-  for (const PlainEntry& plain : found) {
+  for (PlainEntry& plain : found) {
     std::optional<std::u16string> name = FromNativePath(plain.name);
-    if (!name) continue;
+    if (!name) {
+      if (unusable != nullptr) unusable->push_back({std::move(plain.name), plain.kind});
+      continue;
+    }
     EntryInfo& entry = entries.emplace_back();
     entry.name = *std::move(name);
     entry.kind = plain.kind;
+    entry.size = plain.size;
     entry.modified = WholeSeconds(plain.modifiedNs);
+    entry.modifiedNs = plain.modifiedNs;
+    entry.changedNs = plain.changedNs;
+    entry.inode = plain.inode;
   }
+  if (unusable != nullptr) std::ranges::sort(*unusable, {}, &UnusableEntry::name);
   std::sort(entries.begin(), entries.end(),
             [](const EntryInfo& a, const EntryInfo& b) { return a.name < b.name; });
   return kNoError;
@@ -71,6 +80,9 @@ SystemError FindEntry(std::u16string_view path, EntryInfo& entry) {
   entry.created = WholeSeconds(stat.createdNs);
   entry.modified = WholeSeconds(stat.modifiedNs);
   entry.accessed = WholeSeconds(stat.accessedNs);
+  entry.modifiedNs = stat.modifiedNs;
+  entry.changedNs = stat.changedNs;
+  entry.inode = stat.inode;
   return kNoError;
 }
 

@@ -41,14 +41,26 @@ struct EntryInfo {
   int64_t created = 0;
   int64_t modified = 0;
   int64_t accessed = 0;
+  // Since 1970, in nanoseconds: of the last write; and of the last write, rename or other change.
+  int64_t modifiedNs = 0;
+  int64_t changedNs = 0;
+  uint64_t inode = 0;
 };
 
-enum class ListDetail : uint8_t { Names, Modified };  // name and kind; and the time of last write
+// What is in a folder under a name that no path of the module's form can hold: one with one of
+// : * ? " < > | \ or a control character, or bytes that are no UTF-8.
+struct UnusableEntry {
+  std::string name;  // its bytes; see PrintableName
+  EntryKind kind = EntryKind::File;
+};
 
-// Sorted by name, in 16-bit units; without "." and "..", and without names that no path can hold.
-// On failure there are no entries.
+enum class ListDetail : uint8_t { Names, Modified };  // name and kind; and size, times, inode
+
+// Sorted by name, in 16-bit units; without "." and "..", and without names that no path can hold,
+// which go into `unusable`, sorted by their bytes. On failure there are no entries.
 SystemError ListFolder(std::u16string_view folder, ListDetail detail,
-                       std::vector<EntryInfo>& entries);
+                       std::vector<EntryInfo>& entries,
+                       std::vector<UnusableEntry>* unusable = nullptr);
 // What stands under exactly this path.
 SystemError FindEntry(std::u16string_view path, EntryInfo& entry);
 inline bool EntryExists(std::u16string_view path) {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -19,6 +20,9 @@ struct FileInfo {
   uint64_t size = 0;
   int64_t modifiedNs = 0;  // since 1970, in nanoseconds
   bool isFolder = false;
+  int64_t changedNs = 0;  // of the last write, rename, or change of its properties
+  uint64_t inode = 0;     // its number on its file system
+  uint64_t device = 0;    // which file system that is, until the next mount
 };
 
 struct FolderEntry {
@@ -36,12 +40,18 @@ struct EntryStat {
                           // times of last write and last change
   int64_t modifiedNs = 0;
   int64_t accessedNs = 0;
+  int64_t changedNs = 0;
+  uint64_t inode = 0;
 };
 
 struct PlainEntry {
   std::string name;
   EntryKind kind = EntryKind::File;
-  int64_t modifiedNs = 0;  // where it was asked for
+  // Where they were asked for.
+  int64_t modifiedNs = 0;
+  int64_t changedNs = 0;
+  uint64_t size = 0;
+  uint64_t inode = 0;
 };
 
 class Files {
@@ -71,6 +81,11 @@ class Files {
   // The rename itself is on disk only after `SyncFolder`.
   virtual std::error_code WriteAtomic(const std::string& path, std::string_view bytes) = 0;
   virtual std::error_code SyncFolder(const std::string& folder) = 0;
+  // What was written so far to these files, and made, renamed or removed in these folders, is on
+  // disk. A few are waited for one by one, many with one wait for each file system that they are
+  // on. What has gone meanwhile is passed over.
+  virtual std::error_code Settle(std::span<const std::string> files,
+                                 std::span<const std::string> folders) = 0;
   // A missing file is no failure.
   virtual std::error_code Remove(const std::string& path) = 0;
   virtual std::error_code Rename(const std::string& from, const std::string& to) = 0;
@@ -105,5 +120,11 @@ class Files {
 std::optional<std::string> ToNativePath(std::u16string_view path);
 // The way back, without a drive. Nothing for a path that the module's form cannot name.
 std::optional<std::u16string> FromNativePath(std::string_view path);
+// A native name as a person can read it on one line and find it again: control characters, and
+// bytes that are no UTF-8, as "\xNN".
+std::u16string PrintableName(std::string_view name);
+// Whether `WriteAtomic` makes its temporary file under such a name, by the text alone, and of
+// what: the name of the file meant, or as much as there was room for.
+std::optional<std::string_view> NameBehindTemporary(std::string_view name);
 
 }  // namespace qv

@@ -10,6 +10,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <set>
 
 #include "platform/system/files.h"
 #include "platform/system/unique_fd.h"
@@ -20,6 +21,7 @@ namespace {
 constexpr size_t kNameLimit = 255;  // bytes in one name, on every Linux file system
 constexpr size_t kPiece = 512 * 1024;
 constexpr size_t kPage = 4096;
+constexpr size_t kSettledOneByOne = 8;
 constexpr int kCreateNew = O_WRONLY | O_CREAT | O_EXCL;
 
 std::error_code LastError() {
@@ -58,6 +60,9 @@ FileInfo InfoOf(const struct stat& data) {
   info.size = static_cast<uint64_t>(data.st_size);
   info.modifiedNs = Nanoseconds(data.st_mtim);
   info.isFolder = S_ISDIR(data.st_mode);
+  info.changedNs = Nanoseconds(data.st_ctim);
+  info.inode = data.st_ino;
+  info.device = data.st_dev;
   return info;
 }
 
@@ -115,6 +120,25 @@ std::error_code WriteTo(const std::string& path, int flags, std::string_view byt
   const std::error_code error = WriteAll(fd.get(), bytes);
   const std::error_code closeError = Close(std::move(fd));
   return error ? error : closeError;
+}
+
+// One wait for each file system, whatever else waits to be written there.
+std::error_code SettleFileSystems(std::span<const std::string> files,
+                                  std::span<const std::string> folders) {
+  std::set<dev_t> settled;
+  for (const auto& paths : {files, folders}) {
+    for (const std::string& path : paths) {
+      struct stat data;
+      if (stat(path.c_str(), &data) != 0) {
+        if (errno == ENOENT) continue;
+        return LastError();
+      }
+      if (!settled.insert(data.st_dev).second) continue;
+      const UniqueFd fd = Open(path, O_RDONLY | O_NONBLOCK);
+      if (!fd.IsOpen() || Retry([&] { return syncfs(fd.get()); }) != 0) return LastError();
+    }
+  }
+  return {};
 }
 
 // "folder/.name.tmp" of "folder/name". A name near the limit is cut, between characters.
@@ -183,14 +207,15 @@ std::error_code AddInfo(int folderFd, const char* name, std::vector<FolderEntry>
 std::error_code AddPlain(int folderFd, const dirent& entry, bool withTimes,
                          std::vector<PlainEntry>& entries) {
   if (!withTimes && entry.d_type != DT_UNKNOWN) {
-    entries.push_back({entry.d_name, KindOf(static_cast<mode_t>(DTTOIF(entry.d_type))), 0});
+    entries.push_back({entry.d_name, KindOf(static_cast<mode_t>(DTTOIF(entry.d_type)))});
     return {};
   }
   struct stat data;
   if (fstatat(folderFd, entry.d_name, &data, AT_SYMLINK_NOFOLLOW) != 0) {
     return errno == ENOENT ? std::error_code() : LastError();
   }
-  entries.push_back({entry.d_name, KindOf(data.st_mode), Nanoseconds(data.st_mtim)});
+  entries.push_back({entry.d_name, KindOf(data.st_mode), Nanoseconds(data.st_mtim),
+                     Nanoseconds(data.st_ctim), static_cast<uint64_t>(data.st_size), data.st_ino});
   return {};
 }
 
@@ -293,6 +318,22 @@ class LinuxFiles final : public Files {
     return {};
   }
 
+  std::error_code Settle(std::span<const std::string> files,
+                         std::span<const std::string> folders) override {
+    if (files.size() + folders.size() > kSettledOneByOne) return SettleFileSystems(files, folders);
+    for (const std::string& file : files) {
+      const UniqueFd fd = Open(file, O_RDONLY | O_NONBLOCK);
+      std::error_code error;
+      if (!fd.IsOpen() || Retry([&] { return fsync(fd.get()); }) != 0) error = LastError();
+      if (error && error != std::errc::no_such_file_or_directory) return error;
+    }
+    for (const std::string& folder : folders) {
+      const std::error_code error = SyncFolder(folder);
+      if (error && error != std::errc::no_such_file_or_directory) return error;
+    }
+    return {};
+  }
+
   std::error_code Remove(const std::string& path) override {
     return unlink(path.c_str()) == 0 || errno == ENOENT ? std::error_code() : LastError();
   }
@@ -317,9 +358,10 @@ class LinuxFiles final : public Files {
     stat.size = data.stx_size;
     stat.modifiedNs = Nanoseconds(data.stx_mtime);
     stat.accessedNs = Nanoseconds(data.stx_atime);
-    stat.createdNs = (data.stx_mask & STATX_BTIME) != 0
-                         ? Nanoseconds(data.stx_btime)
-                         : std::min(stat.modifiedNs, Nanoseconds(data.stx_ctime));
+    stat.changedNs = Nanoseconds(data.stx_ctime);
+    stat.inode = data.stx_ino;
+    stat.createdNs = (data.stx_mask & STATX_BTIME) != 0 ? Nanoseconds(data.stx_btime)
+                                                        : std::min(stat.modifiedNs, stat.changedNs);
     return {};
   }
 

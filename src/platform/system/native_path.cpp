@@ -27,6 +27,31 @@ std::optional<std::string> ToNativePath(std::u16string_view path) {
   return native;
 }
 
+std::u16string PrintableName(std::string_view name) {
+  constexpr std::u16string_view kDigits = u"0123456789ABCDEF";
+  std::u16string text;
+  while (!name.empty()) {
+    const auto byte = static_cast<unsigned char>(name[0]);
+    size_t length = byte < 32 || byte == 127 ? 5 : 1;
+    // The shortest piece that is valid is one character.
+    while (length < 5 && !AppendUtf8(name.substr(0, length), text)) ++length;
+    if (length == 5) {
+      text.append({u'\\', u'x', kDigits[byte >> 4], kDigits[byte & 15]});
+      length = 1;
+    }
+    name.remove_prefix(std::min(length, name.size()));
+  }
+  return text;
+}
+
+std::optional<std::string_view> NameBehindTemporary(std::string_view name) {
+  constexpr std::string_view kTail = ".tmp";
+  if (name.size() <= 1 + kTail.size() || name[0] != '.' || !name.ends_with(kTail)) {
+    return std::nullopt;
+  }
+  return name.substr(1, name.size() - 1 - kTail.size());
+}
+
 std::optional<std::u16string> FromNativePath(std::string_view path) {
   std::u16string text;
   const auto isRefused = [](char16_t c) { return c == u'\\' || IsRefused(c); };
