@@ -12,6 +12,7 @@ namespace qv {
 namespace {
 
 constexpr std::string_view kOwn = "VEVENT,VTODO";
+constexpr std::string_view kLists[] = {"CATEGORIES", "RESOURCES"};
 
 // The order of the properties is fixed: equal items give equal bytes.
 class CalendarWriter {
@@ -125,7 +126,7 @@ class CalendarWriter {
       LineReader reader(bytes);
       Line line;
       if (!reader.Next(line) || IsOutdated(line.name)) continue;
-      if (!WriteExtra(writer_, extra, kOwn)) continue;
+      if (!WriteExtra(writer_, extra, kOwn, kLists)) continue;
       hasRule_ = hasRule_ || SameWord(line.name, "RRULE") || SameWord(line.name, "RDATE") ||
                  SameWord(line.name, "EXRULE");
     }
