@@ -197,9 +197,10 @@ HRESULT BookmarkTreeStore::ReplaceBookmark(Bookmark& bookmark, const Place& old,
   if (bookmark.url.empty()) return E_FAIL;
   InternetShortcut shortcut;
   if (shortcut.Load(fresh.full) != kNoError) return E_FAIL;
-  shortcut.SetURL(bookmark.url, 1);
-  if (shortcut.Save(fresh.full) != kNoError) return E_FAIL;
-  changes_.Made(fresh.full, EntryKind::File);
+  if (shortcut.SetURL(bookmark.url, 1)) {
+    if (shortcut.Save(fresh.full) != kNoError) return E_FAIL;
+    changes_.Made(fresh.full, EntryKind::File);
+  }
   Check(map_.SetPath(fresh.uid, fresh.path));
   WriteIdentity(fresh.uid, bookmark.fields, fresh.full);
   const HRESULT status = Check(WriteStatus(STATDBUPDATE_REPL, fresh, parent.uid, false));
@@ -208,7 +209,7 @@ HRESULT BookmarkTreeStore::ReplaceBookmark(Bookmark& bookmark, const Place& old,
 
 HRESULT BookmarkTreeStore::ReplaceFolder(Folder& folder, const Place& old,
                                          const IncomingText& text) {
-  if (!policy_.foldersMove) return RenameFolder(folder, old, text);
+  if (!policy_.foldersMove) return RenameFolder(folder, old);
   std::u16string name = FolderName(folder);
   const Place parent = FindParent(text);
   if (!EqualsIgnoreCase(name, NameInPath(old.path))) {
@@ -228,16 +229,15 @@ HRESULT BookmarkTreeStore::MoveFolder(const Place& old, const Place& fresh,
   return TouchParents(old, parentUid);
 }
 
-// In its place, and without the paths below it: they are wrong until the map is cleaned.
-HRESULT BookmarkTreeStore::RenameFolder(const Folder& folder, const Place& old,
-                                        const IncomingText& text) {
+// In its place, whatever parent the phone names, and without the paths below it: they are wrong
+// until the map is cleaned.
+HRESULT BookmarkTreeStore::RenameFolder(const Folder& folder, const Place& old) {
   const std::u16string name = FolderName(folder);
-  const Place parent = FindParent(text);  // the phone's; it places nothing
   const Place fresh{old.uid, ChildPath(ParentPath(old.path), name),
                     tree_.FullPath(ChildPath(ParentPath(old.path), name))};
   Rename(old.full, fresh.full, policy_.renameFolderFailed);
   Check(map_.SetPath(fresh.uid, fresh.path));
-  return WriteStatus(STATDBUPDATE_REPL, fresh, parent.uid, true);
+  return WriteStatus(STATDBUPDATE_REPL, fresh, ParentUid(fresh.path), true);
 }
 
 HRESULT BookmarkTreeStore::OnDelete(const std::u16string& sourceUid, bool softDelete) {

@@ -76,7 +76,7 @@ class BookmarkTreeStore : public StoreBase {
   HRESULT ReplaceBookmark(Bookmark& bookmark, const Place& old, const IncomingText& text);
   HRESULT ReplaceFolder(Folder& folder, const Place& old, const IncomingText& text);
   HRESULT MoveFolder(const Place& old, const Place& fresh, const std::u16string& parentUid);
-  HRESULT RenameFolder(const Folder& folder, const Place& old, const IncomingText& text);
+  HRESULT RenameFolder(const Folder& folder, const Place& old);
   void Rename(const std::u16string& from, const std::u16string& to, std::u16string_view message);
   void WriteIdentity(const std::u16string& uid, const ItemFields& fields,
                      const std::u16string& full);
