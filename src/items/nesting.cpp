@@ -3,9 +3,13 @@
 namespace qv {
 
 Envelope EnvelopeOf(const Line& line, std::string_view own) {
+  if (line.bare) return Envelope::None;
   const bool begin = SameWord(line.name, "BEGIN");
   if (!begin && !SameWord(line.name, "END")) return Envelope::None;
-  const std::string_view name = Trimmed(line.value);
+  // The blank line behind base64 is no part of a name.
+  std::string_view name = line.value;
+  while (name.ends_with('\n') || name.ends_with('\r')) name.remove_suffix(1);
+  name = Trimmed(name);
   bool isOwn = false;
   for (std::string_view word; !isOwn && NextWord(own, word);) isOwn = SameWord(name, word);
   if (begin) return isOwn ? Envelope::BeginOwn : Envelope::BeginOther;
