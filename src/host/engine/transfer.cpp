@@ -232,6 +232,8 @@ TransferReport RunJob(Body&& body) {
     if (!report.failed.empty()) report.result = SyncResult::Partial;
   } catch (const SyncStopped&) {
     fail(SyncResult::Stopped, "stopped before all of it was done");
+  } catch (const StoreRefusal& refusal) {
+    fail(SyncResult::Refused, refusal.what());
   } catch (const StatusError& error) {
     fail(SyncResult::Failed, StatusWords(error.status()));
   } catch (const std::bad_alloc&) {
