@@ -206,6 +206,40 @@ TEST_F(CliFilesTest, MemosComeAndGo) {
   EXPECT_THAT(TextsIn("out"), HasSubstr("\"Milk,\r\nbread\"\r\n"));
 }
 
+TEST_F(CliFilesTest, AnExportCountsWhatIsInItsFiles) {
+  const auto note = [](const std::string& body) {
+    return "BEGIN:VNOTE\r\nVERSION:1.1\r\nBODY:" + body + "\r\nEND:VNOTE\r\n";
+  };
+  Put("phone/contacts/title.vcf", Card("", "TITLE:Boss\r\n"));
+  Put("phone/notes/empty.vnt", note(""));
+  const Outcome none = Export({"contacts", "notes"});
+  EXPECT_EQ(none.code, 1);
+  EXPECT_THAT(none.out, HasSubstr("contacts: nothing to write\n  title.vcf: it has nothing that a "
+                                  "CSV file holds"));
+  EXPECT_THAT(none.out, HasSubstr("notes: nothing to write\n  empty.vnt: it has no text"));
+  EXPECT_TRUE(In("out").empty());
+  Put("phone/contacts/a.vcf", Card("A", "TITLE:Boss\r\n"));
+  Put("phone/contacts/quotes.vcf", Card("B", "NOTE:\"\"\"\r\n"));
+  Put("phone/notes/full.vnt", note("x"));
+  const auto stores = Export({"contacts", "notes", "--json"}).Json()["stores"];
+  const int64_t items[] = {2, 1};
+  for (size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(stores[i]["items"], items[i]);
+    EXPECT_EQ(stores[i]["failed"].size(), 1u);
+    const std::string file = *box.files().Get("out/" + std::string(stores[i]["files"][0]));
+    EXPECT_EQ(std::ranges::count(file, '\n'), items[i] + 1) << "a row each below the headings";
+  }
+  const std::string deep = Path("out") + "/" + std::string(200, 'd') + "/" + std::string(60, 'e');
+  Put("phone/calendar/e.vcs",
+      "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\nDTSTART:20260101T090000Z\r\n"
+      "END:VEVENT\r\nEND:VCALENDAR\r\n");
+  for (const char* format : {"vcf", "vcs"}) {
+    const Outcome far = box.Run({"export", "-d", Path("phone"), "--to", deep, "--format", format});
+    EXPECT_EQ(far.code, 5) << far.out;
+    EXPECT_THAT(far.out, HasSubstr("path is too long"));
+  }
+}
+
 TEST_F(CliFilesTest, WhatCannotBeUsedIsNamedAndTheRestGoesOn) {
   const std::string good = Put("good.csv", "Name\nAnna\n");
   for (const std::string& bad : {Path("none.csv"), Path("phone"), Put("empty.vcf", ""),
