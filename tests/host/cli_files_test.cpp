@@ -1,5 +1,8 @@
 // Files to a phone and back on the command line.
 #include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <csignal>
 
 #include "host/run_program.h"
 
@@ -97,11 +100,55 @@ TEST_F(CliFilesTest, AMappingIsKeptForTheNextFile) {
   EXPECT_EQ(Import({people, next, "--map-file", Path("map.xml"), "--save-map", Path("x")}).code, 2);
   EXPECT_EQ(Import({next, "--map-file", Path("map.xml"), "--save-map", next}).code, 2);
   EXPECT_EQ(*box.files().Get("b.csv"), "who\twhat\nBen\t2\n");
+  const std::string kept = *box.files().Get("map.xml");
+  const std::vector<std::string> third = {Put("c.csv", "who,what\nCid,3\n"),
+                                          "--map-file",
+                                          Path("map.xml"),
+                                          "--map",
+                                          "what=",
+                                          "--save-map",
+                                          Path("map.xml")};
+  const Outcome refused = Import(third);
+  EXPECT_EQ(refused.code, 2);
+  EXPECT_THAT(refused.err, HasSubstr("--replace-map"));
+  EXPECT_THAT(TextsIn("phone/contacts"), Not(HasSubstr("Cid")))
+      << "refused before anything is done";
+  EXPECT_EQ(*box.files().Get("map.xml"), kept);
+  std::vector<std::string> replacing = third;
+  replacing.push_back("--replace-map");
+  EXPECT_EQ(Import(replacing).code, 0);
+  EXPECT_NE(*box.files().Get("map.xml"), kept);
+  EXPECT_EQ(Import({next, "--replace-map"}).code, 2);
   EXPECT_EQ(Import({Put("a.vcf", Card("A")), "--map", "bogus"}).code, 2);
   EXPECT_EQ(Import({next, "--map-file", Path("map.xml"), "--save-map", Path("none/x")}).code, 5);
   box.Run({"import", "-d", Path("gone"), next, "--map-file", Path("map.xml"), "--save-map",
            Path("kept.xml")});
   EXPECT_FALSE(std::filesystem::exists(Path("kept.xml"))) << "the phone was refused";
+}
+
+TEST_F(CliFilesTest, AStoppedImportKeepsNoMapping) {
+  constexpr int kAttempts = 5;  // the machine may be faster than the signal, but not always
+  std::string people = "wer,was\n";
+  for (int i = 0; i < 3000; ++i) people += "Name" + std::to_string(i) + ",1\n";
+  Put("many.csv", people);
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const std::string map = Path("map" + std::to_string(attempt));
+    const pid_t child =
+        box.Start({"-p", box.profile, "import", "-d", Path("phone"), Path("many.csv"), "--store",
+                   "contacts", "--map", "wer=GivenName", "--map", "was=Pager", "--save-map", map},
+                  Put("stdin", ""), Path("stdout"));
+    siginfo_t ended{};
+    while (waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == 0 && In("phone/contacts").empty()) {
+      usleep(500);
+    }
+    kill(child, SIGTERM);
+    const int code = box.Finish(child).code;
+    EXPECT_EQ(std::filesystem::exists(map), code == 0) << code;
+    if (code == 4) return;
+    std::filesystem::remove_all(Path("phone/contacts"));
+  }
+  FAIL() << "never quick enough";
 }
 
 TEST_F(CliFilesTest, CardsOfOtherProgramsComeWhole) {

@@ -234,7 +234,7 @@ TEST(MappingTest, AKeptMappingComesBack) {
   const Sheet sheet = ReadSheet("Name,Phone 1 - Label,Phone 1 - Value,\xC3\xA4", {});
   const SheetMapping mapping = MapColumns(sheet, "", {"\xC3\xA4=Note"});
   const std::string file = folder.File("map.xml");
-  SaveMapping(mapping, file);
+  SaveMapping(mapping, file, false);
   EXPECT_EQ(Fields(LoadMapping(sheet, "", {}, file)), Fields(mapping));
   EXPECT_EQ(Fields(LoadMapping(sheet, "", {"Name="}, file)), "contacts:,,(by label),Note,");
   EXPECT_THAT(ErrorOf([&] { LoadMapping(ReadSheet("Name", {}), "", {}, file); }),
@@ -252,8 +252,14 @@ TEST(MappingTest, AKeptMappingComesBack) {
   folder.Put("few.xml", "<Msg><Body><Put><C Data='x'/><C/><C/><C/></Put></Body></Msg>");
   EXPECT_THAT(ErrorOf([&] { LoadMapping(sheet, "", {}, folder.File("few.xml")); }),
               HasSubstr("names no fields"));
-  EXPECT_THAT(ErrorOf([&] { SaveMapping(mapping, folder.File("no/map.xml")); }),
-              HasSubstr("unable to open"));
+  EXPECT_THAT(ErrorOf([&] { SaveMapping(mapping, folder.File("no/map.xml"), true); }),
+              HasSubstr("No such file"));
+  EXPECT_THAT(ErrorOf([&] { SaveMapping(mapping, folder.File("bad.xml"), false); }),
+              HasSubstr("--replace-map"));
+  EXPECT_EQ(*folder.Get("bad.xml"), "<Msg>\n<Body>");
+  SaveMapping(mapping, folder.File("bad.xml"), true);
+  EXPECT_EQ(*folder.Get("bad.xml"), *folder.Get("map.xml"));
+  EXPECT_EQ(folder.Names().size(), 4u) << "no half file stays behind";
   EXPECT_THAT(ToUtf8(MappingXml(mapping, u"C:\\a&b.csv")), HasSubstr("Path=\"C:\\a&amp;b.csv\""));
 }
 
