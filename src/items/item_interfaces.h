@@ -107,7 +107,7 @@ struct IContactItem : IDispatch {
                              BSTR locality, BSTR region, BSTR postalCode,
                              BSTR country) noexcept = 0;
   // Grows the list with gaps up to the position; a new address has the kind other, an address that
-  // stood there keeps its kind. A negative position, or one above 999, gives E_INVALIDARG.
+  // stood there keeps its kind. A negative position, or one above 99999, gives E_INVALIDARG.
   virtual HRESULT SetAddress(int32_t position, BSTR postOffice, BSTR extended, BSTR street,
                              BSTR locality, BSTR region, BSTR postalCode,
                              BSTR country) noexcept = 0;

@@ -14,7 +14,7 @@ Dialect DialectAhead(LineReader reader, std::string_view own, std::string_view m
     if (envelope == Envelope::EndOwn) break;
     if (IsBegin(envelope)) {
       ReadNested(reader, line, own, ended);
-    } else if (SameWord(line.name, "VERSION")) {
+    } else if (!line.bare && SameWord(line.name, "VERSION")) {
       const std::string_view version = Trimmed(line.value);
       const bool isModern = !version.empty() && modern.find(version.front()) != modern.npos;
       return isModern ? Dialect::Modern : Dialect::Old;

@@ -56,7 +56,8 @@ bool KeepAddress(HiddenWalk& walk, HiddenLabel& label) {
   auto& addresses = walk.contact.addresses;
   const auto index = static_cast<size_t>(position);
   if (index < addresses.size() && addresses[index]) return true;
-  if (!label.isCustom || index >= kMaxListEntries) return false;
+  if (!label.isCustom) return false;
+  if (index >= kMaxAddressPositions) return true;  // the label waits for its address
   if (index >= addresses.size()) addresses.resize(index + 1);
   addresses[index].emplace();
   return true;

@@ -219,13 +219,13 @@ TEST(EngineSyncTest, ADryRunChangesNothingAndTellsWhatTheRunDoes) {
   };
   const auto ann = rig.PcAdd(CardText({.name = "Ann"}));
   rig.PhonePut("b.vcf", CardText({.name = "Bob", .uid = "b"}));
-  EXPECT_THAT(first(), ElementsAre("pc add b.vcf", "phone add " + ToUtf8(ann)));
+  EXPECT_THAT(first(), ElementsAre("pc add b.vcf (Bob)", "phone add " + ToUtf8(ann) + " (Ann)"));
   rig.PcEdit(rig.PcIdOf(CardText({.name = "Bob"})), CardText({.name = "Bob", .note = "pc"}));
   rig.PhonePut("b.vcf", CardText({.name = "Bob", .uid = "b", .rev = "20300101T000000Z"}));
   rig.PcDelete(ann);
   const std::vector<std::string> steps = first();
   ASSERT_EQ(steps.size(), 2u);
-  EXPECT_EQ(steps[0], "pc replace b.vcf (conflict: the phone wins)");
+  EXPECT_EQ(steps[0], "pc replace b.vcf (Bob) (conflict: the phone wins)");
   EXPECT_THAT(steps[1], testing::StartsWith("phone delete "));
 }
 

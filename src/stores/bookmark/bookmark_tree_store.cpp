@@ -13,13 +13,19 @@ bool IsRoot(std::u16string_view uid) {
   return uid == kTreeRoot;
 }
 
-// A bookmark's name without the ".url" that `UniqueEntryName` knows where to find.
+// A bookmark's name without the ".url" that `EntryNames` knows where to find.
 std::u16string FileName(std::u16string_view stem) {
   return Concat({stem, kShortcutTail});
 }
 
 std::u16string InFolder(std::u16string_view folder, std::u16string_view name) {
   return Concat({folder, u"\\", name});
+}
+std::u16string_view FolderIn(std::u16string_view full) {
+  return full.substr(0, full.rfind(u'\\'));
+}
+std::u16string_view NameIn(std::u16string_view full) {
+  return full.substr(full.rfind(u'\\') + 1);
 }
 
 }  // namespace
@@ -39,12 +45,19 @@ std::u16string BookmarkTreeStore::FindRoot() {
   return tree_.root();
 }
 
+IUnknown* BookmarkTreeStore::FindInterface(const IID& iid) noexcept {
+  return iid == IBookmarkTreeInfo::kIid ? &info_ : StoreBase::FindInterface(iid);
+}
+
 HRESULT BookmarkTreeStore::OnInitialize() {
   if (const HRESULT status = texts_.Open(bag()); Failed(status)) {
     return policy_.folderConverterMayLack ? kNotInitialized : status;
   }
   const std::u16string root = FindRoot();
-  return EntryExists(root) || MakeFolder(root) == kNoError ? S_OK : E_FAIL;
+  if (EntryExists(root)) return S_OK;
+  if (MakeFolder(root) != kNoError) return E_FAIL;
+  changes_.Made(root, EntryKind::Folder);
+  return S_OK;
 }
 
 BookmarkTreeStore::Place BookmarkTreeStore::Find(const std::u16string& uid) {
@@ -66,6 +79,22 @@ ComPtr<IItemCommon> BookmarkTreeStore::CachedOrParsed(const IncomingText& text) 
   ComPtr<IItemCommon> item = cachedItem() ? cachedItem() : OnParse(text);
   if (!item) throw StatusError(E_FAIL);
   return item;
+}
+
+void BookmarkTreeStore::NoteMade(const std::u16string& full, EntryKind kind) {
+  changes_.Made(full, kind);
+  names_.Added(FolderIn(full), NameIn(full));
+}
+
+void BookmarkTreeStore::NoteMoved(const std::u16string& from, const std::u16string& to) {
+  changes_.Moved(from, to);
+  names_.Removed(FolderIn(from), NameIn(from));
+  names_.Added(FolderIn(to), NameIn(to));
+}
+
+void BookmarkTreeStore::NoteRemoved(const std::u16string& full) {
+  changes_.Removed(full);
+  names_.Removed(FolderIn(full), NameIn(full));
 }
 
 void BookmarkTreeStore::LogError(std::u16string_view message, SystemError error) const {
@@ -97,22 +126,21 @@ HRESULT BookmarkTreeStore::OnAdd(const IncomingText& text, std::u16string& sourc
   return AddBookmark(AsBookmark(item), FindParent(text), sourceUid);
 }
 
-std::u16string BookmarkTreeStore::NameForNewFile(const Bookmark& bookmark,
-                                                 const Place& parent) const {
+std::u16string BookmarkTreeStore::NameForNewFile(const Bookmark& bookmark, const Place& parent) {
   const std::u16string title = TitleName(bookmark);
   std::u16string_view stem = title;
-  std::u16string name = UniqueEntryName(parent.full, FileName(stem), false);
+  std::u16string name = names_.Unique(parent.full, FileName(stem), false);
   if (InFolder(parent.full, name).size() >= kPathLimit) {
     if (parent.full.size() >= kCutPathLength) {
       OutputDebugStringW(policy_.tooLong);
       throw StatusError(E_FAIL);
     }
     stem = CutStem(stem, kCutPathLength - parent.full.size());
-  } else if (FittingStem(stem).size() == stem.size()) {
+  } else if (NameFits(name)) {
     return name;
   }
   // A number that is appended now may pass the limit again, deliberately.
-  return UniqueEntryName(parent.full, FileName(FittingStem(stem)), false);
+  return names_.Unique(parent.full, FileName(FittingStem(stem)), false);
 }
 
 // The identity of the item goes with the number, whatever its file is called.
@@ -133,6 +161,7 @@ HRESULT BookmarkTreeStore::AddBookmark(Bookmark& bookmark, const Place& parent,
   Place place{{}, ChildPath(parent.path, name), InFolder(parent.full, name)};
   const std::string bytes = bookmark.url.empty() ? std::string() : ShortcutBytes(bookmark.url);
   if (CreateNewFile(place.full, bytes) != kNoError) return E_FAIL;
+  NoteMade(place.full, EntryKind::File);
   // The empty file stays behind, deliberately.
   if (bookmark.url.empty()) return E_FAIL;
   Check(map_.Assign(place.path, place.uid));
@@ -144,9 +173,10 @@ HRESULT BookmarkTreeStore::AddBookmark(Bookmark& bookmark, const Place& parent,
 
 HRESULT BookmarkTreeStore::AddFolder(Folder& folder, const Place& parent, std::u16string& uid) {
   std::u16string name = FolderName(folder);
-  if (policy_.folderNamesAreSafe) name = UniqueEntryName(parent.full, name, true);
+  if (policy_.folderNamesAreSafe) name = names_.Unique(parent.full, name, true);
   Place place{{}, ChildPath(parent.path, name), InFolder(parent.full, name)};
   if (MakeFolder(place.full) != kNoError) return E_FAIL;
+  NoteMade(place.full, EntryKind::Folder);
   Check(map_.Assign(place.path, place.uid));
   uid = place.uid;
   const HRESULT status = Check(WriteStatus(STATDBUPDATE_ADD, place, parent.uid, true));
@@ -170,7 +200,10 @@ void BookmarkTreeStore::Rename(const std::u16string& from, const std::u16string&
                                std::u16string_view message) {
   EntryInfo entry;
   const SystemError error = from == to ? FindEntry(from, entry) : RenameEntry(from, to);
-  if (error == kNoError) return;
+  if (error == kNoError) {
+    if (from != to) NoteMoved(from, to);
+    return;
+  }
   LogError(message, error);
   throw StatusError(E_FAIL);
 }
@@ -180,15 +213,17 @@ HRESULT BookmarkTreeStore::ReplaceBookmark(Bookmark& bookmark, const Place& old,
   std::u16string name = FileName(TitleName(bookmark));
   const Place parent = FindParent(text);
   if (!EqualsIgnoreCase(name, NameInPath(old.path))) {
-    name = UniqueEntryName(parent.full, name, false);
+    name = names_.Unique(parent.full, name, false);
   }
   const Place fresh{old.uid, ChildPath(parent.path, name), InFolder(parent.full, name)};
   Rename(old.full, fresh.full, policy_.renameFileFailed);
   if (bookmark.url.empty()) return E_FAIL;
   InternetShortcut shortcut;
   if (shortcut.Load(fresh.full) != kNoError) return E_FAIL;
-  shortcut.SetURL(bookmark.url, 1);
-  if (shortcut.Save(fresh.full) != kNoError) return E_FAIL;
+  if (shortcut.SetURL(bookmark.url, 1)) {
+    if (shortcut.Save(fresh.full) != kNoError) return E_FAIL;
+    NoteMade(fresh.full, EntryKind::File);
+  }
   Check(map_.SetPath(fresh.uid, fresh.path));
   WriteIdentity(fresh.uid, bookmark.fields, fresh.full);
   const HRESULT status = Check(WriteStatus(STATDBUPDATE_REPL, fresh, parent.uid, false));
@@ -197,11 +232,11 @@ HRESULT BookmarkTreeStore::ReplaceBookmark(Bookmark& bookmark, const Place& old,
 
 HRESULT BookmarkTreeStore::ReplaceFolder(Folder& folder, const Place& old,
                                          const IncomingText& text) {
-  if (!policy_.foldersMove) return RenameFolder(folder, old, text);
+  if (!policy_.foldersMove) return RenameFolder(folder, old);
   std::u16string name = FolderName(folder);
   const Place parent = FindParent(text);
   if (!EqualsIgnoreCase(name, NameInPath(old.path))) {
-    name = UniqueEntryName(parent.full, name, true);
+    name = names_.Unique(parent.full, name, true);
   }
   return MoveFolder(old, {old.uid, ChildPath(parent.path, name), InFolder(parent.full, name)},
                     parent.uid);
@@ -217,16 +252,15 @@ HRESULT BookmarkTreeStore::MoveFolder(const Place& old, const Place& fresh,
   return TouchParents(old, parentUid);
 }
 
-// In its place, and without the paths below it: they are wrong until the map is cleaned.
-HRESULT BookmarkTreeStore::RenameFolder(const Folder& folder, const Place& old,
-                                        const IncomingText& text) {
+// In its place, whatever parent the phone names, and without the paths below it: they are wrong
+// until the map is cleaned.
+HRESULT BookmarkTreeStore::RenameFolder(const Folder& folder, const Place& old) {
   const std::u16string name = FolderName(folder);
-  const Place parent = FindParent(text);  // the phone's; it places nothing
   const Place fresh{old.uid, ChildPath(ParentPath(old.path), name),
                     tree_.FullPath(ChildPath(ParentPath(old.path), name))};
   Rename(old.full, fresh.full, policy_.renameFolderFailed);
   Check(map_.SetPath(fresh.uid, fresh.path));
-  return WriteStatus(STATDBUPDATE_REPL, fresh, parent.uid, true);
+  return WriteStatus(STATDBUPDATE_REPL, fresh, ParentUid(fresh.path), true);
 }
 
 HRESULT BookmarkTreeStore::OnDelete(const std::u16string& sourceUid, bool softDelete) {
@@ -236,14 +270,25 @@ HRESULT BookmarkTreeStore::OnDelete(const std::u16string& sourceUid, bool softDe
   if (FindEntry(place.full, entry) != kNoError || entry.kind != EntryKind::Folder) {
     return DeleteBookmark(place);
   }
+  if (softDelete || !policy_.refusesFullFolders) RequireUsableNames(place.path);
   std::vector<std::u16string> uids = Subtree(place);
   if (softDelete || !policy_.refusesFullFolders) return DeleteFullFolder(place, std::move(uids));
   return uids.empty() ? DeleteEmptyFolder(place) : DS_E_BOOKMARK;
 }
 
+// What has no number is nobody's to delete.
+void BookmarkTreeStore::RequireUsableNames(const std::u16string& path) const {
+  const Obstacle obstacle = tree_.FindObstacle(path, true);
+  if (obstacle.kind == TREE_OBSTACLE_NONE) return;
+  OutputDebugStringW(Concat({u"[", policy_.identity.className,
+                             u"] Nothing deleted, a name cannot be used: ", obstacle.path}));
+  throw StatusError(E_FAIL);
+}
+
 HRESULT BookmarkTreeStore::DeleteBookmark(const Place& place) {
   const SystemError error = DeleteFile(place.full);
   if (error != kNoError && error != kFileNotFound) return E_FAIL;
+  NoteRemoved(place.full);
   const std::u16string parent = ParentUid(place.path);
   Check(map_.Delete(place.uid));
   StatusRow gone;
@@ -255,6 +300,7 @@ HRESULT BookmarkTreeStore::DeleteBookmark(const Place& place) {
 
 HRESULT BookmarkTreeStore::DeleteEmptyFolder(const Place& place) {
   if (RemoveFolder(place.full) != kNoError) return E_FAIL;
+  NoteRemoved(place.full);
   const std::u16string parent = ParentUid(place.path);
   Check(map_.Delete(place.uid));
   StatusRow gone;
@@ -270,6 +316,7 @@ HRESULT BookmarkTreeStore::DeleteFullFolder(const Place& place, std::vector<std:
     LogError(policy_.removeFolderFailed, error);
     return E_FAIL;
   }
+  NoteRemoved(place.full);
   const std::u16string parent = ParentUid(place.path);
   uids.push_back(place.uid);
   Check(status_.Delete(uids));
@@ -278,7 +325,15 @@ HRESULT BookmarkTreeStore::DeleteFullFolder(const Place& place, std::vector<std:
 }
 
 HRESULT BookmarkTreeStore::OnDeleteAll() {
-  if (tree_.root().empty() || !tree_.EmptyFolder(tree_.root())) return E_FAIL;
+  if (tree_.root().empty()) return E_FAIL;
+  std::vector<EntryInfo> entries;
+  std::vector<BlindSpot> unwanted;
+  tree_.List(kTreeRoot, ListDetail::Names, entries, unwanted);
+  for (const EntryInfo& entry : entries) {
+    if (entry.kind == EntryKind::Folder) RequireUsableNames(ChildPath(kTreeRoot, entry.name));
+  }
+  if (!tree_.EmptyFolder(tree_.root())) return E_FAIL;
+  changes_.Removed(InFolder(tree_.root(), {}));
   return map_.DeleteAll();
 }
 

@@ -42,8 +42,8 @@ std::u16string OldEscapes(std::u16string_view modern);
 
 // What becomes of components beyond the last part.
 enum class Surplus {
-  Join,         // they join the last part, each ';' kept
-  JoinTrimmed,  // the same, but a run of ';' at the very end goes
+  Join,         // they join the last part, each ';' kept, and the backslashes before any
+  JoinTrimmed,  // they join the last part, each ';' kept, but a run of ';' at the very end goes
 };
 // Cuts at each ';' that is not escaped and undoes the escapes. Parts that the text does not reach
 // stay as they are.

@@ -36,6 +36,18 @@ void AppendEscaped(std::u16string_view text, Separator separator, std::u16string
   }
 }
 
+// Backslashes before a ';' say already whether it separates; all others are doubled.
+void AppendUnits(std::u16string_view text, std::u16string& out) {
+  while (!text.empty()) {
+    const size_t slash = std::min(text.find(u'\\'), text.size());
+    const size_t behind = std::min(text.find_first_not_of(u'\\', slash), text.size());
+    const std::u16string_view run = text.substr(slash, behind - slash);
+    out.append(text, 0, slash).append(run);
+    if (!text.substr(behind).starts_with(u';')) out.append(run);
+    text.remove_prefix(behind);
+  }
+}
+
 void AppendNarrow(std::u16string_view text, std::string& out) {
   const size_t start = out.size();
   out.resize(start + text.size());
@@ -130,7 +142,7 @@ void LineWriter::NameAndRest(std::u16string_view name, std::u16string_view rest)
   AppendEscaped(name, Separator::Escaped, escaped_);
   if (!rest.empty()) {
     escaped_ += u';';
-    AppendEscaped(rest, Separator::Plain, escaped_);
+    AppendUnits(rest, escaped_);
   }
   Finish(escaped_);
 }

@@ -26,8 +26,8 @@ class LineWriter {
   void Escaped(std::u16string_view value) { Finish(value); }
   // Parts joined by ';', one within a part escaped.
   void Parts(std::span<const std::u16string> parts);
-  // Two parts, of which the second may have been several: each ';' in it separates again. It is
-  // left out when empty.
+  // Two parts, of which the second may have been several: each ';' in it separates again, unless a
+  // backslash stands before it. It is left out when empty.
   void NameAndRest(std::u16string_view name, std::u16string_view rest);
   // Characters that need no encoding: numbers, dates.
   void Plain(std::string_view value);
