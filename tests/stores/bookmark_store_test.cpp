@@ -106,6 +106,13 @@ TEST_P(TreeStore, LongTitlesAreCutToWhatPathAndNameHold) {
   s.NextSession();
   EXPECT_EQ(s.Current(), s.Backup());
 
+  // Whole where it fits: 255 bytes, unless a number is to come behind it.
+  if (s.root.size() < 120) {
+    const std::u16string fits = times(125, u"ä") + u"x";
+    for (const std::u16string& stem : {fits, times(122, u"ä") + u"(2)"}) {
+      EXPECT_EQ(s.PathOf(s.Add(BookmarkText(fits))), u"/" + stem + u".url");
+    }
+  }
   const std::u16string deep(252 - s.root.size() - 1, u'd');
   s.Put(u"/" + deep + u"\\seed.url");
   s.NextSession();
@@ -116,6 +123,30 @@ TEST_P(TreeStore, LongTitlesAreCutToWhatPathAndNameHold) {
       u"[C" + std::u16string(GetParam()) + u"] Save the file name or folder path is too long";
   EXPECT_EQ(s.log.Count(tooLong), 1u);
   EXPECT_EQ(s.Replace(uid, BookmarkText(u"abcdefgh"), parent.c_str()), S_OK) << "no limit here";
+}
+
+// Calls to the file system, in all that such adds take.
+TEST_P(TreeStore, EqualTitlesCostNoMoreThanDifferentOnes) {
+  size_t calls[2] = {};
+  constexpr size_t kCount = 150;
+  const auto folder = s.Add(FolderText(u"F"));
+  for (const bool areEqual : {false, true}) {
+    s.files.Reset();
+    for (size_t i = 0; i < kCount; ++i) {
+      s.Add(BookmarkText(areEqual ? u"T" : Decimal(i)), folder);
+    }
+    calls[areEqual ? 1 : 0] = s.files.operations();
+  }
+  EXPECT_LE(calls[1], calls[0] + 4 * kCount) << calls[0];
+  EXPECT_NE(s.UidOf(u"/F\\T(" + Decimal(kCount) + u").url"), u"");
+  // Numbers that become free are given again, whoever freed them.
+  fs::remove(s.Native(u"/F\\T(7).url"));
+  EXPECT_EQ(s.PathOf(s.Add(BookmarkText(u"T"), folder)), u"/F\\T(7).url");
+  EXPECT_EQ(s.Delete(s.UidOf(u"/F\\T(9).url")), S_OK);
+  EXPECT_EQ(s.Replace(s.UidOf(u"/F\\T(5).url"), BookmarkText(u"U"), folder.c_str()), S_OK);
+  for (const char16_t* path : {u"/F\\T(5).url", u"/F\\T(9).url"}) {
+    EXPECT_EQ(s.PathOf(s.Add(BookmarkText(u"T"), folder)), path);
+  }
 }
 
 TEST_P(TreeStore, WithoutAParentOrAnOldPathNothingIsTouched) {
