@@ -4,13 +4,13 @@
 #include <limits>
 #include <unordered_set>
 
+#include "items/extra.h"
 #include "items/kinds.h"
 #include "items/uid_text.h"
 #include "items/vcalendar_rule.h"
 #include "platform/system/system_time.h"
 #include "support/date_time.h"
 #include "support/text.h"
-#include "support/vobject/raw_text.h"
 
 namespace qv {
 namespace {
@@ -105,12 +105,12 @@ VCalendarFields::VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zo
 
 void VCalendarFields::Read(const Line& line) {
   const CalendarField field = FieldOf(line.name);
-  if (!line.malformed && ReadField(field, line)) return;
+  if (!line.malformed && !line.bare && ReadField(field, line)) return;
   if (field == CalendarField::Status) statusExtras_.push_back(item_.fields.extras.size());
   if (line.malformed && field == CalendarField::Rule) {
     rules_.push_back({item_.fields.extras.size(), {}, {}, {}, true});
   }
-  KeepExtra(line.header, line.value);
+  KeepExtra(ExtraOf(line, dialect_));
 }
 
 bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
@@ -172,10 +172,10 @@ bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
   return false;
 }
 
-void VCalendarFields::KeepExtra(std::string_view header, std::string_view value) {
+void VCalendarFields::KeepExtra(ExtraProperty extra) {
   std::vector<ExtraProperty>& extras = item_.fields.extras;
   overfull_ = overfull_ || extras.size() >= kMaxExtras;
-  if (!overfull_) extras.push_back({TextFromRaw(header), TextFromRaw(value)});
+  if (!overfull_) extras.push_back(std::move(extra));
 }
 
 bool VCalendarFields::ReadText(const Line& line, std::u16string& text) {
@@ -193,7 +193,7 @@ bool VCalendarFields::ReadUid(const Line& line, std::u16string& uid) {
 }
 
 std::optional<std::string_view> VCalendarFields::TokenOf(const Line& line) {
-  const auto token = decoder_.Octets(line, Dialect::Modern);
+  const auto token = decoder_.Token(line, dialect_);
   if (!token) return std::nullopt;
   return Trimmed(*token);
 }
@@ -384,7 +384,7 @@ bool VCalendarFields::WaitForAlarm(const Line& line) {
 
 void VCalendarFields::ReadNested(std::string_view header, std::string_view value) {
   const size_t extra = item_.fields.extras.size();
-  KeepExtra(header, value);
+  KeepExtra(ExtraOf(header, value, dialect_));
   // A VALARM that says no more than when it comes.
   LineReader reader(value);
   Line line;

@@ -50,8 +50,8 @@ inline constexpr size_t kMostEntries = 100'000;
 // what a rule leaves out too. Such a property joins the extras in its place and leaves them at the
 // end if it was understood. A field that holds one value keeps the first.
 //
-// What is an extra must not depend on the dialect: an item is written back in the old one, extras
-// as they stood, and must read the same. Dates are therefore unfolded in one way only.
+// What is an extra must not depend on the dialect: an item is written back in the old one and must
+// read the same. Dates are therefore tokens, which come out alike in both.
 class VCalendarFields {
  public:
   VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zones);
@@ -116,7 +116,7 @@ class VCalendarFields {
   DATE LocalOf(const Moment& moment);
   std::optional<Moment> MomentIn(std::string_view zone, std::string_view text);
 
-  void KeepExtra(std::string_view header, std::string_view value);
+  void KeepExtra(ExtraProperty extra);
   void Understood(size_t extra) { understood_.push_back(extra); }
   void FinishUid();
   void FinishTimes();

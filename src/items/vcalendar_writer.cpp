@@ -1,5 +1,5 @@
+#include "items/extra.h"
 #include "items/moment_text.h"
-#include "items/nesting.h"
 #include "items/uid_text.h"
 #include "items/vcalendar.h"
 #include "items/vcalendar_rule.h"
@@ -121,15 +121,13 @@ class CalendarWriter {
 
   void WriteExtras() {
     for (const ExtraProperty& extra : item_.fields.extras) {
-      const size_t before = writer_.text().size();
-      writer_.Raw(extra.property, extra.value);
-      const std::string_view rendered = writer_.text().substr(before);
-      LineReader reader(rendered);
+      const std::string bytes = BytesOf(extra);
+      LineReader reader(bytes);
       Line line;
-      const bool keep = reader.Next(line) && !IsOutdated(line.name);
+      if (!reader.Next(line) || IsOutdated(line.name)) continue;
+      if (!WriteExtra(writer_, extra, kOwn)) continue;
       hasRule_ = hasRule_ || SameWord(line.name, "RRULE") || SameWord(line.name, "RDATE") ||
                  SameWord(line.name, "EXRULE");
-      if (!keep || !IsOneProperty(rendered, kOwn)) writer_.Cut(before);
     }
   }
 

@@ -1,7 +1,7 @@
 #include <array>
 
+#include "items/extra.h"
 #include "items/moment_text.h"
-#include "items/nesting.h"
 #include "items/uid_text.h"
 #include "items/vcard.h"
 #include "items/vcard_labels.h"
@@ -198,9 +198,7 @@ void CardWriter::WritePhoto() {
 
 void CardWriter::WriteExtras() {
   for (const ExtraProperty& extra : contact_.fields.extras) {
-    const size_t before = writer_.text().size();
-    writer_.Raw(extra.property, extra.value);
-    if (!IsOneProperty(writer_.text().substr(before), "VCARD")) writer_.Cut(before);
+    WriteExtra(writer_, extra, "VCARD");
   }
 }
 

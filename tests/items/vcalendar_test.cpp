@@ -256,10 +256,10 @@ TEST_F(VCalendar, LeavesRulesAloneThatTheDaysHereCannotTell) {
     const char* rule;
   };
   for (const Rule& rule :
-       {Rule{"America/New_York:20260511T200000", "\"America/New_York\":FREQ=MONTHLY;BYDAY=2MO"},
-        Rule{"America/New_York:20260531T200000", "\"America/New_York\":FREQ=MONTHLY;BYMONTHDAY=31"},
-        Rule{"Asia/Tokyo:20260520T050000", "\"Asia/Tokyo\":FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,WE"},
-        Rule{"Asia/Tokyo:20260525T050000", "\"Asia/Tokyo\":FREQ=MONTHLY;BYDAY=-1MO"}}) {
+       {Rule{"America/New_York:20260511T200000", "America/New_York:FREQ=MONTHLY;BYDAY=2MO"},
+        Rule{"America/New_York:20260531T200000", "America/New_York:FREQ=MONTHLY;BYMONTHDAY=31"},
+        Rule{"Asia/Tokyo:20260520T050000", "Asia/Tokyo:FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,WE"},
+        Rule{"Asia/Tokyo:20260525T050000", "Asia/Tokyo:FREQ=MONTHLY;BYDAY=-1MO"}}) {
     const std::string text = std::string(rule.rule).substr(std::string(rule.rule).find(':') + 1);
     const std::string in = std::string("DTSTART;TZID=") + rule.start + "\nRRULE:" + text;
     const std::string out = Through(Component("VEVENT", in, "2.0"));

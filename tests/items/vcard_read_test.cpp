@@ -118,7 +118,7 @@ TEST(VCardRead, OtherKinds) {
       {"ADR;WORK:;;s", "3 ||s||||", false},
       {"ADR;DOM:", "4 ||||||", true},
       {"ORG;WORK:c;d", "2 c/d", false},
-      {"ORG:c;d;e\\;f", "2 c/d;e;f", false},
+      {"ORG:c;d;e\\;f", "2 c/d;e\\;f", false},
       {"ORG;X-OTHER:c", "3 c/", false},
       {"ORG;X-MINE:c", "2 c/", true},
       {"X-IMPP;GOOGLE_TALK:m", "1 m", false},
@@ -254,6 +254,35 @@ TEST(VCardRead, ExtrasAreKeptAsTheyStood) {
   }
   EXPECT_EQ(contact.note, u"one");
   EXPECT_TRUE(contact.telephones.empty());
+}
+
+// Each card's note tells how its escapes were read.
+TEST(VCardRead, TheGrammarIsKnownBeforeTheFirstValue) {
+  struct Case {
+    std::string lines;
+    bool modern;
+  };
+  const std::string note = "NOTE:a\\,b\r\n";
+  const std::string old = "BEGIN:VCARD\r\nVERSION:2.1\r\nEND:VCARD\r\n";
+  const Case cases[] = {
+      {"VERSION:3.0\r\n" + note, true},
+      {note + "VERSION:4.0\r\n", true},
+      {"PRODID:x\r\n" + note + "i.version: 3.0\r\n", true},
+      {note + "VERSION:2.1\r\nX;TYPE=a,b:\r\n", false},
+      {note + "VERSION:3.0\r\nVERSION:2.1\r\n", true},
+      {note + old + "VERSION:3.0\r\n", true},
+      {"BEGIN:VX\r\nVERSION:4.0\r\nEND:VX\r\n" + note + "VERSION:2.1\r\n", false},
+      // Without one the looks of the lines decide.
+      {note, true},
+      {note + "TEL;CELL:1\r\n", false},
+      {note + "FN;ENCODING=QUOTED-PRINTABLE:a\r\n", false},
+      {"VERSION\r\n" + note + "X;CHARSET=UTF-8:\r\n", false},
+  };
+  for (const Case& c : cases) {
+    const std::optional<Contact> contact =
+        ParseVCard("BEGIN:VCARD\r\n" + c.lines + "END:VCARD\r\n");
+    EXPECT_EQ(ToUtf8(contact->note), c.modern ? "a,b" : "a\\,b") << c.lines;
+  }
 }
 
 TEST(VCardRead, FirstWholeCardOfAText) {

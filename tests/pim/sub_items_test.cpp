@@ -213,6 +213,14 @@ TEST_F(SubItemsTest, KeyTextsAreThoseOfTheZoneThatHolds) {
               S_OK);
     EXPECT_EQ(datas.at(0).keyText, MakeCalendarKey(*CalendarOf(Item(u"series").get()))) << rule;
   }
+  Calendar task;
+  task.isTask = true;
+  std::u16string id;
+  const std::u16string folder = outlook.DefaultFolder(olTask);
+  ASSERT_EQ(outlook.CreateItem(olTask, folder, MakeCalendarItem(task), id), S_OK);
+  std::vector<OLMetaData> datas;
+  ASSERT_EQ(outlook.GetMetaDatas(olTask, folder, datas, 1), S_OK);
+  EXPECT_EQ(datas.at(0).keyText, u"") << "nobody compares it";
 }
 
 TEST_F(SubItemsTest, AFileOfTheFirstFormIsBroughtUpWhole) {

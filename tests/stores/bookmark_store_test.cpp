@@ -199,6 +199,40 @@ TEST_P(TreeStore, ReplaceRenamesMovesAndKeepsEveryOtherLine) {
   EXPECT_EQ(s.PathOf(taken), u"/Taken.url");
 }
 
+TEST_P(TreeStore, AMoveLeavesTheBytesOfTheFile) {
+  const std::string bytes = "[InternetShortcut]\nURL = http://\xC3\xBC/ \nIconFile=x\n";
+  s.Put(u"/Old.url", bytes);
+  s.NextSession();
+  const auto uid = s.UidOf(u"/Old.url");
+  const auto work = s.Add(FolderText(u"Work"));
+  s.files.Watch([](const auto& call) { return call.verb == Verb::WriteAtomic; });
+  s.files.Reset();
+  EXPECT_EQ(s.Replace(uid, BookmarkText(u"New", u"http://ü/"), work.c_str()), S_OK);
+  EXPECT_EQ(Bytes(s, u"/Work\\New.url"), bytes);
+  EXPECT_EQ(s.files.operations(), 0u);
+}
+
+TEST_P(TreeStore, ANewNameDoesNotFindTheNumberOfWhatHadItBefore) {
+  const auto kept = s.Add(BookmarkText(u"A"));
+  const auto folder = s.Add(FolderText(u"F"));
+  const auto inside = s.Add(BookmarkText(u"x"), folder);
+  const auto goneFile = s.Add(BookmarkText(u"B"));
+  const auto goneFolder = s.Add(FolderText(u"G"));
+  const auto goneInside = s.Add(BookmarkText(u"x"), goneFolder);
+  fs::remove(s.Native(u"/B.url"));
+  fs::remove_all(s.Native(u"/G"));
+  EXPECT_EQ(s.Replace(kept, BookmarkText(u"B")), S_OK);
+  EXPECT_EQ(s.Replace(folder, FolderText(u"G")), S_OK);
+  for (int session = 0; session < 2; ++session) {
+    const Snapshot now = s.Current();
+    EXPECT_TRUE(now.contains(kept) && now.contains(folder));
+    for (const auto& gone : {goneFile, goneFolder}) EXPECT_FALSE(now.contains(gone));
+    s.NextSession();
+  }
+  const bool movesContent = GetParam() == std::u16string_view(u"DataStoreBookmark");
+  EXPECT_EQ(s.UidOf(u"/G\\x.url"), movesContent ? inside : goneInside);
+}
+
 TEST_P(TreeStore, DeleteRemovesFilesAndWholeFoldersWhateverTheBinSays) {
   const auto work = s.Add(FolderText(u"Work"));
   const auto sub = s.Add(FolderText(u"Sub"), work);
@@ -350,7 +384,13 @@ TEST_P(TreeStore, AFolderThatCannotBeOpenedIsEmptyAndLosesNoNumber) {
       s.files.FailAt(n, error);
       EXPECT_EQ(s.status->Initialize(), S_OK);
       s.files.FailAt(n, error);
-      EXPECT_LT(s.Current().size(), whole.size());
+      ComPtr<IStatusDBItemTree> tree;
+      EXPECT_EQ(s.status->GetCurrentStatusDB(tree.Out()), n == 0 ? E_FAIL : S_OK);
+      EXPECT_EQ(tree.get() == nullptr, n == 0) << "an empty tree would delete everything";
+      s.files.FailAt(n, error);
+      if (n > 0) {
+        EXPECT_LT(s.Current().size(), whole.size());
+      }
       EXPECT_EQ(s.Paths().size(), whole.size());
     }
   }

@@ -4,6 +4,10 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
 #include "framework/class_table.h"
 #include "framework/store_contract.h"
 #include "items/converters.h"
@@ -97,6 +101,25 @@ TEST_F(Module, ServesEverythingThroughItsFourExports) {
     EXPECT_EQ(canUnload(), S_FALSE);
   }
   EXPECT_EQ(canUnload(), S_OK);
+}
+
+TEST_F(Module, ShowsItsExportsAlone) {
+  std::vector<std::string> shown;
+  FILE* names = popen(QV_NM " -D --defined-only --format=just-symbols " QV_MODULE_PATH, "r");
+  ASSERT_NE(names, nullptr);
+  for (char name[4096]; std::fscanf(names, "%4095s", name) == 1;) shown.emplace_back(name);
+  EXPECT_EQ(pclose(names), 0);
+  std::ranges::sort(shown);
+  EXPECT_EQ(shown,
+            (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
+                                      "DllUnregisterServer", "SysAllocString", "SysAllocStringLen",
+                                      "SysFreeString", "SysStringLen"}));
+}
+
+TEST_F(Module, ServesAForeignHostAndGoes) {
+  test::TempFolder folder;
+  const std::string command = std::string(QV_FOREIGN_HOST " " QV_MODULE_PATH " ") + folder.path();
+  EXPECT_EQ(std::system(command.c_str()), 0) << command;
 }
 
 TEST_F(Module, MakesTheClassesOfItsTableAndTheOthers) {

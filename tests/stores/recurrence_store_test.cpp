@@ -3,6 +3,7 @@
 
 #include "kit/samples.h"
 #include "platform/com/lists.h"
+#include "platform/database/sqlite.h"
 #include "support/date_time.h"
 
 namespace qv {
@@ -48,6 +49,16 @@ class RecurrenceStore : public testing::TestWithParam<StoreSample> {
     return s.store->Replace(Bstr(id), s.Content(text).get(), s.mimeType, kFalse, nullptr,
                             fields.Out());
   }
+  Calendar Changed() const {
+    Calendar changed;
+    changed.isTask = kind == olTask;
+    changed.subject = u"on the PC";
+    return changed;
+  }
+  void Execute(const char* script) {
+    SqliteDatabase(s.folder.File("pc/Outlook.db"), SqliteDatabase::Durability::Normal)
+        .Execute(script);
+  }
   std::u16string Md5Of(const std::u16string& series) {
     OLMetaData data;
     Check(s.outlook.GetMetaData(kind, series, data));
@@ -89,8 +100,15 @@ TEST_P(RecurrenceStore, AnExceptionIsAnItemOfItsOwnWithinItsSeries) {
   EXPECT_EQ(Replace(id, Exception(3, "exception", "series")), S_OK);
   EXPECT_EQ(Status(), (Table{{series, u"2024-03-05 06:07:08", u""},
                              {id, u"2024-03-05 06:09:08", SubItems().at(0).md5}}));
+  // The PC changes the exception; a new text of the series tells the phone of neither.
+  s.clock.Advance(60);
+  OLSubMetaData exception;
+  exception.id = id;
+  ASSERT_EQ(s.outlook.UpdateSubItem(kind, series, MakeCalendarItem(Changed()), exception), S_OK);
   EXPECT_EQ(Replace(series, Series(4, "series")), S_OK);
-  EXPECT_EQ(Status()[0][2], Md5Of(series));
+  EXPECT_EQ(Status(), (Table{{series, u"2024-03-05 06:10:08", Md5Of(series)},
+                             {id, u"2024-03-05 06:10:08", exception.md5}}));
+  EXPECT_NE(exception.md5, hash);
 }
 
 TEST_P(RecurrenceStore, AnExceptionOfAnUnknownSeriesCreatesNothing) {
@@ -152,6 +170,13 @@ TEST_P(RecurrenceStore, AFailedLoadIsTriedAgainAndFailedRowsAreNot) {
   s.Add(Series(1, "series"));
   s.Add(Exception(2, "e", "series"));
   s.NextSession();
+  Execute("ALTER TABLE sub_items RENAME TO away");
+  ComPtr<IStatusDBItemTree> tree;
+  EXPECT_EQ(s.status->GetCurrentStatusDB(tree.Out()), E_FAIL);
+  EXPECT_EQ(s.store->PrepareSlowSync(), E_FAIL);
+  EXPECT_EQ(s.status->DeleteAllStatusBackupDB(), E_FAIL);
+  EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"obj_uid"}).size(), 2u) << "no purge by half a list";
+  Execute("ALTER TABLE away RENAME TO sub_items");
   s.db->Forget();
   s.db->FailAt(0, -5);
   EXPECT_EQ(s.Current().size(), 2u) << "what could not be noted is listed all the same";
@@ -173,7 +198,11 @@ TEST_P(RecurrenceStore, SlowSyncAndPurgeCountExceptionsAmongTheItems) {
       s.Content(Exception(2, "e", "series")).get(), s.mimeType, Bstr(id), &winner)));
   EXPECT_EQ(winner, RESV_CONFLTLASTMODIFIED_NONE);
   EXPECT_EQ(s.store->DeleteAll(), S_OK);
-  EXPECT_TRUE(SubItems().empty());
+  EXPECT_TRUE(s.Current().empty());
+  SqliteDatabase file(s.folder.File("pc/Outlook.db"), SqliteDatabase::Durability::Normal);
+  SqliteStatement left = file.Prepare("SELECT count(*) FROM sub_items");
+  ASSERT_TRUE(left.Step());
+  EXPECT_EQ(left.Int(0), 0) << "an exception goes with its series";
 }
 
 TEST_P(RecurrenceStore, TheSameOccurrenceIsFoundInTheWallClockOfTheProgram) {
@@ -212,7 +241,8 @@ TEST_P(RecurrenceStore, AnExceptionOfASeriesThatNeverWentOutStandsFree) {
   OLSubMetaData data;
   ASSERT_EQ(s.outlook.CreateSubItem(kind, series, item, data), S_OK);
   ASSERT_EQ(s.Current().size(), 2u);
-  EXPECT_EQ(s.Get(data.id).find("X-PARENT-UID"), std::string::npos);
+  const std::string text = s.Get(data.id);
+  EXPECT_EQ(text.find("X-PARENT-UID"), std::string::npos) << text;
   EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"datastore_id"}), (Table{{data.id}}))
       << "reading the exception gave its series no row";
 }

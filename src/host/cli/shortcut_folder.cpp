@@ -192,8 +192,9 @@ bool ShortcutFolder::Replace(const std::string& id, const ComPtr<IItemCommon>& i
   const Bookmark& bookmark = BookmarkIn(item);
   InternetShortcut shortcut;
   CheckDone(shortcut.Load(found->full), "read", found->full);
-  shortcut.SetURL(bookmark.url, 1);
-  CheckDone(shortcut.Save(found->full), "write", found->full);
+  if (shortcut.SetURL(bookmark.url, 1)) {
+    CheckDone(shortcut.Save(found->full), "write", found->full);
+  }
   const std::u16string name = FileNameOf(bookmark);
   if (name == found->info.name || bookmark.title.empty()) return true;
   const std::u16string parent = found->full.substr(0, found->full.rfind(u'\\'));
