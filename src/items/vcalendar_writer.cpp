@@ -177,8 +177,9 @@ class CalendarWriter {
         continue;
       }
       const bool hasMoved = from && to && Moves(extra);
-      const ExtraProperty& written = hasMoved ? Moved(extra, *from, *to) : extra;
-      if (!WriteExtra(writer_, written, kOwn, kLists)) continue;
+      const bool isWritten = hasMoved ? WriteExtra(writer_, Moved(extra, *from, *to), kOwn, kLists)
+                                      : WriteExtra(writer_, extra, kOwn, kLists);
+      if (!isWritten) continue;
       hasRule_ = hasRule_ || SameWord(line.name, "RRULE") || SameWord(line.name, "RDATE") ||
                  SameWord(line.name, "EXRULE");
     }
