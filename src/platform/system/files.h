@@ -94,8 +94,9 @@ class Files {
                                 StagedFile& staged) = 0;
   virtual std::error_code SyncFolder(const std::string& folder) = 0;
   // What was written so far to these files, and made, renamed or removed in these folders, is on
-  // disk. A few are waited for one by one, many with one wait for each file system that they are
-  // on. What has gone meanwhile is passed over.
+  // disk. A few are waited for one by one; many, and folders between which something may have been
+  // moved, with one wait for each file system that they are on. What has gone meanwhile is passed
+  // over.
   virtual std::error_code Settle(std::span<const std::string> files,
                                  std::span<const std::string> folders) = 0;
   // A missing file is no failure.

@@ -1,5 +1,7 @@
 #include "support/vobject/old_grammar.h"
 
+#include <algorithm>
+
 #include "support/vobject/decode.h"
 
 namespace qv {
@@ -58,7 +60,8 @@ std::string OldHeader(const Line& line) {
 
 class OldGrammarWriter {
  public:
-  explicit OldGrammarWriter(LineWriter& writer) : writer_(writer) {}
+  OldGrammarWriter(std::span<const std::string_view> lists, LineWriter& writer)
+      : lists_(lists), writer_(writer) {}
 
   void Write(const Line& line) {
     if (line.bare || line.malformed || IsEnvelope(line) || !WriteAnew(line)) {
@@ -80,10 +83,13 @@ class OldGrammarWriter {
     }
     const auto text = decoder_.Text(line, Dialect::Modern, true);
     writer_.Begin(OldHeader(line));
-    writer_.Escaped(OldEscapes(*text));
+    const bool isList = std::ranges::any_of(
+        lists_, [&](std::string_view name) { return SameWord(name, line.name); });
+    writer_.Escaped(OldEscapes(*text, isList));
     return true;
   }
 
+  std::span<const std::string_view> lists_;
   LineWriter& writer_;
   ValueDecoder decoder_;
 };
@@ -133,12 +139,13 @@ std::string OldParameter(const Parameter& parameter) {
   return old;
 }
 
-void WriteInOldGrammar(std::string_view modern, LineWriter& writer) {
+void WriteInOldGrammar(std::string_view modern, std::span<const std::string_view> lists,
+                       LineWriter& writer) {
   if (SaysItsVersion(modern)) {
     return writer.Begin(modern);
   }
   LineReader reader(modern);
-  OldGrammarWriter old(writer);
+  OldGrammarWriter old(lists, writer);
   for (Line line; reader.Next(line);) old.Write(line);
 }
 
