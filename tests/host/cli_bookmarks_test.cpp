@@ -94,22 +94,14 @@ TEST(CliBookmarksTest, WhatCannotBeShownIsNamedWithTheWayOut) {
 TEST(CliBookmarksTest, EqualTitlesOfAPageGoOnWhereTheyEnd) {
   ProgramFolder box;
   ASSERT_EQ(box.Run({"init"}).code, 0);
-  const std::string longTitle(251, 'x');
-  const std::string head = "<!DOCTYPE NETSCAPE-Bookmark-file-1>\n<DL><p>\n";
-  std::string page = head;
+  const std::string x(251, 'x');
+  std::string page = "<!DOCTYPE NETSCAPE-Bookmark-file-1>\n<DL><p>\n";
   for (const char* url : {"1", "2", "1", "3"}) {
-    for (const std::string& title : {std::string("News"), longTitle}) {
-      page += "<DT><A HREF=\"http://" + std::string(url) + "/\">" + title + "</A>\n";
-    }
+    page += "<DT><A HREF=\"http://" + std::string(url) + "/\">News</A>\n";
   }
-  const std::string cut(245, 'x');
-  const std::string added = box.Run({"add", "bookmarks", "-"}, page).out;
-  for (const char* name : {"News.url", "News(2).url", "News(3).url"}) {
-    EXPECT_THAT(added, HasSubstr(std::string(name) + "\n"));
-  }
-  EXPECT_THAT(added, HasSubstr(longTitle + ".url\n" + "News(2).url"));
-  EXPECT_THAT(added, HasSubstr(cut + ".url\n"));
-  EXPECT_THAT(added, Not(HasSubstr("(4)")));
+  page += "<DT><A HREF=\"http://x/\">" + x + "</A>\n";
+  EXPECT_EQ(box.Run({"add", "bookmarks", "-"}, page).out,
+            "News.url\nNews(2).url\nNews(3).url\n" + x + ".url\n");
   EXPECT_EQ(box.Run({"add", "bookmarks", "-"}, page).out, "");
 }
 

@@ -75,24 +75,19 @@ TEST(InternetShortcut, NoAddressIsLostToTheCodePage) {
 
 // UTF-16 of each order, with a mark and without one.
 TEST(InternetShortcut, WideFilesAreReadAndKeepTheirForm) {
-  const auto wide = [](std::u16string_view text, bool bigEndian) {
-    std::string bytes;
-    for (const char16_t unit : text) {
-      const char pair[] = {static_cast<char>(unit >> 8), static_cast<char>(unit & 0xFF)};
-      bytes.append({pair[bigEndian ? 0 : 1], pair[bigEndian ? 1 : 0]});
-    }
-    return bytes;
-  };
-  const std::u16string head = u"; Ġ\r\n[InternetShortcut]\r\nURL=";
-  const std::u16string tail = u"\r\nIconFile=日\r\n";
   TempFolder folder;
   const std::u16string path = folder.ModulePath(u"a.url");
-  for (const bool bigEndian : {false, true}) {
+  for (const size_t low : {0u, 1u}) {
     for (const std::u16string mark : {u"\uFEFF", u""}) {
       const auto file = [&](const std::u16string& url) {
-        return wide(mark + head + url + tail, bigEndian);
+        std::string bytes;
+        for (const char16_t unit :
+             mark + u"; Ġ\r\n[InternetShortcut]\r\nURL=" + url + u"\r\nIconFile=日\r\n") {
+          const char pair[] = {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+          bytes.append({pair[low], pair[1 - low]});
+        }
+        return bytes;
       };
-      EXPECT_EQ(ShortcutUrl(file(u"http://日/")), u"http://日/");
       folder.Put("a.url", file(u"http://日/"));
       InternetShortcut shortcut;
       ASSERT_EQ(shortcut.Load(path), kNoError);
@@ -100,7 +95,7 @@ TEST(InternetShortcut, WideFilesAreReadAndKeepTheirForm) {
       EXPECT_TRUE(shortcut.SetURL(u"http://Ġ/\U0001F600", 0));
       ASSERT_EQ(shortcut.Save(path), kNoError);
       EXPECT_EQ(folder.Get("a.url"), file(u"http://Ġ/\U0001F600"));
-      folder.Put("a.url", wide(mark + u"; note", bigEndian));
+      folder.Put("a.url", file(u"").substr(0, 8));
       ASSERT_EQ(shortcut.Load(path), kNoError);
       EXPECT_TRUE(shortcut.SetURL(u"http://日/", 0));
       ASSERT_EQ(shortcut.Save(path), kNoError);

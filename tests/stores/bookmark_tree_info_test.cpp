@@ -147,9 +147,9 @@ TEST_P(TreeInfoTest, PathsAndStampsAreThoseOfTheFiles) {
   ASSERT_EQ(stat(s.Native(u"/A.url").c_str(), &data), 0);
   s.Put(u"/A.url", "");
   TREE_ENTRYSTAMP stamp{};
-  for (const auto& [anew, size] : {std::pair{kFalse, data.st_size}, {kTrue, off_t{0}}}) {
+  for (const BOOL anew : {kFalse, kTrue}) {
     ASSERT_EQ(Info().GetEntryStamp(Bstr(uid), anew, &stamp), S_OK);
-    EXPECT_EQ(stamp.size, static_cast<uint64_t>(size));
+    EXPECT_EQ(stamp.size, anew == kFalse ? static_cast<uint64_t>(data.st_size) : 0u);
     EXPECT_EQ(stamp.inode, data.st_ino);
     EXPECT_EQ(stamp.modifiedNs % 1'000'000'000 == data.st_mtim.tv_nsec, anew == kFalse);
   }
