@@ -152,11 +152,13 @@ HRESULT RecordingAccessor::ExecuteBatch(BSTR statement, IUnknown* rows) noexcept
 }
 
 HRESULT RecordingAccessor::Begin() noexcept {
-  return transaction_->Begin();
+  const auto failure = Fails(statementFailure_);
+  return failure ? *failure : transaction_->Begin();
 }
 
 HRESULT RecordingAccessor::Commit() noexcept {
-  return transaction_->Commit();
+  const auto failure = Fails(statementFailure_);
+  return failure ? *failure : transaction_->Commit();
 }
 
 HRESULT RecordingAccessor::Rollback() noexcept {
