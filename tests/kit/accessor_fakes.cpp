@@ -152,13 +152,11 @@ HRESULT RecordingAccessor::ExecuteBatch(BSTR statement, IUnknown* rows) noexcept
 }
 
 HRESULT RecordingAccessor::Begin() noexcept {
-  const auto failure = Fails(statementFailure_);
-  return failure ? *failure : transaction_->Begin();
+  return transaction_->Begin();
 }
 
 HRESULT RecordingAccessor::Commit() noexcept {
-  const auto failure = Fails(statementFailure_);
-  return failure ? *failure : transaction_->Commit();
+  return transaction_->Commit();
 }
 
 HRESULT RecordingAccessor::Rollback() noexcept {

@@ -32,7 +32,6 @@ class RecordingAccessor final : public ComObject<IDBAccessor, IDBBatch, IDBTrans
   std::vector<std::u16string> Changes() const;
   void Forget() { statements_.clear(); }
 
-  // A Begin and a Commit count as statements here.
   // The n-th statement from now on (from 0) is not run and gives `status`; with `keepFailing` all
   // behind it too. To fail each step of a job in turn: run it once, take statements().size(), then
   // run it once for every n below that.

@@ -257,7 +257,6 @@ void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
   transaction.Commit();
   if (note) report_.conflicts.push_back(std::move(*note));
   if (run_.sides.isTree) NoteOnPc(link, id, place);
-  if (item.isFolder) RenameRecorded(link);
   PutSuccessor(link, std::move(id));
   ++report_.pc.replaced;
   report_.phoneWon += step.conflict == Conflict::PhoneWon;

@@ -107,7 +107,6 @@ class Runner {
   void NoteOnPc(ItemLink& link, const std::u16string& id, const PcPlace& place);
   void MoveOnPc(const PlanStep& step);
   bool MoveOnPhone(const PlanStep& step);
-  void RenameRecorded(const ItemLink& link);
   void NoteRenamed(int32_t link, const std::string& name);
   void MoveInside(int32_t link, int32_t from, int32_t to);
   void AdoptUid(const ItemLink& link);

@@ -1,6 +1,4 @@
 // The runner's work on the folders of a tree, and on the places of items in them.
-#include <algorithm>
-
 #include "host/engine/bookmark_text.h"
 #include "host/engine/runner.h"
 #include "host/engine/runner_try.h"
@@ -66,18 +64,6 @@ void Runner::NoteOnPc(ItemLink& link, const std::u16string& id, const PcPlace& p
   item.parent = place.parent;
   item.isFolder = place.isFolder;
   item.change = PcChange::Same;
-}
-
-// The PC has the folder now under the name that the phone gave it. What is in it is known by that
-// at once: of a run that is cut off the next one would find neither folder whole.
-void Runner::RenameRecorded(const ItemLink& link) {
-  if (link.record < 0) return;
-  const std::string& from = At(run_.sides.records, link.record).name;
-  const std::string& to = At(run_.sides.phone, link.phone).name;
-  // Names that folders have exchanged come right item by item.
-  const auto taken = std::ranges::lower_bound(run_.sides.records, to, {}, &RecordRow::name);
-  if (taken != run_.sides.records.end() && taken->name.starts_with(to)) return;
-  run_.record.RenameFolder(run_.phoneId, run_.pc.kind().name, from, to);
 }
 
 // The store refuses a place where the name is taken: there the item gets a number.
