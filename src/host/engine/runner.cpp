@@ -142,7 +142,7 @@ ConflictNote Runner::KeepLoser(const PlanStep& step, const PhoneItem& item, std:
 }
 
 bool Runner::ChangePc(Steps steps) {
-  GroupCounts counts(report_, run_.conflicts);
+  GroupCounts counts(report_);
   SqliteTransaction record = run_.record.Group();
   PcTransaction group(run_.pc.side(),
                       run_.sides.isTree ? PcSide::Extent::Notes : PcSide::Extent::NotesAndItems);
@@ -241,11 +241,8 @@ void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
     if (step.conflict == Conflict::PhoneWon) throw;
   }
   RequirePcUnchanged(target, current ? &*current : nullptr);
-  // Taken back when the item fails: what should have been overwritten stands.
-  GroupCounts counts(report_, run_.conflicts);
-  if (step.conflict == Conflict::PhoneWon) {
-    report_.conflicts.push_back(KeepLoser(step, item, current->text));
-  }
+  std::optional<ConflictNote> note;
+  if (step.conflict == Conflict::PhoneWon) note = KeepLoser(step, item, current->text);
   std::u16string id = target.id;
   if (run_.sides.isTree) {
     if (!current) throw ItemError("the PC cannot read it");
@@ -258,7 +255,7 @@ void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
   }
   KeepNeighboursState(id);
   transaction.Commit();
-  counts.Keep();
+  if (note) report_.conflicts.push_back(std::move(*note));
   if (run_.sides.isTree) NoteOnPc(link, id, place);
   PutSuccessor(link, std::move(id));
   ++report_.pc.replaced;

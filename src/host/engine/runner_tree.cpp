@@ -170,7 +170,7 @@ bool Runner::MoveOnPhone(const PlanStep& step) {
 }
 
 bool Runner::MovePhone(Steps steps) {
-  GroupCounts counts(report_, run_.conflicts);
+  GroupCounts counts(report_);
   SqliteTransaction record = run_.record.Group();
   PcTransaction notes(run_.pc.side());
   bool stopped = false;

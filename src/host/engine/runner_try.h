@@ -9,31 +9,25 @@
 
 namespace qv {
 
-// What the report counts, and the losing texts that were put aside, of work that may come to
-// nothing: taken back unless it was kept.
+// What the report counts of work that may come to nothing: taken back unless it was kept. The
+// losing texts that were put aside stay, and are told of: part of the work may be done all the
+// same.
 class GroupCounts {
  public:
-  GroupCounts(StoreReport& report, ConflictFiles& conflicts)
+  explicit GroupCounts(StoreReport& report)
       : report_(report),
-        conflicts_(conflicts),
-        before_{report.pc, report.phone, report.pcWon, report.phoneWon, report.same},
-        notes_(report.conflicts.size()) {}
+        before_{report.pc, report.phone, report.pcWon, report.phoneWon, report.same} {}
   GroupCounts(const GroupCounts&) = delete;
   GroupCounts& operator=(const GroupCounts&) = delete;
   ~GroupCounts() {
     if (kept_) return;
     std::tie(report_.pc, report_.phone, report_.pcWon, report_.phoneWon, report_.same) = before_;
-    for (; report_.conflicts.size() > notes_; report_.conflicts.pop_back()) {
-      conflicts_.Drop(report_.conflicts.back().kept);
-    }
   }
   void Keep() { kept_ = true; }
 
  private:
   StoreReport& report_;
-  ConflictFiles& conflicts_;
   std::tuple<SideCounts, SideCounts, int64_t, int64_t, int64_t> before_;
-  size_t notes_;
   bool kept_ = false;
 };
 

@@ -203,6 +203,8 @@ void StoreSync::Sync(PcStore& pc, PcTransaction& planning) {
   } else {
     Execute(pc, planning, plan, sides);
   }
+  // Names are asked for, and what the stores note on the way is thrown away.
+  const PcTransaction look(session_.side);
   parts.Tell(report_, session_.options.dryRun);
   names.NameAll(report_);
   if (report_.result == SyncResult::Ok && !report_.failed.empty()) {
