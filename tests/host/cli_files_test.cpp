@@ -303,7 +303,7 @@ TEST_F(CliFilesTest, WhatCannotBeUsedIsNamedAndTheRestGoesOn) {
   const Outcome out = Export({"contacts", "--format", "vcf"});
   EXPECT_EQ(out.code, 1);
   EXPECT_THAT(out.out, HasSubstr("broken.vcf: it holds no item"));
-  EXPECT_THAT(out.out, HasSubstr("tab.vcf: no file could be written"));
+  EXPECT_THAT(out.out, HasSubstr("tab.vcf (a b): no file could be written"));
   EXPECT_THAT(In("out"), testing::ElementsAre("+etc+...vcf", "noname.vcf"));
   EXPECT_EQ(Export({"tasks"}).code, 2);
   EXPECT_EQ(box.Run({"export", "-d", Path("phone"), "--to", Path("phone/x")}).code, 2);

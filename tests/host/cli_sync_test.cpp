@@ -202,6 +202,14 @@ TEST_F(CliSyncTest, MassAdditionsAndOtherFormsEndWithThree) {
   const Outcome import =
       box.Run({"import", "-d", box.files().File("phone"), box.files().Put("day.vcs", event)});
   EXPECT_EQ(import.code, 3) << import.err;
+  const Outcome exported = box.Run(
+      {"export", "-d", box.files().File("phone"), "--to", box.files().File("out"), "calendar"});
+  EXPECT_THAT(exported.out, HasSubstr("left alone: trip.ics\n"));
+  // One of the phone's folders is not the phone.
+  const Outcome below = box.Run({"sync", "-d", box.files().File("phone/contacts")});
+  EXPECT_EQ(below.code, 3);
+  EXPECT_THAT(below.err, HasSubstr("it looks like one of a phone's folders. Nothing was changed."));
+  EXPECT_FALSE(fs::exists(box.files().File("phone/contacts/contacts")));
 }
 
 TEST_F(CliSyncTest, ASecondSyncOfTheProfileIsRefused) {

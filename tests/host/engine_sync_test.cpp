@@ -657,7 +657,7 @@ TEST(EngineSyncTest, WhatStaysOnOneSideIsToldWhenTheItemComesAndNotAgain) {
   EXPECT_THAT(PartsOf(rig.Sync()), IsEmpty());
   rig.PhonePut("a.vcf", card("newer", "X-PET:cat"));
   EXPECT_THAT(PartsOf(rig.Sync()), IsEmpty()) << "few programs show that";
-  rig.PhonePut("a.vcf", card("newest", "BDAY:--0413"));
+  rig.PhonePut("a.vcf", card("newest", "item1.bday;VALUE=text:--0413"));
   EXPECT_THAT(PartsOf(rig.Sync()), isOfBirthday);
 
   const auto syncOther = [&] {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/engine/left_alone.h"
+#include "host/engine/report_words.h"
 #include "platform/system/code_page.h"
 #include "platform/system/service.h"
 
@@ -81,10 +83,19 @@ std::string ExportText(const ExportOutcome& outcome, const std::string& folder) 
     text += (report.files.empty() ? "" : "  ") + Printable(report.message) + "\n";
   }
   for (const ItemFailure& altered : report.altered) {
-    text += "  " + Printable(altered.item) + ": " + Printable(altered.reason) + "\n";
+    text += "  " + Printable(WithName(altered.item, altered.name)) + ": " +
+            Printable(altered.reason) + "\n";
   }
   for (const ItemFailure& failure : report.failed) {
-    text += "  " + Printable(failure.item) + ": " + Printable(failure.reason) + "\n";
+    text += "  " + Printable(WithName(failure.item, failure.name)) + ": " +
+            Printable(failure.reason) + "\n";
+  }
+  if (!report.left.empty()) {
+    std::vector<std::string> names;
+    for (size_t i = 0; i < report.left.size() && i < kMaxShown; ++i) {
+      names.push_back(report.left[i].name);
+    }
+    text += "  left alone: " + Printable(FirstFew(names, report.left.size())) + "\n";
   }
   return text;
 }
@@ -94,6 +105,7 @@ ordered_json ExportJson(const ExportOutcome& outcome) {
     ordered_json lines = ordered_json::array();
     for (const ItemFailure& item : items) {
       lines.push_back({{"item", item.item}, {"reason", item.reason}});
+      if (!item.name.empty()) lines.back()["name"] = item.name;
     }
     return lines;
   };
@@ -105,6 +117,9 @@ ordered_json ExportJson(const ExportOutcome& outcome) {
                            {"incomplete", outcome.account.incomplete},
                            {"altered", list(outcome.report.altered)},
                            {"failed", list(outcome.report.failed)}};
+  for (const LeftAlone& left : outcome.report.left) {
+    document["left_alone"].push_back({{"item", left.name}, {"what", LeftKey(left.kind)}});
+  }
   if (!outcome.report.message.empty()) document["message"] = outcome.report.message;
   return document;
 }

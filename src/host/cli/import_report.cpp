@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/engine/report_words.h"
 #include "support/text.h"
 
 namespace qv {
@@ -132,7 +133,7 @@ std::string ImportResultText(const ImportFile& file, const TransferReport* repor
   }
   text += "\n";
   AppendLines(text, report->failed, [&](const ItemFailure& failure) {
-    return Printable(failure.item) + ": " + Printable(failure.reason);
+    return Printable(WithName(failure.item, failure.name)) + ": " + Printable(failure.reason);
   });
   if (!report->message.empty()) text += "  " + Printable(report->message) + "\n";
   return text;
@@ -157,6 +158,7 @@ ordered_json ImportJson(const ImportFile& file, const TransferReport* report) {
   if (report != nullptr) {
     for (const ItemFailure& failure : report->failed) {
       failed.push_back({{"item", failure.item}, {"reason", failure.reason}});
+      if (!failure.name.empty()) failed.back()["name"] = failure.name;
     }
     if (!report->message.empty()) document["message"] = report->message;
   }

@@ -4,6 +4,7 @@
 
 #include "host/cli/output.h"
 #include "host/engine/bookmark_text.h"
+#include "host/engine/report_words.h"
 #include "items/item_objects.h"
 #include "platform/system/internet_shortcut.h"
 #include "platform/system/recycle_bin.h"
@@ -21,8 +22,8 @@ std::string Native(std::u16string_view path) {
 
 void CheckDone(SystemError error, const std::string& what, std::u16string_view path) {
   if (error == kNoError) return;
-  throw CommandError(Exit::Failed, "cannot " + what + " " + Native(path) + ": system error " +
-                                       std::to_string(error));
+  throw CommandError(Exit::Failed,
+                     "cannot " + what + " " + Native(path) + ": " + SystemErrorWords(error));
 }
 
 const Bookmark& BookmarkIn(const ComPtr<IItemCommon>& item) {

@@ -1,6 +1,7 @@
 #include "host/engine/lacking.h"
 
 #include "items/item_objects.h"
+#include "support/text.h"
 
 namespace qv {
 namespace {
@@ -25,9 +26,12 @@ constexpr LackRow kCalendarRows[] = {
 constexpr const char* kNoRule =
     "its rule of repetition cannot be held there: it stands on its first day alone";
 
+// "item1.BDAY;VALUE=text" is one of BDAY, whatever the letter case.
 bool IsNamed(std::u16string_view property, std::u16string_view name) {
-  return property.starts_with(name) &&
-         (property.size() == name.size() || property[name.size()] == u';');
+  property = property.substr(0, property.find(u';'));
+  const size_t dot = property.rfind(u'.');
+  if (dot != property.npos) property.remove_prefix(dot + 1);
+  return EqualsIgnoreCase(property, name);
 }
 
 template <size_t kCount>
@@ -35,7 +39,7 @@ void AddLacks(const std::vector<ExtraProperty>& extras, const LackRow (&rows)[kC
               std::string& words) {
   for (const LackRow& row : rows) {
     for (const ExtraProperty& extra : extras) {
-      if (!IsNamed(extra.property, row.property)) continue;
+      if (extra.label || !IsNamed(extra.property, row.property)) continue;
       words.append(words.empty() ? "" : "; ").append(row.words);
       break;
     }

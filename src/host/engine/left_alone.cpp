@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/engine/report_words.h"
+#include "platform/system/service.h"
 #include "support/text.h"
 
 namespace qv {
@@ -85,6 +86,28 @@ std::string FormStop(const StoreKind& kind, const std::string& folder,
          (count == 1 ? "it" : "them") + " as " + std::string(kind.extension) +
          " files, which a program for that form does not see. Nothing was changed. " +
          first->wayOut + ".";
+}
+
+std::string RootStop(const std::string& phoneFolder) {
+  std::vector<PlainEntry> entries;
+  // One that cannot be read fails where it is needed.
+  if (Service<Files>::Get().ListEntries(phoneFolder, false, entries)) return {};
+  const StoreKind* itemsOf = nullptr;
+  for (const PlainEntry& entry : entries) {
+    if (entry.kind == EntryKind::Folder && FindStoreKind(entry.name) != nullptr) return {};
+    if (entry.kind != EntryKind::File || entry.name.starts_with('.')) continue;
+    for (const StoreKind& kind : StoreKinds()) {
+      if (itemsOf == nullptr && PhoneFolder(phoneFolder, kind.extension).IsItem(entry.name)) {
+        itemsOf = &kind;
+      }
+    }
+  }
+  if (itemsOf == nullptr) return {};
+  const std::string extension(itemsOf->extension);
+  return "the folder " + phoneFolder + " holds " + extension + " files itself, and no folder \"" +
+         std::string(itemsOf->name) +
+         "\": it looks like one of a phone's folders. Nothing was changed. Give (-d) the folder " +
+         "above one that is called \"" + std::string(itemsOf->name) + "\", with these files in it.";
 }
 
 }  // namespace qv

@@ -19,4 +19,8 @@ const char* LeftKey(LeftKind kind);
 std::string FormStop(const StoreKind& kind, const std::string& folder,
                      std::span<const LeftAlone> left);
 
+// Why a folder that was never synced is not a phone's but, as it looks, one of its collections: it
+// holds items itself and no folder of a store. Empty for any other.
+std::string RootStop(const std::string& phoneFolder);
+
 }  // namespace qv

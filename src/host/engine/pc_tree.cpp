@@ -137,8 +137,8 @@ void PcStore::RequireReadable(const std::vector<PcItem>& items) {
     // It may be there for this look alone.
     const bool isEmpty = error == kNoError && std::ranges::none_of(entries, MayTakePart);
     if (isGone || isEmpty) continue;
-    throw StoreFailure("the folder " + Label(item) + " of the Favorites cannot be read (error " +
-                       std::to_string(error) + "); what is in it would look deleted");
+    throw StoreFailure("the folder " + Label(item) + " of the Favorites cannot be read (" +
+                       SystemErrorWords(error) + "); what is in it would look deleted");
   }
 }
 

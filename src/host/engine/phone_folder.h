@@ -33,6 +33,8 @@ class PhoneFolder {
 
   const std::string& folder() const { return folder_; }
 
+  // Whether a file of this name is an item; not of hidden ones.
+  bool IsItem(std::string_view name) const;
   // The items, by name, a folder before what is in it. All of them or none: a folder below that
   // cannot be read fails the list, one that went meanwhile does not.
   std::error_code List(std::vector<FolderEntry>& items);
@@ -88,7 +90,6 @@ class PhoneFolder {
   std::error_code Follow(const std::string& folder, std::vector<PlainEntry>& others,
                          std::vector<FolderEntry>& items);
   void Leave(std::string name, LeftKind kind) { left_.push_back({std::move(name), kind}); }
-  bool IsItem(std::string_view name) const;
   std::string Numbered(std::string_view folder, const std::string& stem, std::string_view tail,
                        std::string_view own = {});
 

@@ -118,7 +118,7 @@ void Runner::WriteFiles(std::vector<Outgoing>& batch) {
   };
   for (size_t i = 0; i < batch.size(); ++i) {
     Outgoing& out = batch[i];
-    const bool done = Try("phone", out.row.name, [&] {
+    const bool done = Try("phone", At(run_.sides.links, out.step->link), [&] {
       std::error_code error = StageOne(out);
       if (error == std::errc::no_space_on_device && from < i) {
         // What takes the place of an old file makes room.
@@ -159,7 +159,7 @@ std::error_code Runner::PlaceFiles(std::span<Outgoing> group) {
   }
   for (Outgoing& out : group) {
     if (!isStaged(out)) continue;
-    const bool done = Try("phone", out.row.name, [&] {
+    const bool done = Try("phone", At(run_.sides.links, out.step->link), [&] {
       if (!out.isNew) {
         RequirePhoneUnchanged(At(run_.sides.phone, At(run_.sides.links, out.step->link).phone),
                               false);
@@ -188,7 +188,7 @@ void Runner::Confirm(std::vector<Outgoing>& batch) {
   PcTransaction transaction(run_.pc.side());
   for (Outgoing& out : batch) {
     if (out.failed) continue;
-    out.failed = !Try("phone", out.row.name, [&] {
+    out.failed = !Try("phone", At(run_.sides.links, out.step->link), [&] {
       FileInfo info;
       if (const std::error_code error = run_.phone.Stat(out.row.name, info)) {
         throw ItemError(error.message());

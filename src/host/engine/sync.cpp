@@ -294,6 +294,11 @@ void SyncStores(Profile& profile, const std::string& phoneFolder,
     report.message = phone.refusal;
     return;
   }
+  if (!phone.known) report.message = RootStop(phoneFolder);
+  if (!report.message.empty()) {
+    report.result = SyncResult::Refused;
+    return;
+  }
   PcSide side(profile);
   side.SetTargetKey(phone.id);
   for (const StoreKind* kind : kinds) {

@@ -11,6 +11,7 @@
 #include "host/engine/engine_record.h"
 #include "host/engine/errors.h"
 #include "host/engine/exported_files.h"
+#include "host/engine/item_names.h"
 #include "host/engine/pc_side.h"
 #include "host/engine/phone_id.h"
 #include "host/engine/report_words.h"
@@ -40,14 +41,16 @@ std::string WithWholeLineEnds(std::string_view text) {
   return whole;
 }
 
+// `body` gives the item a name as soon as it knows one.
 template <class Body>
-void Try(TransferReport& report, const char* side, const std::string& name, Body&& body) {
+void Try(TransferReport& report, const char* side, const std::string& item, Body&& body) {
+  std::string name;
   try {
-    body();
+    body(name);
   } catch (const ItemError& error) {
-    report.failed.push_back({side, name, error.what()});
+    report.failed.push_back({side, item, error.what(), std::move(name)});
   } catch (const StatusError& error) {
-    report.failed.push_back({side, name, StatusWords(error.status())});
+    report.failed.push_back({side, item, StatusWords(error.status()), std::move(name)});
   }
 }
 
@@ -70,7 +73,8 @@ class Import {
     ProgressMeter meter(progress, phone_.kind().name, static_cast<size_t>(count));
     for (int32_t i = 0; i < count; ++i) {
       if (IsSyncStopped()) throw SyncStopped();
-      Try(report_, "file", job_.places[static_cast<size_t>(i)], [&] { One(i); });
+      Try(report_, "file", job_.places[static_cast<size_t>(i)],
+          [&](std::string& name) { One(i, name); });
       if (!dryRun_ && i % kBatch == kBatch - 1) phone_.Sync();
       meter.Done();
     }
@@ -78,9 +82,10 @@ class Import {
   }
 
  private:
-  void One(int32_t index) {
+  void One(int32_t index, std::string& title) {
     ComPtr<IItemCommon> item;
     std::string text = store_.Get(index, item);
+    title = NameOfItem(*item);
     FollowSeries(*item, text);
     SetRight(index, *item, text);
     const std::u16string uid = UidOf(*item);
@@ -151,6 +156,7 @@ class Export {
   }
 
   void Run(const ProgressSink& progress) {
+    report_.left = phone_.left();
     try {
       HandOver(progress);
     } catch (const SyncStopped&) {
@@ -175,12 +181,12 @@ class Export {
     ProgressMeter meter(progress, phone_.kind().name, phone_.files().size());
     for (const FolderEntry& file : phone_.files()) {
       if (IsSyncStopped()) throw SyncStopped();
-      Try(report_, "phone", file.name, [&] { One(file.name); });
+      Try(report_, "phone", file.name, [&](std::string& name) { One(file.name, name); });
       meter.Done();
     }
   }
 
-  void One(const std::string& name) {
+  void One(const std::string& name, std::string& title) {
     const StoreKind& kind = phone_.kind();
     std::string text;
     if (const std::error_code error = phone_.Read(name, text)) throw ItemError(error.message());
@@ -188,6 +194,7 @@ class Export {
     std::string buffer;
     const ComPtr<IItemCommon> item = ReadItem(kind, WithoutMark(text, buffer));
     if (!item) throw ItemError("it holds no item that can be read");
+    title = NameOfItem(*item);
     if (const StoreKind& itsKind = KindOf(kind, *item); &itsKind != &kind) {
       throw ItemError("it belongs in the folder \"" + std::string(itsKind.name) + "\"");
     }
@@ -201,7 +208,7 @@ class Export {
     store_->Add(whole, [&](IItemCommon& given) {
       if (!form_.mend) return;
       for (std::string& what : form_.mend(place_, given)) {
-        report_.altered.push_back({"phone", name, std::move(what)});
+        report_.altered.push_back({"phone", name, std::move(what), title});
       }
     });
     ++handed_;

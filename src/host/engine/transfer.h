@@ -31,6 +31,7 @@ struct TransferReport {
   std::vector<ItemFailure> failed;
   std::vector<ItemFailure> altered;  // export: what its files say otherwise than the item
   std::vector<std::string> files;    // export: the names of those that were made
+  std::vector<LeftAlone> left;       // export: what lies beside the items and is none
   std::string message;               // why it ended early, and the way out
 };
 
