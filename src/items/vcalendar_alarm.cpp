@@ -113,7 +113,8 @@ bool MayBe(const ExtraProperty& extra, std::initializer_list<std::u16string_view
     return a == b || (a >= u'a' && a <= u'z' && a - (u'a' - u'A') == b);
   };
   return std::ranges::any_of(words, [&](std::u16string_view word) {
-    return !std::ranges::search(property, word, same).empty();
+    return std::search(property.begin(), property.end(), word.begin(), word.end(), same) !=
+           property.end();
   });
 }
 

@@ -157,7 +157,15 @@ class CalendarWriter {
   // The first alarm without a time takes the reminder's; without a reminder none rings.
   void WriteTimed(const ExtraProperty& extra) {
     if (reminder_.empty()) return;
-    WriteExtra(writer_, WithAlarmTime(extra, std::exchange(reminder_, {})), kOwn);
+    LineWriter alarm;
+    if (!WriteExtra(alarm, WithAlarmTime(extra, std::exchange(reminder_, {})), kOwn)) return;
+    std::string text = alarm.Take();
+    LineReader reader(text);
+    Line line;
+    // Where such a value is broken would depend on whether its time stood in it before.
+    const bool breaks = reader.Next(line) && line.encoding == ValueEncoding::QuotedPrintable;
+    for (size_t at = 0; breaks && (at = text.find("=\r\n", at)) != text.npos;) text.erase(at, 3);
+    writer_.Begin(text);
   }
 
   void WriteExtras() {
