@@ -11,13 +11,13 @@ struct Mark {
   std::u16string_view text;
   Dialect dialect;
   bool bare;
+  bool label = false;
 };
 // Persisted.
 constexpr Mark kMarks[] = {
-    {u":old", Dialect::Old, false},
-    {u":modern", Dialect::Modern, false},
-    {u":bare", Dialect::Old, true},
-    {u":bare-modern", Dialect::Modern, true},
+    {u":old", Dialect::Old, false},         {u":modern", Dialect::Modern, false},
+    {u":bare", Dialect::Old, true},         {u":bare-modern", Dialect::Modern, true},
+    {u":label", Dialect::Old, false, true},
 };
 
 // The first line that says anything decides.
@@ -53,10 +53,12 @@ std::string BytesOf(const ExtraProperty& extra) {
 
 std::u16string MarkedProperty(const ExtraProperty& extra) {
   // The modern grammar is always told, so that what looks say may be learned better some day.
-  const bool plain = extra.dialect == Dialect::Old && !extra.bare;
+  const bool plain = extra.dialect == Dialect::Old && !extra.bare && !extra.label;
   if (plain && LooksOf(BytesOf(extra)) == Dialect::Old) return extra.property;
   for (const Mark& mark : kMarks) {
-    if (mark.dialect != extra.dialect || mark.bare != extra.bare) continue;
+    if (mark.dialect != extra.dialect || mark.bare != extra.bare || mark.label != extra.label) {
+      continue;
+    }
     std::u16string marked = extra.property;
     marked += mark.text;
     return marked;
@@ -71,20 +73,23 @@ ExtraProperty ExtraFromMarked(std::u16string property, std::u16string value) {
     extra.property.resize(extra.property.size() - mark.text.size());
     extra.dialect = mark.dialect;
     extra.bare = mark.bare && extra.value.empty();
+    extra.label = mark.label;
     return extra;
   }
   extra.dialect = LooksOf(BytesOf(extra));
   return extra;
 }
 
-bool WriteExtra(LineWriter& writer, const ExtraProperty& extra, std::string_view own) {
+bool WriteExtra(LineWriter& writer, const ExtraProperty& extra, std::string_view own,
+                std::span<const std::string_view> lists) {
+  if (extra.label) return false;
   std::string bytes = BytesOf(extra);
   // Without a ':' it could be taken for more of a base64 value above it; a blank line ends that.
   if (extra.bare && IsBase64Text(bytes) && !writer.text().ends_with("\r\n\r\n")) writer.Bare();
   bytes += "\r\n";
   const size_t before = writer.text().size();
   if (extra.dialect == Dialect::Modern) {
-    WriteInOldGrammar(bytes, writer);
+    WriteInOldGrammar(bytes, lists, writer);
   } else {
     writer.Begin(bytes);
   }

@@ -5,6 +5,7 @@
 // LineReader and decodes with the extra's dialect.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -24,7 +25,7 @@ std::string BytesOf(const ExtraProperty& extra);
 // Extras leave the item, for rows and for other programs, as two texts. The first is the property,
 // with a mark behind it where its looks alone would not tell the grammar and the form again:
 //
-//   marked := property [":" ("old" | "modern" | "bare" | "bare-modern")]
+//   marked := property [":" ("old" | "modern" | "bare" | "bare-modern" | "label")]
 //
 // A property's own text never ends in these, since a ':' stands in it between quotes alone. Texts
 // without a mark, as rows of earlier versions are, are what they look like.
@@ -32,7 +33,9 @@ std::u16string MarkedProperty(const ExtraProperty& extra);
 ExtraProperty ExtraFromMarked(std::u16string property, std::u16string value);
 
 // Appends the extra to a text of the old grammar. `own` names the component that it stands in, as
-// for ReadNested. False, with nothing written, for what would not be read as one property again.
-bool WriteExtra(LineWriter& writer, const ExtraProperty& extra, std::string_view own);
+// for ReadNested. False, with nothing written, for what would not be read as one property again,
+// and for a label, which goes with its value. `lists`: see old_grammar.h.
+bool WriteExtra(LineWriter& writer, const ExtraProperty& extra, std::string_view own,
+                std::span<const std::string_view> lists = {});
 
 }  // namespace qv

@@ -17,6 +17,8 @@ struct ExtraProperty {
   std::u16string value;  // of a component from the name behind its BEGIN to its END
   Dialect dialect = Dialect::Old;
   bool bare = false;  // stood without a ':'; the value is empty
+  // The item holds the value itself, and the property says more of it than the item can.
+  bool label = false;
 
   friend bool operator==(const ExtraProperty&, const ExtraProperty&) = default;
 };

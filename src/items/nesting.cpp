@@ -3,7 +3,8 @@
 namespace qv {
 namespace {
 
-// A word that is folded, or has a line of blanks behind it, without the folds.
+// A word that is folded, or has a line of blanks or the blank line of base64 behind it, without
+// any break.
 std::string_view Unfolded(std::string_view value, std::string& buffer) {
   for (size_t i = 0; i < value.size(); ++i) {
     const bool isBreak = value[i] == '\r' || value[i] == '\n';

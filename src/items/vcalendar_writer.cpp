@@ -19,6 +19,7 @@ namespace qv {
 namespace {
 
 constexpr std::string_view kOwn = "VEVENT,VTODO";
+constexpr std::string_view kLists[] = {"CATEGORIES", "RESOURCES"};
 
 // The order of the properties is fixed: equal items give equal bytes.
 class CalendarWriter {
@@ -158,7 +159,8 @@ class CalendarWriter {
   void WriteTimed(const ExtraProperty& extra) {
     if (reminder_.empty()) return;
     LineWriter alarm;
-    if (!WriteExtra(alarm, WithAlarmTime(extra, std::exchange(reminder_, {})), kOwn)) return;
+    if (!WriteExtra(alarm, WithAlarmTime(extra, std::exchange(reminder_, {})), kOwn, kLists))
+      return;
     std::string text = alarm.Take();
     LineReader reader(text);
     Line line;
@@ -184,7 +186,9 @@ class CalendarWriter {
         continue;
       }
       const bool hasMoved = from && to && Moves(extra);
-      if (!WriteExtra(writer_, hasMoved ? Moved(extra, *from, *to) : extra, kOwn)) continue;
+      const bool isWritten = hasMoved ? WriteExtra(writer_, Moved(extra, *from, *to), kOwn, kLists)
+                                      : WriteExtra(writer_, extra, kOwn, kLists);
+      if (!isWritten) continue;
       hasRule_ = hasRule_ || SameWord(line.name, "RRULE") || SameWord(line.name, "RDATE") ||
                  SameWord(line.name, "EXRULE");
     }

@@ -177,8 +177,11 @@ void VCardFields::KeepMailLabel(Label label) {
 bool VCardFields::ReadWeb(const Line& line) {
   auto address = TextOf(line);
   if (!address || IsFull(contact_.webAddresses)) return false;
-  const Label label = ReadLabel(kWebLabels, line, dialect_);
+  Label label = ReadLabel(kWebLabels, line, dialect_);
   contact_.webAddresses.push_back({static_cast<PlaceKind>(label.kind), std::move(*address)});
+  if (label.hidden) {
+    webLabels_.push_back(RowOf(kWebLabels, std::move(label), contact_.webAddresses.back().value));
+  }
   return true;
 }
 
@@ -308,6 +311,11 @@ Contact VCardFields::Take() {
   AppendInOrderOfUse(kOrganisationLabels, organisationLabels_, contact_.organisations, name,
                      hidden);
   AppendInOrderOfUse(kMessengerLabels, messengerLabels_, contact_.messengers, value, hidden);
+  std::vector<HiddenLabel> web;
+  AppendInOrderOfUse(kWebLabels, webLabels_, contact_.webAddresses, value, web);
+  std::vector<ExtraProperty>& extras = contact_.fields.extras;
+  extras.insert(extras.begin(), web.size(), {});
+  std::transform(web.begin(), web.end(), extras.begin(), WebLabelExtra);
   return std::move(contact_);
 }
 

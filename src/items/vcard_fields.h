@@ -57,6 +57,7 @@ class VCardFields {
   Contact contact_;
   std::vector<HiddenLabel> phoneLabels_;
   std::vector<HiddenLabel> mailLabels_;  // empty, or one per address
+  std::vector<HiddenLabel> webLabels_;
   std::vector<HiddenLabel> addressLabels_;
   std::vector<HiddenLabel> organisationLabels_;
   std::vector<HiddenLabel> messengerLabels_;

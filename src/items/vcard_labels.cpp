@@ -192,7 +192,7 @@ constinit const LabelFamily kMailLabels = {"EMAIL",          u"EMAIL",
                                            u"X-EMAILCUSTOM", kMailWords,
                                            kMailRows,        static_cast<int32_t>(MailKind::Other)};
 constinit const LabelFamily kWebLabels = {
-    "URL", u"", u"", kPlaceWords, kPlaceRows, static_cast<int32_t>(PlaceKind::Other)};
+    "URL", u"URL", u"URL", kPlaceWords, kPlaceRows, static_cast<int32_t>(PlaceKind::Other)};
 constinit const LabelFamily kAddressLabels = {
     "ADR", u"ADR", u"ADR", kPlaceWords, kPlaceRows, static_cast<int32_t>(PlaceKind::Other)};
 constinit const LabelFamily kOrganisationLabels = {"ORG",
@@ -260,6 +260,18 @@ void BeginLabelled(LineWriter& writer, const LabelFamily& family, int32_t kind,
   if (rest.empty()) return;
   writer.Append(";");
   writer.Append(rest);
+}
+
+ExtraProperty WebLabelExtra(const HiddenLabel& row) {
+  ExtraProperty extra{row.property + u";" + row.extended, row.value};
+  extra.label = true;
+  return extra;
+}
+
+HiddenLabel WebLabelOf(const ExtraProperty& extra) {
+  const size_t end = std::min(extra.property.find(u';'), extra.property.size());
+  return {extra.property.substr(0, end), extra.value,
+          extra.property.substr(std::min(end + 1, extra.property.size())), false};
 }
 
 bool IsOf(const LabelFamily& family, const HiddenLabel& row) {

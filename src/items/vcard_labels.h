@@ -84,6 +84,10 @@ class ValueLabels {
   std::vector<Entry> entries_;  // by kind, value and order of the rows
 };
 
+// The label of a web address, which has no hidden rows, as an extra, and back.
+ExtraProperty WebLabelExtra(const HiddenLabel& row);
+HiddenLabel WebLabelOf(const ExtraProperty& extra);
+
 // Is this row one of the family?
 bool IsOf(const LabelFamily& family, const HiddenLabel& row);
 

@@ -127,8 +127,14 @@ void CardWriter::WriteMails() {
 }
 
 void CardWriter::WriteWebAddresses() {
+  std::vector<HiddenLabel> rows;
+  for (const ExtraProperty& extra : contact_.fields.extras) {
+    if (extra.label) rows.push_back(WebLabelOf(extra));
+  }
+  ValueLabels labels(kWebLabels, rows);
   for (const WebAddress& address : contact_.webAddresses) {
-    BeginLabelled(writer_, kWebLabels, Number(address.kind), nullptr);
+    const int32_t kind = Number(address.kind);
+    BeginLabelled(writer_, kWebLabels, kind, labels.Take(kind, address.value));
     writer_.Text(address.value);
   }
 }

@@ -131,7 +131,7 @@ TEST_P(EngineSeries, ComeFromThePhoneInAnyOrder) {
   rig.PhonePut("a-exception.vcs", Exception("moved", kFirst, "e1", "s1"));
   const StoreReport early = rig.Sync();
   ASSERT_EQ(early.failed.size(), 1u) << "its series is unknown";
-  EXPECT_NE(early.failed[0].reason.find("of the series s1"), std::string::npos);
+  EXPECT_NE(early.failed[0].reason.find("of the series s1, which is not there"), std::string::npos);
   EXPECT_EQ(rig.PcItems().size(), 0u);
   EXPECT_NE(PhoneText("moved"), "") << "and it stays where it is";
   rig.PhonePut("b-series.vcs", Series("standup", "s1"));
@@ -139,6 +139,13 @@ TEST_P(EngineSeries, ComeFromThePhoneInAnyOrder) {
   Sync();
   ExpectInStep(3);
   EXPECT_TRUE(IsSubItemId(rig.PcIdOf(Exception("moved", kFirst))));
+  rig.PhonePut("c-exception.vcs", Exception("moved twice", kFirst, "e3", "s1"));
+  const StoreReport twice = rig.Sync();
+  ASSERT_EQ(twice.failed.size(), 1u);
+  EXPECT_NE(twice.failed[0].reason.find("s1, which has another one of the same occurrence"),
+            std::string::npos)
+      << twice.failed[0].reason;
+  EXPECT_EQ(twice.failed[0].name, "moved twice");
 }
 
 TEST_P(EngineSeries, ADeletedExceptionIsADeletedOccurrenceOnBothSides) {

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "items/extra.h"
+#include "items/vcalendar.h"
 #include "items/vcard.h"
 #include "support/text.h"
 
@@ -42,8 +43,8 @@ TEST(Extras, AreWrittenInTheOldGrammar) {
       {"LABEL:a\\nb", "LABEL;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:a=0D=0Ab\r\n"},
       {"X-A;LANGUAGE=de:\xC3\r\n \xA9",
        "X-A;LANGUAGE=de;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=C3=A9\r\n"},
-      {"item1.X-A;TYPE=\"a,b\";CN=\"Doe, J\";R=\"c d\":\\:\\x",
-       "item1.X-A;TYPE=a;TYPE=b;CN=\"Doe, J\";R=c d::\\x\r\n"},
+      {"item1.X-A;TYPE=\"a,b\";CN=\"Doe, J\";R=\"c d\";S=e,f:\\:\\x",
+       "item1.X-A;TYPE=a;TYPE=b;CN=\"Doe, J\";R=c d;S=e,f::\\x\r\n"},
       {"LOGO;VALUE=uri;MEDIATYPE=image/png:http://x/\r\n  a;b",
        "LOGO;VALUE=URL;MEDIATYPE=image/png:http://x/ a;b\r\n"},
       {"KEY;ENCODING=b;TYPE=PGP:QU\r\n JD", "KEY;TYPE=PGP;ENCODING=BASE64:QUJD\r\n\r\n"},
@@ -60,6 +61,19 @@ TEST(Extras, AreWrittenInTheOldGrammar) {
     for (const char* version : {"3.0", "4.0"}) EXPECT_EQ(Written(version, c.modern), c.old);
     EXPECT_EQ(Written("2.1", c.modern), c.modern + "\r\n");
   }
+}
+
+TEST(Extras, OfACalendarAreWrittenTheSameWay) {
+  const std::string extras =
+      "ATTENDEE;CN=\"Doe, J\";ROLE=CHAIR:mailto:j@x.\r\n org\r\nCATEGORIES:a\\,b,c\r\n"
+      "BEGIN:VX\r\nDESCRIPTION:a\\nb\r\nEND:VX\r\n";
+  const std::string text =
+      WriteVCalendar(*ParseVCalendar("BEGIN:VCALENDAR\r\nVERSION:2.0\r\nBEGIN:VEVENT\r\n" + extras +
+                                     "END:VEVENT\r\nEND:VCALENDAR\r\n"));
+  EXPECT_EQ(text.substr(text.find("ATTENDEE")),
+            "ATTENDEE;CN=\"Doe, J\";ROLE=CHAIR:mailto:j@x.org\r\nCATEGORIES:a,b;c\r\nBEGIN:VX\r\n"
+            "DESCRIPTION;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:a=0D=0Ab\r\nEND:VX\r\n"
+            "END:VEVENT\r\nEND:VCALENDAR\r\n");
 }
 
 TEST(Extras, ARowWithoutAMarkIsWhatItLooksLike) {
@@ -190,6 +204,7 @@ class Producer {
                                            "GEO",
                                            "LABEL;TYPE=WORK,POSTAL;CN=\"M\xC3\xBCller; J:\"",
                                            "X-CUSTOM1;VALUE=TEXT",
+                                           "item3.URL;type=pref",
                                            "SOURCE",
                                            "X-EVOLUTION-FILE-AS",
                                            "GENDER",
@@ -198,7 +213,8 @@ class Producer {
     std::string lines;
     for (int i = 0; i < 12; ++i) {
       const std::string& header = kHeaders[random_() % std::size(kHeaders)];
-      std::string line = header + ":" + (header.ends_with("=b") ? std::string("QUJD") : Value());
+      const bool isField = header.find("URL") != header.npos || header.ends_with("=b");
+      std::string line = header + ":" + (isField ? std::string("QUJD") : Value());
       for (size_t at = 75; at < line.size(); at += 77) line.insert(at, "\r\n ");
       lines += (i > 0 ? "\r\n" : "") + line;
     }

@@ -66,6 +66,8 @@ INSTANTIATE_TEST_SUITE_P(
         LabelCase{"ORG",
                   "ORG;X-club:a;b;c\r\nORG;SORT-AS=z:d\r\nORG;WORK:A\\; Inc.;R\\;D;Lab\\\\\r\n",
                   "X-ORGCUSTOM|a|X-club|1\nORG|d|SORT-AS=z|0\n"},
+        LabelCase{"URL",
+                  "i.URL;pref:http://a/;b\r\nURL;X-blog;HOME:c\r\nURL;X=1:c\r\nURL;HOME:c\r\n", ""},
         LabelCase{"IMPP", "X-IMPP;SKYPE;HOME:a\r\nX-IMPP;X-chat:b\r\n",
                   "X-IMPP|a|SKYPE;HOME|0\nX-IMPPCUSTOM|b|X-chat|1\n"}));
 

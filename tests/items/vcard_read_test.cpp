@@ -256,35 +256,6 @@ TEST(VCardRead, ExtrasAreKeptAsTheyStood) {
   EXPECT_TRUE(contact.telephones.empty());
 }
 
-// Each card's note tells how its escapes were read.
-TEST(VCardRead, TheGrammarIsKnownBeforeTheFirstValue) {
-  struct Case {
-    std::string lines;
-    bool modern;
-  };
-  const std::string note = "NOTE:a\\,b\r\n";
-  const std::string old = "BEGIN:VCARD\r\nVERSION:2.1\r\nEND:VCARD\r\n";
-  const Case cases[] = {
-      {"VERSION:3.0\r\n" + note, true},
-      {note + "VERSION:4.0\r\n", true},
-      {"PRODID:x\r\n" + note + "i.version: 3.0\r\n", true},
-      {note + "VERSION:2.1\r\nX;TYPE=a,b:\r\n", false},
-      {note + "VERSION:3.0\r\nVERSION:2.1\r\n", true},
-      {note + old + "VERSION:3.0\r\n", true},
-      {"BEGIN:VX\r\nVERSION:4.0\r\nEND:VX\r\n" + note + "VERSION:2.1\r\n", false},
-      // Without one the looks of the lines decide.
-      {note, true},
-      {note + "TEL;CELL:1\r\n", false},
-      {note + "FN;ENCODING=QUOTED-PRINTABLE:a\r\n", false},
-      {"VERSION\r\n" + note + "X;CHARSET=UTF-8:\r\n", false},
-  };
-  for (const Case& c : cases) {
-    const std::optional<Contact> contact =
-        ParseVCard("BEGIN:VCARD\r\n" + c.lines + "END:VCARD\r\n");
-    EXPECT_EQ(ToUtf8(contact->note), c.modern ? "a,b" : "a\\,b") << c.lines;
-  }
-}
-
 TEST(VCardRead, FirstWholeCardOfAText) {
   struct Case {
     std::string text;

@@ -1,5 +1,6 @@
 #include "platform/system/files.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -101,6 +102,23 @@ TEST(Files, AtomicWriteTakesOverWhatAKilledRunLeft) {
   EXPECT_FALSE(Disk().WriteAtomic(folder.File("file"), "again"));
   EXPECT_EQ(folder.Get("precious"), "kept");
   EXPECT_THAT(folder.Names(), testing::ElementsAre("file", "precious"));
+}
+
+TEST(Files, AStagedFileTakesItsPlaceWithTheBitsOfTheOldOne) {
+  TempFolder folder;
+  folder.Put("file", "old");
+  ASSERT_EQ(chmod(folder.File("file").c_str(), 0640), 0);
+  fs::create_symlink("file", folder.File("link"));
+  StagedFile staged;
+  ASSERT_FALSE(Disk().Stage(folder.File("link"), "new", staged));
+  EXPECT_EQ(folder.Get("file"), "old");
+  EXPECT_EQ(folder.Get(".file.tmp"), "new");
+  EXPECT_EQ(Disk().RenameNew(staged.temporary, staged.target).value(), EEXIST);
+  ASSERT_FALSE(Disk().Rename(staged.temporary, staged.target));
+  EXPECT_EQ(folder.Get("link"), "new");
+  EXPECT_EQ(BitsOf(folder.File("file")), 0640u);
+  EXPECT_TRUE(fs::is_symlink(folder.File("link")));
+  EXPECT_EQ(Disk().Stage(folder.File("missing/file"), "bytes", staged).value(), ENOENT);
 }
 
 TEST(Files, AtomicWriteTakesTheLongestNames) {
@@ -282,8 +300,8 @@ TEST(Files, OneFolderAtATime) {
 }
 
 // In a process of its own, whose files may not grow.
-int CreateBeyondTheLimit(const std::string& path) {
-  signal(SIGXFSZ, SIG_IGN);
+int CreateBeyondTheLimit(const std::string& path, bool isKilled) {
+  signal(SIGXFSZ, isKilled ? SIG_DFL : SIG_IGN);
   const rlimit limit{1000, 1000};
   if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return -1;
   return Disk().CreateNew(path, std::string(5000, 'x')).value();
@@ -292,8 +310,13 @@ int CreateBeyondTheLimit(const std::string& path) {
 TEST(FilesDeathTest, WhatCannotBeWrittenWholeIsTakenAway) {
   TempFolder folder;
   const std::string path = folder.File("file");
-  EXPECT_EXIT(_exit(CreateBeyondTheLimit(path)), testing::ExitedWithCode(EFBIG), "");
+  EXPECT_EXIT(_exit(CreateBeyondTheLimit(path, false)), testing::ExitedWithCode(EFBIG), "");
   EXPECT_FALSE(fs::exists(path));
+  const int fd = open(folder.path().c_str(), O_WRONLY | O_TMPFILE, 0600);
+  if (fd < 0) GTEST_SKIP() << "no files without a name here";
+  close(fd);
+  EXPECT_EXIT(_exit(CreateBeyondTheLimit(path, true)), testing::KilledBySignal(SIGXFSZ), "");
+  EXPECT_FALSE(fs::exists(path)) << "half of a file";
 }
 
 TEST(NativePath, TurnsTheModulesForm) {

@@ -1,11 +1,9 @@
 #include "platform/database/sqlite_accessor.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-
-#include <csignal>
 
 #include "kit/accessor_fakes.h"
+#include "kit/file_size_limit.h"
 #include "kit/platform_fakes.h"
 #include "platform/com/lists.h"
 #include "platform/database/sqlite.h"
@@ -249,12 +247,18 @@ TEST_F(SqliteAccessorTest, ATransactionTakesStatementsAndBatchesBack) {
   EXPECT_EQ(db->Rollback(), E_FAIL);
   for (const bool keep : {false, true}) {
     ASSERT_EQ(db->Begin(), S_OK);
-    EXPECT_EQ(db->Begin(), E_FAIL) << "transactions do not nest";
     EXPECT_EQ(NonQuery(u"INSERT INTO ExtraDB(value) VALUES('one')"), S_OK);
+    // A part is taken back alone, and one that was kept goes with the whole.
+    for (const bool keepPart : {false, true}) {
+      ASSERT_EQ(db->Begin(), S_OK);
+      EXPECT_EQ(NonQuery(u"INSERT INTO ExtraDB(value) VALUES('part')"), S_OK);
+      EXPECT_EQ(keepPart ? db->Commit() : db->Rollback(), S_OK);
+    }
     EXPECT_EQ(Batch(u"INSERT INTO ExtraDB(value) VALUES(?)", {{Variant::Int(2)}, {}}), E_FAIL);
-    EXPECT_EQ(db->Rows(u"ExtraDB", {u"value"}), Table({{u"one"}, {u"2"}}));
+    EXPECT_EQ(db->Rows(u"ExtraDB", {u"value"}), Table({{u"one"}, {u"part"}, {u"2"}}));
     EXPECT_EQ(keep ? db->Commit() : db->Rollback(), S_OK);
-    EXPECT_EQ(db->Rows(u"ExtraDB", {u"value"}).size(), keep ? 2u : 0u);
+    EXPECT_EQ(db->Rows(u"ExtraDB", {u"value"}).size(), keep ? 3u : 0u);
+    EXPECT_EQ(db->Commit(), E_FAIL) << "nothing is open any more";
   }
 }
 
@@ -275,24 +279,6 @@ TEST(SqliteAccessorFileTest, RowsOutliveTheAccessorAndAnOpenTransactionDoesNot) 
   EXPECT_TRUE(mode.Step());
   EXPECT_EQ(mode.Text(0), "wal");
 }
-
-// No file of the process may grow beyond `bytes` while it lives: what a full disk looks like.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &previous_);
-    const rlimit limit{bytes, previous_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &previous_);
-    std::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  rlimit previous_{};
-  void (*handler_)(int);
-};
 
 // A write that fails may undo the whole transaction; what its owner believes to be inside it must
 // not then run, and stay, on its own.

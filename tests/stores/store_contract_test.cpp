@@ -313,6 +313,10 @@ TEST_P(StoreContract, DeleteAllLeavesTheStatusRowsAndThePurgeTakesThem) {
       ASSERT_EQ(s.outlook.DeleteItem(GetParam().kind, id), S_OK);
     }
   }
+  s.OnPcFile("ALTER TABLE items RENAME TO away");
+  EXPECT_EQ(s.status->DeleteAllStatusBackupDB(), E_FAIL);
+  EXPECT_EQ(Rows(u"DataStoreMap"), 3u) << "what cannot be listed is not gone";
+  s.OnPcFile("ALTER TABLE away RENAME TO items");
   ASSERT_EQ(s.status->DeleteAllStatusBackupDB(), S_OK);
   for (const char16_t* table : {u"DataStoreMap", u"ExtraDB", u"HiddenDB"}) {
     if (table[0] == u'H' && !isContact()) continue;

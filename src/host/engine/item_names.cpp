@@ -77,7 +77,6 @@ void ItemNames::NameAll(StoreReport& report) const {
     if (each.name.empty()) open.emplace(each.item, &each.name);
   }
   for (ConflictNote& each : report.conflicts) open.emplace(each.item, &each.name);
-  for (PartNote& each : report.parts) open.emplace(each.item, &each.name);
   if (open.empty()) return;
   for (const ItemLink& link : sides_.links) {
     std::string id;

@@ -22,7 +22,7 @@ class ItemNames {
       : pc_(pc), phone_(phone), sides_(sides) {}
 
   std::string Of(const ItemLink& link) const;
-  // Fills in the names of a report, once the plan is through.
+  // Fills in the names of failures and conflicts, once the plan is through.
   void NameAll(StoreReport& report) const;
 
  private:

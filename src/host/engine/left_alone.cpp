@@ -79,11 +79,11 @@ std::string FormStop(const StoreKind& kind, const std::string& folder,
     if (count++ < kNamed) names.push_back(each.name);
   }
   if (first == nullptr) return {};
-  const std::string extension(kind.extension);
   return "the phone's folder " + folder + " holds " + std::to_string(count) +
          (count == 1 ? " file" : " files") + " in a form that is not read here (" +
-         FirstFew(names, count) + "). " + std::string(kind.items) + " are kept as " + extension +
-         " files, and what works with the others would see none of those. Nothing was changed. " +
+         FirstFew(names, count) + "); " + std::string(kind.items) + " would be written beside " +
+         (count == 1 ? "it" : "them") + " as " + std::string(kind.extension) +
+         " files, which a program for that form does not see. Nothing was changed. " +
          first->wayOut + ".";
 }
 

@@ -95,6 +95,7 @@ void Parts::Tell(StoreReport& report, bool isPlan) {
       const auto row = byName.find(item.name);
       if (row == byName.end() || row->second->hash != item.hash) continue;
     }
+    found.note.name = names_.Of(link);
     report.parts.push_back(std::move(found.note));
   }
 }

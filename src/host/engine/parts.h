@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/engine/engine_record.h"
+#include "host/engine/item_names.h"
 #include "host/engine/pc_side.h"
 #include "host/engine/plan.h"
 #include "host/engine/sync.h"
@@ -17,8 +18,9 @@ namespace qv {
 
 class Parts {
  public:
-  Parts(PcStore& pc, EngineRecord& record, std::string phoneId, const Inventory& sides)
-      : pc_(pc), record_(record), phoneId_(std::move(phoneId)), sides_(sides) {}
+  Parts(PcStore& pc, EngineRecord& record, std::string phoneId, const Inventory& sides,
+        const ItemNames& names)
+      : pc_(pc), record_(record), phoneId_(std::move(phoneId)), sides_(sides), names_(names) {}
 
   // Before anything is done.
   void Find(const SyncPlan& plan);
@@ -37,6 +39,7 @@ class Parts {
   EngineRecord& record_;
   std::string phoneId_;
   const Inventory& sides_;
+  const ItemNames& names_;
   std::vector<Found> found_;
 };
 

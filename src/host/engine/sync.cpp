@@ -193,7 +193,7 @@ void StoreSync::Sync(PcStore& pc, PcTransaction& planning) {
   }
   report_.matched = plan.matched;
   NoteUndone(plan, sides);
-  Parts parts(pc, session_.record, id, sides);
+  Parts parts(pc, session_.record, id, sides, names);
   parts.Find(plan);
   if (session_.options.dryRun) {
     for (PcItem& item : sides.pc) {

@@ -194,14 +194,14 @@ std::u16string Unescape(std::u16string_view text, Dialect dialect) {
   return result;
 }
 
-std::u16string OldEscapes(std::u16string_view modern) {
+std::u16string OldEscapes(std::u16string_view modern, bool isList) {
   std::u16string old;
   old.reserve(modern.size());
   for (size_t i = 0; i < modern.size(); ++i) {
     const char16_t next = modern[i] == u'\\' && i + 1 < modern.size() ? modern[i + 1] : u'\0';
     const char16_t escaped = EscapedCharacter(next, Dialect::Modern);
     if (escaped == 0) {
-      old += modern[i];
+      old += isList && modern[i] == u',' ? u';' : modern[i];
       continue;
     }
     ++i;

@@ -37,8 +37,9 @@ class ValueDecoder {
 std::u16string Unescape(std::u16string_view text, Dialect dialect);
 
 // The same text with the escapes of the old grammar: what separates still separates, a comma needs
-// no backslash, and line breaks stand for themselves.
-std::u16string OldEscapes(std::u16string_view modern);
+// no backslash, and line breaks stand for themselves. `isList`: commas separate its values, which
+// is done by ';' in the old grammar.
+std::u16string OldEscapes(std::u16string_view modern, bool isList = false);
 
 // What becomes of components beyond the last part.
 enum class Surplus {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -24,9 +25,10 @@ std::optional<Dialect> DialectByLook(const Line& line);
 std::string OldParameter(const Parameter& parameter);
 
 // Writes the lines of `modern`, a property or a component from its BEGIN to its END, line break
-// included. Of a component
+// included. `lists` names the properties whose values are lists in both grammars. Of a component
 // that says its VERSION itself, and of a line whose end of the header cannot be told or whose
 // base64 is none, the bytes stay as they are.
-void WriteInOldGrammar(std::string_view modern, LineWriter& writer);
+void WriteInOldGrammar(std::string_view modern, std::span<const std::string_view> lists,
+                       LineWriter& writer);
 
 }  // namespace qv
