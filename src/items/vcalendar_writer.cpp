@@ -180,7 +180,8 @@ class CalendarWriter {
       const std::string bytes = BytesOf(extra);
       LineReader reader(bytes);
       Line line;
-      if (!reader.Next(line) || IsOutdated(line.name) || extra.property == kBeganName) continue;
+      if (!reader.Next(line) || extra.property == kBeganName) continue;
+      if (!line.bare && IsOutdated(line.name)) continue;
       if (LacksAlarmTime(extra)) {
         WriteTimed(extra);
         continue;
@@ -188,7 +189,7 @@ class CalendarWriter {
       const bool hasMoved = from && to && Moves(extra);
       const bool isWritten = hasMoved ? WriteExtra(writer_, Moved(extra, *from, *to), kOwn, kLists)
                                       : WriteExtra(writer_, extra, kOwn, kLists);
-      if (!isWritten) continue;
+      if (!isWritten || line.bare) continue;
       hasRule_ = hasRule_ || SameWord(line.name, "RRULE") || SameWord(line.name, "RDATE") ||
                  SameWord(line.name, "EXRULE");
     }

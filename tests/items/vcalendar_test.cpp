@@ -255,6 +255,7 @@ TEST_F(VCalendar, SaysOfASeriesThatLostItsRuleThatItIsOne) {
       {"DTSTART:20240501T080000Z\nX-RECURRING:1\nRRULE:FREQ=HOURLY",
        "DTSTART:20240501T080000Z\nRRULE:FREQ=HOURLY"},
       {"UID:e\nX-PARENT-UID:s\nX-RECURRING:1", "UID:e\nX-PARENT-UID:s"},
+      {"SUMMARY:x\nRRULE:\nRRULE", "SUMMARY:x\n\nRRULE"},  // no rule without a value
       {"X-RECURRING:yes", "X-RECURRING:yes"},
   };
   Expect(kRows, "VEVENT", "1.0");
