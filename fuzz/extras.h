@@ -1,17 +1,19 @@
 // What extras say, whatever grammar they stand in.
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "items/extra.h"
 
 // Each as it is written, without the blank lines that may follow it.
 inline std::vector<std::string> Written(const std::vector<qv::ExtraProperty>& extras,
-                                        std::string_view own) {
+                                        std::string_view own,
+                                        std::span<const std::string_view> lists = {}) {
   std::vector<std::string> texts;
   for (const qv::ExtraProperty& extra : extras) {
     qv::LineWriter writer;
-    qv::WriteExtra(writer, extra, own);
+    qv::WriteExtra(writer, extra, own, lists);
     std::string text = writer.Take();
     while (text.ends_with('\n') || text.ends_with('\r')) text.pop_back();
     texts.push_back(std::move(text));

@@ -14,6 +14,17 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
+// Where a quoted-printable value is broken says nothing: an alarm breaks elsewhere without its
+// time.
+std::vector<std::string> Extras(const qv::Calendar& item) {
+  constexpr std::string_view kLists[] = {"CATEGORIES", "RESOURCES"};
+  std::vector<std::string> extras = Written(item.fields.extras, "VEVENT,VTODO", kLists);
+  for (std::string& extra : extras) {
+    for (size_t at = 0; (at = extra.find("=\r\n", at)) != extra.npos;) extra.erase(at, 3);
+  }
+  return extras;
+}
+
 void CheckRoundTrip(const qv::Calendar& read) {
   const std::string written = qv::WriteVCalendar(read);
   const std::optional<qv::Calendar> again = qv::ParseVCalendar(written);
@@ -22,7 +33,7 @@ void CheckRoundTrip(const qv::Calendar& read) {
   Require(read.parentRecurUid == again->parentRecurUid);
   Require(read.fields.objUid == again->fields.objUid);
   Require(read.fields.objModified == again->fields.objModified);
-  Require(read.fields.extras == again->fields.extras);
+  Require(Extras(read) == Extras(*again));
   Require(qv::WriteVCalendar(*again) == written);
 }
 

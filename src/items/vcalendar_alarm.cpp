@@ -44,6 +44,15 @@ std::optional<AlarmTime> TimeOf(const Line& line, std::string_view text) {
   return time;
 }
 
+// Others than those that say how the value is written down.
+bool HasOwnParameters(const Line& line) {
+  ParameterReader parameters(line.parameters);
+  for (Parameter parameter; parameters.Next(parameter);) {
+    if (!IsTransport(parameter)) return true;
+  }
+  return false;
+}
+
 // A VALARM, line by line. Of components inside it only their lines as a whole count.
 struct Component {
   Component(const std::string& bytes, Dialect dialect, std::u16string_view subject) {
@@ -51,7 +60,10 @@ struct Component {
     ValueDecoder decoder;
     int depth = 0;
     for (Line line; reader.Next(line);) {
-      if (SameWord(line.name, "END") && --depth == 0) return;
+      if (SameWord(line.name, "END") && --depth == 0) {
+        isWhole = true;
+        return;
+      }
       const int outside = depth;
       if (SameWord(line.name, "BEGIN")) ++depth;
       if (outside == 0) continue;
@@ -64,7 +76,7 @@ struct Component {
         const std::string unfolded = WithoutFolds(line.value);
         const std::string_view action = Trimmed(unfolded);
         rings = rings && (SameWord(action, "DISPLAY") || SameWord(action, "AUDIO"));
-        saysMore = saysMore || !line.parameters.empty();
+        saysMore = saysMore || HasOwnParameters(line);
       } else if (outside == 1 && SameWord(line.name, "DESCRIPTION") && !line.bare) {
         const auto text = decoder.Text(line, dialect);
         saysMore = saysMore || !text || !(text->empty() || Unescape(*text, dialect) == subject);
@@ -74,6 +86,7 @@ struct Component {
     }
   }
 
+  bool isWhole = false;
   bool rings = true;
   bool saysMore = false;  // than that there is a reminder
   int triggers = 0;
@@ -113,7 +126,8 @@ bool MayBe(const ExtraProperty& extra, std::initializer_list<std::u16string_view
     return a == b || (a >= u'a' && a <= u'z' && a - (u'a' - u'A') == b);
   };
   return std::ranges::any_of(words, [&](std::u16string_view word) {
-    return !std::ranges::search(property, word, same).empty();
+    return std::search(property.begin(), property.end(), word.begin(), word.end(), same) !=
+           property.end();
   });
 }
 
@@ -123,7 +137,7 @@ std::optional<AlarmTime> AlarmTimeOf(const ExtraProperty& extra) {
   if (head.isAlarm) return TimeOf(head.line, head.part);
   if (!IsComponent(head.line)) return std::nullopt;
   const Component alarm(bytes, extra.dialect, {});
-  return alarm.rings && alarm.triggers == 1 ? alarm.time : std::nullopt;
+  return alarm.isWhole && alarm.rings && alarm.triggers == 1 ? alarm.time : std::nullopt;
 }
 
 std::optional<ExtraProperty> WithoutAlarmTime(const ExtraProperty& extra,
@@ -133,8 +147,8 @@ std::optional<ExtraProperty> WithoutAlarmTime(const ExtraProperty& extra,
   const Head head(bytes);
   if (head.isAlarm) {
     const bool isPlain =
-        SameWord(head.line.name, "AALARM") && head.line.parameters.empty() &&
-        head.line.group.empty() &&
+        SameWord(head.line.name, "AALARM") && head.line.group.empty() &&
+        !HasOwnParameters(head.line) &&
         head.line.value.find_first_not_of("; ", head.part.size()) == std::string_view::npos;
     if (isPlain) return std::nullopt;
     bytes.erase(head.begin, head.part.size());

@@ -102,7 +102,8 @@ VCalendarFields::VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zo
 
 void VCalendarFields::Read(const Line& line) {
   const CalendarField field = FieldOf(line.name);
-  if (field == CalendarField::Began) return;
+  // What frames a text says nothing of the item, with a value or without.
+  if (field == CalendarField::Began || (field == CalendarField::Dropped && line.bare)) return;
   if (!line.malformed && !line.bare && ReadField(field, line)) return;
   if (field == CalendarField::Status) statusExtras_.push_back(item_.fields.extras.size());
   if (line.malformed && field == CalendarField::Rule) {

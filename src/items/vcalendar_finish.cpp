@@ -138,7 +138,9 @@ void VCalendarFields::FinishSeries() {
     return;
   }
   if (occurrences_.empty() || uid.empty() || item_.entries.size() >= kMostEntries) return;
-  const DATE moment = occurrences_.front().moment.utc;
+  // A date names a day, which no zone shifts.
+  const Moment& meant = occurrences_.front().moment;
+  const DATE moment = meant.isDate ? meant.own : meant.utc;
   item_.parentRecurUid = uid;
   uid += u"/" + FromAscii(MomentText(moment));
   if (ReplacedOccurrence(item_) == 0.0) item_.entries.push_back({kReplacedOccurrence, moment});
@@ -170,7 +172,9 @@ void VCalendarFields::FinishRules() {
     start.own = start_->own;
     start.isUtc = start_->isUtc;
     start.zone = startClock_;
-    if (item_.allDay && start_->isUtc) start.eastDays = item_.start - start_->utc;
+    if (item_.allDay && start_->isUtc) {
+      start.east = UnixSecondsFromDate(item_.start) - UnixSecondsFromDate(start_->utc);
+    }
   }
   if (const auto rule = ParseRule(waiting->value, start, LocalClock())) {
     item_.recurrence = *rule;

@@ -172,7 +172,7 @@ DATE EndOf(const std::optional<Stamp>& until, const RuleStart& start, const Wall
   const DATE last = until->hasTime ? until->date : EndOfDay(until->date);
   if (start.isDay) {
     if (!until->hasZone) return EndOfDay(last);
-    if (start.eastDays != 0.0) return EndOfDay(last + start.eastDays);
+    if (start.east != 0) return EndOfDay(Later(last, start.east));
     const DATE local = here.FromUtc(last);
     return local == 0.0 ? 0.0 : EndOfDay(local);
   }

@@ -20,7 +20,7 @@ struct RuleStart {
   bool isUtc = false;
   bool isDay = false;  // of an all-day item: both are the same day, and so is the end of the rule
   std::optional<CalendarZones::Clock> zone;  // the one that the text names; else it means here
-  DATE eastDays = 0.0;  // of a day that was told in UTC: how far its zone lies east
+  int64_t east = 0;  // of a day that was told in UTC: how many seconds its zone lies east
 };
 
 // The numbers of a rule; nothing for one that they cannot hold exactly, or that cannot be read.

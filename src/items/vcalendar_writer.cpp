@@ -158,7 +158,16 @@ class CalendarWriter {
   // The first alarm without a time takes the reminder's; without a reminder none rings.
   void WriteTimed(const ExtraProperty& extra) {
     if (reminder_.empty()) return;
-    WriteExtra(writer_, WithAlarmTime(extra, std::exchange(reminder_, {})), kOwn, kLists);
+    LineWriter alarm;
+    if (!WriteExtra(alarm, WithAlarmTime(extra, std::exchange(reminder_, {})), kOwn, kLists))
+      return;
+    std::string text = alarm.Take();
+    LineReader reader(text);
+    Line line;
+    // Where such a value is broken would depend on whether its time stood in it before.
+    const bool breaks = reader.Next(line) && line.encoding == ValueEncoding::QuotedPrintable;
+    for (size_t at = 0; breaks && (at = text.find("=\r\n", at)) != text.npos;) text.erase(at, 3);
+    writer_.Begin(text);
   }
 
   void WriteExtras() {
@@ -171,7 +180,8 @@ class CalendarWriter {
       const std::string bytes = BytesOf(extra);
       LineReader reader(bytes);
       Line line;
-      if (!reader.Next(line) || IsOutdated(line.name) || extra.property == kBeganName) continue;
+      if (!reader.Next(line) || extra.property == kBeganName) continue;
+      if (!line.bare && IsOutdated(line.name)) continue;
       if (LacksAlarmTime(extra)) {
         WriteTimed(extra);
         continue;
@@ -179,7 +189,7 @@ class CalendarWriter {
       const bool hasMoved = from && to && Moves(extra);
       const bool isWritten = hasMoved ? WriteExtra(writer_, Moved(extra, *from, *to), kOwn, kLists)
                                       : WriteExtra(writer_, extra, kOwn, kLists);
-      if (!isWritten) continue;
+      if (!isWritten || line.bare) continue;
       hasRule_ = hasRule_ || SameWord(line.name, "RRULE") || SameWord(line.name, "RDATE") ||
                  SameWord(line.name, "EXRULE");
     }

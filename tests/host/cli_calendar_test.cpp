@@ -1,7 +1,11 @@
 // Calendar and tasks on the command line: files of other programs, series, occurrences.
 #include <gmock/gmock.h>
 
+#include "host/agenda.h"
 #include "host/run_program.h"
+#include "items/vcalendar.h"
+#include "kit/platform_fakes.h"
+#include "platform/system/utf8.h"
 
 namespace qv {
 namespace {
@@ -171,6 +175,33 @@ TEST_F(CliCalendarTest, RefusesSpansThatAreNone) {
       box.Run({"occurrences", "calendar", "--from", "1900-01-01", "--to", "9998-12-31"});
   EXPECT_EQ(endless.code, 2);
   EXPECT_THAT(endless.err, HasSubstr("more than 100000 occurrences"));
+}
+
+// A changed and a deleted day of an all-day series, and a task that is due on a day, in the text's
+// own zone and far from it.
+TEST(AgendaTest, ShowsDaysAsTheyAreInAnyZone) {
+  const auto component = [](const std::string& name, const std::string& lines) {
+    return *ParseVCalendar("BEGIN:VCALENDAR\nVERSION:2.0\nBEGIN:" + name + "\n" + lines +
+                           "END:" + name + "\nEND:VCALENDAR\n");
+  };
+  for (const char* rule : {"CET-1CEST,M3.5.0,M10.5.0/3", "HST10", "NZST-12NZDT,M9.5.0,M4.1.0/3"}) {
+    test::FixedZone zone(rule);
+    ScopedService<TimeZone> useZone(zone);
+    Agenda agenda(45'443, 45'450, 100);  // from 31 May 2024 on
+    agenda.Add(u"A", component("VEVENT",
+                               "UID:s\nSUMMARY:day\nDTSTART;VALUE=DATE:20240601\nRRULE:FREQ=DAILY;"
+                               "COUNT=4\nEXDATE;VALUE=DATE:20240602\n"));
+    agenda.AddException(u"Asub1", component("VEVENT",
+                                            "UID:s\nSUMMARY:moved\nRECURRENCE-ID;VALUE=DATE:"
+                                            "20240603\nDTSTART;VALUE=DATE:20240605\n"));
+    agenda.Add(u"B", component("VTODO", "SUMMARY:due\nDUE;VALUE=DATE:20240601\n"));
+    std::string shown;
+    for (const AgendaEntry& entry : agenda.Finish()) {
+      shown += ToUtf8(entry.name) + " " + std::to_string(std::lround(entry.start) - 45'443) + "-" +
+               std::to_string(std::lround(entry.end) - 45'443) + "; ";
+    }
+    EXPECT_EQ(shown, "day 1-2; due 1-2; day 4-5; moved 5-6; ") << rule;
+  }
 }
 
 }  // namespace

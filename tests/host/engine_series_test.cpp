@@ -77,6 +77,31 @@ class EngineSeries : public testing::TestWithParam<const char*> {
   Rig rig{"calendar"};
 };
 
+// What the PC cannot hold rings when the event that was moved there rings.
+TEST_P(EngineSeries, AlarmsOfThePhoneMoveWithTheEvent) {
+  const auto event = [](const std::string& day, const std::string& alarms) {
+    return test::Event("UID:a\r\nSUMMARY:meeting\r\nDTSTART:" + day + "T100000Z\r\nDTEND:" + day +
+                       "T110000Z\r\n" + alarms);
+  };
+  const auto alarms = [](const std::string& day) {
+    return "DALARM:" + day + "T094500Z;PT5M;2;soon\r\nAALARM:" + day + "T090000Z;;;bell\r\n";
+  };
+  rig.PhonePut("a.vcs", event("20240320", alarms("20240320")));
+  Sync();
+  const auto pc = rig.PcItems();
+  ASSERT_EQ(pc.size(), 1u);
+  EXPECT_NE(pc.begin()->second.find("AALARM:20240320T094500Z"), std::string::npos);
+  rig.PcEdit(pc.begin()->first, event("20240426", "AALARM:20240426T093000Z\r\n"));
+  Sync();
+  const std::string text = PhoneText("meeting");
+  EXPECT_NE(text.find("DALARM:20240426T093000Z;PT5M;2;soon\r\nAALARM:20240426T090000Z;;;bell\r\n"),
+            text.npos)
+      << text;
+  EXPECT_EQ(text.find("X-QVBEGAN"), text.npos);
+  const StoreReport again = Sync(DS_SYNCTYPE_SLOW);
+  EXPECT_EQ(again.phone.replaced + again.pc.replaced + again.phone.added + again.pc.added, 0);
+}
+
 // Days are the same days wherever the computer is taken: nothing is written for it.
 TEST_P(EngineSeries, AllDayItemsStayWhereTheyAreWhenTheZoneChanges) {
   const std::string lines = "DTSTART:20240310T000000\r\nDTEND:20240311T000000\r\nX-ALLDAY:1\r\n";

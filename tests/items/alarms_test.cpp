@@ -53,6 +53,7 @@ TEST_F(Alarms, GiveTheirLeadTimeAndKeepEveryOtherLine) {
   const Form kForms[] = {
       {"AALARM:20240102T094500Z", 15, plain},
       {"AALARM:20240102T104500;;;", 15, plain},
+      {"AALARM;CHARSET=UTF-8:20240102T094500Z", 15, plain},
       {"AALARM:20240102T094500Z;PT5M;3;sound", 15, "AALARM:20240102T094000Z;PT5M;3;sound"},
       {"AALARM;TYPE=WAVE;VALUE=URL:20240102T094500Z;;;file:///a.wav", 15,
        "AALARM;TYPE=WAVE;VALUE=URL:20240102T094000Z;;;file:///a.wav"},
