@@ -52,5 +52,6 @@ inline constexpr IID IID_ICalendarAccess = "{A3318A2F-5A70-4286-851B-7DFF6F56333
 inline constexpr IID IID_IBookmarkAccess = "{B86F8B34-DEF2-4710-8FBA-D1AECC64C401}"_guid;
 inline constexpr IID IID_IFolderAccess = "{DC9D9678-EC7A-4C44-82C7-4693F4875D7B}"_guid;
 inline constexpr IID IID_INoteAccess = "{83724D95-6745-4A48-86FD-72C8BB41C784}"_guid;
+inline constexpr IID IID_IBookmarkTreeInfo = "{4DD0CC05-C452-428D-B496-EEAF204E4447}"_guid;
 
 }  // namespace qv

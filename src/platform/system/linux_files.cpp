@@ -122,21 +122,35 @@ std::error_code WriteTo(const std::string& path, int flags, std::string_view byt
   return error ? error : closeError;
 }
 
-// One wait for each file system, whatever else waits to be written there.
+// The file system of what stands there, unless it has been waited for. False when nothing does.
+bool SettleFileSystem(const std::string& path, std::set<dev_t>& settled, std::error_code& error) {
+  struct stat data;
+  if (stat(path.c_str(), &data) != 0) {
+    if (errno != ENOENT) error = LastError();
+    return false;
+  }
+  if (!settled.insert(data.st_dev).second) return true;
+  const UniqueFd fd = Open(path, O_RDONLY | O_NONBLOCK);
+  if (!fd.IsOpen() || Retry([&] { return syncfs(fd.get()); }) != 0) error = LastError();
+  return true;
+}
+
+// One wait for each file system, whatever else waits to be written there. A file is where its
+// folder is.
 std::error_code SettleFileSystems(std::span<const std::string> files,
                                   std::span<const std::string> folders) {
   std::set<dev_t> settled;
-  for (const auto& paths : {files, folders}) {
-    for (const std::string& path : paths) {
-      struct stat data;
-      if (stat(path.c_str(), &data) != 0) {
-        if (errno == ENOENT) continue;
-        return LastError();
-      }
-      if (!settled.insert(data.st_dev).second) continue;
-      const UniqueFd fd = Open(path, O_RDONLY | O_NONBLOCK);
-      if (!fd.IsOpen() || Retry([&] { return syncfs(fd.get()); }) != 0) return LastError();
-    }
+  std::set<std::string_view> seen;
+  std::error_code error;
+  for (const std::string& folder : folders) {
+    if (SettleFileSystem(folder, settled, error)) seen.insert(folder);
+    if (error) return error;
+  }
+  for (const std::string& file : files) {
+    const std::string_view folder = std::string_view(file).substr(0, file.rfind('/'));
+    if (seen.contains(folder)) continue;
+    if (SettleFileSystem(file, settled, error)) seen.insert(folder);
+    if (error) return error;
   }
   return {};
 }

@@ -3,6 +3,9 @@
 // What takes part is a folder, where the tree is not flat, and a file whose name has ".url" as its
 // exact tail; nothing else is listed, walked or removed. Links are no entries. Nothing outside the
 // root is ever reached: a path that a link leads out of the tree has no full path.
+//
+// What would take part and has a name that cannot be used is a blind spot, and so is a folder that
+// cannot be read: what a listing lacks may be there all the same.
 #pragma once
 
 #include <functional>
@@ -12,6 +15,7 @@
 
 #include "platform/com/types.h"
 #include "platform/system/file_system.h"
+#include "stores/bookmark/bookmark_tree_info.h"
 
 namespace qv {
 
@@ -24,6 +28,22 @@ inline constexpr std::u16string_view kShortcutTail = u".url";
 // Counts up to a name that nothing in the folder has: "News(2).url", "Work(2)". Starts with `name`
 // itself. A file's number stands before its last ".".
 std::u16string UniqueEntryName(std::u16string_view folder, std::u16string_view name, bool isFolder);
+
+// One thing of a walk that it could not show.
+struct BlindSpot {
+  TREE_BLINDSPOT kind = TREE_BLINDSPOT_NAME;
+  std::u16string folder;  // in the map: where the name is, or the folder that cannot be read
+  std::u16string path;    // for a person, see IBookmarkTreeInfo
+  SystemError error = kNoError;
+};
+
+struct Obstacle {
+  TREE_OBSTACLE kind = TREE_OBSTACLE_NONE;
+  std::u16string path;
+};
+
+// A path of the map as a person reads it: with "/" between the parts, and behind a folder.
+std::u16string ReadablePath(std::u16string_view path, bool isFolder);
 
 class BookmarkTree {
  public:
@@ -40,19 +60,28 @@ class BookmarkTree {
   // A folder of the tree stands there, no link to one; of the root it is not asked.
   bool HasFolder(std::u16string_view path) const;
 
-  // Entries by name. A folder that cannot be opened has none.
-  std::vector<EntryInfo> List(std::u16string_view fullPath, ListDetail detail) const;
+  // The entries of a folder, a path of the map, by name; what it could not show goes behind
+  // `blind`. A folder that cannot be opened has none.
+  SystemError List(std::u16string_view path, ListDetail detail, std::vector<EntryInfo>& entries,
+                   std::vector<BlindSpot>& blind) const;
 
   // Visits what is below a path of the map, folders before what is in them, until `visit` gives a
   // failure, which is the result.
   using Visit = std::function<HRESULT(std::u16string_view path, const EntryInfo& entry)>;
-  HRESULT Walk(std::u16string_view path, const Visit& visit) const;
+  HRESULT Walk(std::u16string_view path, const Visit& visit,
+               std::vector<BlindSpot>* blind = nullptr) const;
+
+  // The first thing below a path of the map that is no entry of the tree: of any kind, or a name
+  // that cannot be used.
+  Obstacle FindObstacle(std::u16string_view path, bool namesAlone) const;
 
   // Entries to the recycle bin, in order; false at the first that stays. The folder itself stays.
+  // Temporary files that a killed run left beside them are deleted too.
   bool EmptyFolder(std::u16string_view fullPath) const;
 
  private:
   bool TakesPart(const EntryInfo& entry) const;
+  bool WouldTakePart(const UnusableEntry& entry) const;
 
   std::u16string root_;
   bool isFlat_ = true;

@@ -234,6 +234,7 @@ HRESULT BookmarkTreeStore::OnCurrentTree(ComPtr<IStatusDBItemTree>& root) {
     std::u16string uid;
     std::u16string path;
   };
+  info_.Begin();
   HeldTimeZone zone;
   const ScopedService<TimeZone> held(zone);
   auto tree = MakeStatusRoot();
@@ -241,8 +242,11 @@ HRESULT BookmarkTreeStore::OnCurrentTree(ComPtr<IStatusDBItemTree>& root) {
   while (!open.empty()) {
     const Level level = std::move(open.back());
     open.pop_back();
-    const auto entries =
-        tree_.List(RelativeToAbsolute(tree_.root(), level.path), ListDetail::Modified);
+    std::vector<EntryInfo> entries;
+    const SystemError error =
+        tree_.List(level.path, ListDetail::Modified, entries, info_.blindSpots());
+    // An empty tree would look as if all had been deleted.
+    if (error != kNoError && level.path == kTreeRoot) return E_FAIL;
     if (entries.empty()) continue;
     const auto list = CreateInstance<IUnkList>(CLSID_UnkList);
     for (const EntryInfo& entry : entries) {
@@ -250,6 +254,7 @@ HRESULT BookmarkTreeStore::OnCurrentTree(ComPtr<IStatusDBItemTree>& root) {
       std::u16string path = ChildPath(level.path, entry.name);
       std::u16string uid;
       Check(map_.AssignCached(path, uid));
+      info_.See(uid, entry);
       auto node = MakeStatusNode({uid, level.uid, FileDate(entry.modified), isFolder, {}});
       Check(list->Add(node.get()));
       if (isFolder) open.push_back({std::move(node), std::move(uid), std::move(path)});
@@ -268,10 +273,14 @@ HRESULT BookmarkTreeStore::OnDeleteAllStatus() {
   // What was renamed since stands in the cache under its old path too; it is not gone.
   if (statusReady_) Check(map_.Load());
   std::unordered_set<std::u16string> there;
-  Check(tree_.Walk(kTreeRoot, [&](std::u16string_view path, const EntryInfo&) {
+  std::vector<BlindSpot> blind;
+  const auto note = [&](std::u16string_view path, const EntryInfo&) {
     there.emplace(path);
     return S_OK;
-  }));
+  };
+  Check(tree_.Walk(kTreeRoot, note, &blind));
+  // The rows of what cannot be seen wait for a day on which it can.
+  if (!blind.empty() || !EntryExists(tree_.root())) return status;
   std::vector<std::u16string> gone;
   for (const auto& [path, uid] : map_.cache()) {
     if (!there.contains(path)) gone.push_back(uid);

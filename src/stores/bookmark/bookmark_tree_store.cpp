@@ -39,12 +39,19 @@ std::u16string BookmarkTreeStore::FindRoot() {
   return tree_.root();
 }
 
+IUnknown* BookmarkTreeStore::FindInterface(const IID& iid) noexcept {
+  return iid == IBookmarkTreeInfo::kIid ? &info_ : StoreBase::FindInterface(iid);
+}
+
 HRESULT BookmarkTreeStore::OnInitialize() {
   if (const HRESULT status = texts_.Open(bag()); Failed(status)) {
     return policy_.folderConverterMayLack ? kNotInitialized : status;
   }
   const std::u16string root = FindRoot();
-  return EntryExists(root) || MakeFolder(root) == kNoError ? S_OK : E_FAIL;
+  if (EntryExists(root)) return S_OK;
+  if (MakeFolder(root) != kNoError) return E_FAIL;
+  changes_.Made(root, EntryKind::Folder);
+  return S_OK;
 }
 
 BookmarkTreeStore::Place BookmarkTreeStore::Find(const std::u16string& uid) {
@@ -133,6 +140,7 @@ HRESULT BookmarkTreeStore::AddBookmark(Bookmark& bookmark, const Place& parent,
   Place place{{}, ChildPath(parent.path, name), InFolder(parent.full, name)};
   const std::string bytes = bookmark.url.empty() ? std::string() : ShortcutBytes(bookmark.url);
   if (CreateNewFile(place.full, bytes) != kNoError) return E_FAIL;
+  changes_.Made(place.full, EntryKind::File);
   // The empty file stays behind, deliberately.
   if (bookmark.url.empty()) return E_FAIL;
   Check(map_.Assign(place.path, place.uid));
@@ -147,6 +155,7 @@ HRESULT BookmarkTreeStore::AddFolder(Folder& folder, const Place& parent, std::u
   if (policy_.folderNamesAreSafe) name = UniqueEntryName(parent.full, name, true);
   Place place{{}, ChildPath(parent.path, name), InFolder(parent.full, name)};
   if (MakeFolder(place.full) != kNoError) return E_FAIL;
+  changes_.Made(place.full, EntryKind::Folder);
   Check(map_.Assign(place.path, place.uid));
   uid = place.uid;
   const HRESULT status = Check(WriteStatus(STATDBUPDATE_ADD, place, parent.uid, true));
@@ -170,6 +179,7 @@ void BookmarkTreeStore::Rename(const std::u16string& from, const std::u16string&
                                std::u16string_view message) {
   EntryInfo entry;
   const SystemError error = from == to ? FindEntry(from, entry) : RenameEntry(from, to);
+  if (error == kNoError && from != to) changes_.Moved(from, to);
   if (error == kNoError) return;
   LogError(message, error);
   throw StatusError(E_FAIL);
@@ -189,6 +199,7 @@ HRESULT BookmarkTreeStore::ReplaceBookmark(Bookmark& bookmark, const Place& old,
   if (shortcut.Load(fresh.full) != kNoError) return E_FAIL;
   shortcut.SetURL(bookmark.url, 1);
   if (shortcut.Save(fresh.full) != kNoError) return E_FAIL;
+  changes_.Made(fresh.full, EntryKind::File);
   Check(map_.SetPath(fresh.uid, fresh.path));
   WriteIdentity(fresh.uid, bookmark.fields, fresh.full);
   const HRESULT status = Check(WriteStatus(STATDBUPDATE_REPL, fresh, parent.uid, false));
@@ -236,14 +247,25 @@ HRESULT BookmarkTreeStore::OnDelete(const std::u16string& sourceUid, bool softDe
   if (FindEntry(place.full, entry) != kNoError || entry.kind != EntryKind::Folder) {
     return DeleteBookmark(place);
   }
+  if (softDelete || !policy_.refusesFullFolders) RequireUsableNames(place.path);
   std::vector<std::u16string> uids = Subtree(place);
   if (softDelete || !policy_.refusesFullFolders) return DeleteFullFolder(place, std::move(uids));
   return uids.empty() ? DeleteEmptyFolder(place) : DS_E_BOOKMARK;
 }
 
+// What has no number is nobody's to delete.
+void BookmarkTreeStore::RequireUsableNames(const std::u16string& path) const {
+  const Obstacle obstacle = tree_.FindObstacle(path, true);
+  if (obstacle.kind == TREE_OBSTACLE_NONE) return;
+  OutputDebugStringW(Concat({u"[", policy_.identity.className,
+                             u"] Nothing deleted, a name cannot be used: ", obstacle.path}));
+  throw StatusError(E_FAIL);
+}
+
 HRESULT BookmarkTreeStore::DeleteBookmark(const Place& place) {
   const SystemError error = DeleteFile(place.full);
   if (error != kNoError && error != kFileNotFound) return E_FAIL;
+  changes_.Removed(place.full);
   const std::u16string parent = ParentUid(place.path);
   Check(map_.Delete(place.uid));
   StatusRow gone;
@@ -255,6 +277,7 @@ HRESULT BookmarkTreeStore::DeleteBookmark(const Place& place) {
 
 HRESULT BookmarkTreeStore::DeleteEmptyFolder(const Place& place) {
   if (RemoveFolder(place.full) != kNoError) return E_FAIL;
+  changes_.Removed(place.full);
   const std::u16string parent = ParentUid(place.path);
   Check(map_.Delete(place.uid));
   StatusRow gone;
@@ -270,6 +293,7 @@ HRESULT BookmarkTreeStore::DeleteFullFolder(const Place& place, std::vector<std:
     LogError(policy_.removeFolderFailed, error);
     return E_FAIL;
   }
+  changes_.Removed(place.full);
   const std::u16string parent = ParentUid(place.path);
   uids.push_back(place.uid);
   Check(status_.Delete(uids));
@@ -278,7 +302,15 @@ HRESULT BookmarkTreeStore::DeleteFullFolder(const Place& place, std::vector<std:
 }
 
 HRESULT BookmarkTreeStore::OnDeleteAll() {
-  if (tree_.root().empty() || !tree_.EmptyFolder(tree_.root())) return E_FAIL;
+  if (tree_.root().empty()) return E_FAIL;
+  std::vector<EntryInfo> entries;
+  std::vector<BlindSpot> unwanted;
+  tree_.List(kTreeRoot, ListDetail::Names, entries, unwanted);
+  for (const EntryInfo& entry : entries) {
+    if (entry.kind == EntryKind::Folder) RequireUsableNames(ChildPath(kTreeRoot, entry.name));
+  }
+  if (!tree_.EmptyFolder(tree_.root())) return E_FAIL;
+  changes_.Removed(InFolder(tree_.root(), {}));
   return map_.DeleteAll();
 }
 

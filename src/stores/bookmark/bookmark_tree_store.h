@@ -6,13 +6,18 @@
 //
 // Times of files, items and rows are local wall-clock time. An identifier without a path, and a
 // parent without one, give E_FAIL before anything is touched; so does the root as what is replaced
-// or deleted.
+// or deleted, and so a folder to be deleted that holds, at any depth, an entry whose name cannot be
+// used: it would go unseen.
+//
+// What is done to files is on disk after `IBookmarkTreeInfo::Settle`, at the latest when the store
+// goes.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include "stores/bookmark/bookmark_tree.h"
+#include "stores/bookmark/tree_info.h"
 #include "stores/bookmark/tree_matches.h"
 #include "stores/bookmark/tree_policy.h"
 #include "syncdb/path_map.h"
@@ -33,6 +38,8 @@ class BookmarkTreeStore : public StoreBase {
     std::u16string full;
   };
 
+  IUnknown* FindInterface(const IID& iid) noexcept final;
+  void OnFinalRelease() final { changes_.Settle(); }
   HRESULT OnInitialize() final;
   ComPtr<IItemCommon> OnParse(const IncomingText& text) final { return texts_.Parse(text); }
   HRESULT OnAdd(const IncomingText& text, std::u16string& sourceUid) final;
@@ -77,6 +84,7 @@ class BookmarkTreeStore : public StoreBase {
                       bool isFolder);
   HRESULT Touch(const std::u16string& folderUid);
   HRESULT TouchParents(const Place& place, const std::u16string& newParentUid);
+  void RequireUsableNames(const std::u16string& path) const;
   HRESULT DeleteBookmark(const Place& place);
   HRESULT DeleteEmptyFolder(const Place& place);
   HRESULT DeleteFullFolder(const Place& place, std::vector<std::u16string> uids);
@@ -95,6 +103,8 @@ class BookmarkTreeStore : public StoreBase {
   PathMap map_{session()};
   StatusTable status_{session(), kBookmarkStatus};
   TreeMatches matches_;
+  UnsettledChanges changes_;
+  TreeInfo info_{*static_cast<IDataStore*>(this), tree_, map_, changes_};
   bool statusReady_ = false;
 };
 
