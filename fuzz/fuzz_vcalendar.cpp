@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "extras.h"
 #include "items/recurrence.h"
 #include "items/vcalendar.h"
 

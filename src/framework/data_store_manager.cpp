@@ -57,6 +57,7 @@ std::vector<DataStoreManager::EnabledStore> DataStoreManager::ReadEnabledStores(
 }
 
 HRESULT DataStoreManager::OpenAccessor() {
+  if (stores_.empty() && orphans_.empty()) EndSessions();  // nobody is left who uses them
   sessions_.push_back({CreateInstance<IDBAccessor>(CLSID_DBAccessor), 0});
   Session& session = sessions_.back();
   Check(session.accessor->Open(Bstr(u"")));
@@ -85,11 +86,15 @@ HRESULT DataStoreManager::CreateStore(const EnabledStore& enabled) {
 void DataStoreManager::TearDown() {
   stores_.clear();
   uris_.clear();
+  EndSessions();
+  initialized_ = false;
+}
+
+void DataStoreManager::EndSessions() {
   for (const Session& session : sessions_) {
     if (session.number != 0) session.accessor->EndSession(session.number);
   }
   sessions_.clear();
-  initialized_ = false;
 }
 
 void DataStoreManager::FinalRelease() {

@@ -21,8 +21,8 @@ namespace qv {
 class DataStoreManager final : public ComObject<IDataStoreMgr> {
  public:
   // After a success, a second call tears the stores down first. After a failure the stores made so
-  // far stay: the session that they use stays open beside the new one, until the tear-down gives
-  // all of them back.
+  // far stay: the session that they use stays open beside the new one, until the tear-down, or a
+  // start that finds no store left, gives all of them back.
   HRESULT Initialize(IUnknown* pIConfig) noexcept override;
   HRESULT SetUserKey(BSTR userKey) noexcept override;
   HRESULT GetDataStore(BSTR soruceURI, IDataStore** ppIDataStore) noexcept override;
@@ -48,6 +48,7 @@ class DataStoreManager final : public ComObject<IDataStoreMgr> {
   HRESULT OpenAccessor();
   HRESULT CreateStore(const EnabledStore& enabled);
   void TearDown();
+  void EndSessions();
 
   ComPtr<IEngineConfig> bag_;
   std::map<std::u16string, ComPtr<IDataStore>> stores_;

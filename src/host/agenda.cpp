@@ -4,6 +4,7 @@
 #include <tuple>
 #include <utility>
 
+#include "items/calendar_days.h"
 #include "items/recurrence.h"
 #include "pim/outlook_manager.h"
 #include "support/date_time.h"
@@ -18,10 +19,16 @@ void GiveStart(Calendar& item) {
 
 }  // namespace
 
-// On the wall, so that three days stay three days when the clocks change.
+DATE Agenda::OnTheWall(const Calendar& item, DATE held) const {
+  return item.allDay ? held : clock_.FromUtc(held);
+}
+
+// On the wall, so that three days stay three days when the clocks change. A task is due on its last
+// day, an appointment ends behind it.
 double Agenda::LengthOf(const Calendar& item) const {
-  if (item.end == 0.0) return 0.0;
-  return std::max(0.0, clock_.FromUtc(item.end) - clock_.FromUtc(item.start));
+  const double dueDay = item.isTask && item.allDay ? 1.0 : 0.0;
+  if (item.end == 0.0) return dueDay;
+  return std::max(0.0, OnTheWall(item, item.end) - OnTheWall(item, item.start) + dueDay);
 }
 
 void Agenda::Add(std::u16string id, Calendar item) {
@@ -31,12 +38,13 @@ void Agenda::Add(std::u16string id, Calendar item) {
 }
 
 void Agenda::AddException(std::u16string id, const Calendar& item) {
-  const DATE replaced = ReplacedOccurrence(item);
+  const bool isDay = series_.item.allDay;
+  const DATE replaced = isDay ? DayOf(ReplacedOccurrence(item)) : ReplacedOccurrence(item);
   // The series itself may have been beyond reading.
   if (replaced != 0.0 && series_.id == SeriesPartOf(id)) series_.absent.push_back(replaced);
   Calendar moved = item;
   GiveStart(moved);
-  if (moved.start != 0.0) Put(id, moved, clock_.FromUtc(moved.start));
+  if (moved.start != 0.0) Put(id, moved, OnTheWall(moved, moved.start));
 }
 
 void Agenda::Put(const std::u16string& id, const Calendar& item, DATE localStart) {

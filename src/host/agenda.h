@@ -43,6 +43,7 @@ class Agenda {
     bool open = false;
   };
 
+  DATE OnTheWall(const Calendar& item, DATE held) const;
   double LengthOf(const Calendar& item) const;
   void Flush();
   void Put(const std::u16string& id, const Calendar& item, DATE localStart);

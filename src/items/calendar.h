@@ -1,7 +1,7 @@
 // An appointment or a task as plain values, a whole series or one of its exceptions included.
 //
-// Moments are UTC; 0.0 means none. The numbers are part of the contract with stores and with other
-// programs' files.
+// Moments are UTC; 0.0 means none. An all-day item holds days in their place, see calendar_days.h.
+// The numbers are part of the contract with stores and with other programs' files.
 #pragma once
 
 #include <optional>
@@ -26,7 +26,8 @@ struct Recurrence {
   RecurrenceType type = RecurrenceType::None;
   int32_t interval = 0;     // days, weeks, months or years from one to the next; 0 counts as 1
   int32_t daysOfWeek = 0;   // Sunday 1, Monday 2, Tuesday 4, ... Saturday 64
-  int32_t instance = 0;     // which such weekday of the month: 1 to 4, 5 for the last
+  int32_t instance = 0;     // which such weekday of the month: 1 to 4, 5 for the last; with all
+                            // seven days the last day of the month
   int32_t dayOfMonth = 0;   // 1 to 31
   int32_t monthOfYear = 0;  // 1 to 12
   int32_t occurrences = 0;  // how many there are, those that fall away included; 0 for no count
@@ -56,8 +57,9 @@ struct CalendarContent {
   std::u16string body;
   std::u16string location;
   DATE start = 0.0;
-  DATE end = 0.0;       // of a task: when it is due
-  bool allDay = false;  // then `end` is the midnight behind the last day
+  DATE end = 0.0;  // of a task: when it is due
+  // Then `end` is the day behind the last one; of a task it is the day on which it is due.
+  bool allDay = false;
   // How long before the start (of a task without one, before it is due) the reminder comes. May be
   // negative.
   std::optional<int32_t> reminderMinutes;

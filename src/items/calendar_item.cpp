@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "items/calendar_days.h"
 #include "items/item_objects.h"
 
 namespace qv {
@@ -37,7 +38,7 @@ HRESULT CalendarItem::put_Location(BSTR value) noexcept {
 }
 
 HRESULT CalendarItem::get_Start(DATE* value) noexcept {
-  return GetValue(value_.start, value);
+  return GetValue(MomentOf(value_, value_.start), value);
 }
 
 HRESULT CalendarItem::put_Start(DATE value) noexcept {
@@ -45,7 +46,7 @@ HRESULT CalendarItem::put_Start(DATE value) noexcept {
 }
 
 HRESULT CalendarItem::get_End(DATE* value) noexcept {
-  return GetValue(value_.end, value);
+  return GetValue(MomentOf(value_, value_.end), value);
 }
 
 HRESULT CalendarItem::put_End(DATE value) noexcept {
@@ -57,6 +58,10 @@ HRESULT CalendarItem::get_AllDay(BOOL* value) noexcept {
 }
 
 HRESULT CalendarItem::put_AllDay(BOOL value) noexcept {
+  if (value_.allDay && value == kFalse) {
+    value_.start = MomentOf(value_, value_.start);
+    value_.end = MomentOf(value_, value_.end);
+  }
   return PutValue(value_.allDay, value != kFalse);
 }
 

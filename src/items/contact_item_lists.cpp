@@ -27,7 +27,7 @@ AddressParts PartsOf(const std::array<BSTR, 7>& texts) {
   return parts;
 }
 
-constexpr int32_t kLastPosition = static_cast<int32_t>(kMaxListEntries) - 1;
+constexpr int32_t kLastPosition = static_cast<int32_t>(kMaxAddressPositions) - 1;
 
 }  // namespace
 

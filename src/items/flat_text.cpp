@@ -1,5 +1,6 @@
 #include "items/flat_text.h"
 
+#include "items/extra.h"
 #include "items/kinds.h"
 #include "items/moment_text.h"
 #include "items/nesting.h"
@@ -7,7 +8,6 @@
 #include "support/vobject/decode.h"
 #include "support/vobject/encode.h"
 #include "support/vobject/marked_text.h"
-#include "support/vobject/raw_text.h"
 
 namespace qv {
 namespace {
@@ -60,13 +60,14 @@ class FlatReader {
     if (ended_) return;
     if (IsBegin(envelope)) {
       if (IsWrapper(line, form_)) return;
-      KeepExtra(line.header, ReadNested(reader_, line, form_.component, ended_));
+      const std::string_view header = line.header;
+      KeepExtra(ExtraOf(header, ReadNested(reader_, line, form_.component, ended_), Dialect::Old));
     } else if (envelope == Envelope::EndOther) {
-      if (!IsWrapper(line, form_)) KeepExtra(line.header, line.value);
+      if (!IsWrapper(line, form_)) KeepExtra(ExtraOf(line, Dialect::Old));
     } else if (CommonFieldOf(line.name) == CommonField::Dropped) {
       return;  // whatever is wrong with it
-    } else if (line.malformed || !ReadProperty(line)) {
-      KeepExtra(line.header, line.value);
+    } else if (line.malformed || line.bare || !ReadProperty(line)) {
+      KeepExtra(ExtraOf(line, Dialect::Old));
     }
   }
 
@@ -113,9 +114,9 @@ class FlatReader {
     return moment.has_value();
   }
 
-  void KeepExtra(std::string_view header, std::string_view value) {
+  void KeepExtra(ExtraProperty extra) {
     overfull_ = fields_.extras.size() >= kMaxExtras;
-    if (!overfull_) fields_.extras.push_back({TextFromRaw(header), TextFromRaw(value)});
+    if (!overfull_) fields_.extras.push_back(std::move(extra));
   }
 
   LineReader reader_;
@@ -134,14 +135,13 @@ bool ReadFirst(std::string_view text, const FlatForm& form, std::span<const Flat
   return FlatReader(text, form, slots, fields).Read();
 }
 
-// Would the rendered extra be read as this one extra again?
-bool IsOneExtra(std::string_view rendered, const FlatForm& form) {
-  LineReader reader(rendered);
+// A line of the wrapper would be read as the wrapper's.
+bool IsWrapperLine(const ExtraProperty& extra, const FlatForm& form) {
+  const std::string bytes = BytesOf(extra);
+  LineReader reader(bytes);
   Line line;
-  if (!reader.Next(line)) return false;
-  const Envelope envelope = EnvelopeOf(line, form.component);
-  if (envelope != Envelope::None && IsWrapper(line, form)) return false;
-  return IsOneProperty(rendered, form.component);
+  return reader.Next(line) && EnvelopeOf(line, form.component) != Envelope::None &&
+         IsWrapper(line, form);
 }
 
 }  // namespace
@@ -177,9 +177,7 @@ std::string WriteFlat(const FlatForm& form, const ItemFields& fields, DATE modif
   if (!moment.empty()) plain("LAST-MODIFIED", moment);
   for (const FlatValue& value : values) text(value.name, value.value);
   for (const ExtraProperty& extra : fields.extras) {
-    const size_t before = writer.text().size();
-    writer.Raw(extra.property, extra.value);
-    if (!IsOneExtra(writer.text().substr(before), form)) writer.Cut(before);
+    if (!IsWrapperLine(extra, form)) WriteExtra(writer, extra, form.component);
   }
   plain("END", form.component);
   return writer.Take();

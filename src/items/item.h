@@ -5,14 +5,20 @@
 #include <vector>
 
 #include "platform/com/types.h"
+#include "support/vobject/dialect.h"
 
 namespace qv {
 
-// A property that the item has no place for: name with its parameters, and value, as they stood in
-// the text. Bytes that are no UTF-8 are held as told in support/vobject/raw_text.h.
+// A property that the item has no place for: group, name and parameters, and the value, as they
+// stood in the text, and the grammar of that text. Bytes that are no UTF-8 are held as told in
+// support/vobject/raw_text.h. How it is kept and written: items/extra.h.
 struct ExtraProperty {
   std::u16string property;
-  std::u16string value;
+  std::u16string value;  // of a component from the name behind its BEGIN to its END
+  Dialect dialect = Dialect::Old;
+  bool bare = false;  // stood without a ':'; the value is empty
+  // The item holds the value itself, and the property says more of it than the item can.
+  bool label = false;
 
   friend bool operator==(const ExtraProperty&, const ExtraProperty&) = default;
 };

@@ -107,7 +107,7 @@ struct IContactItem : IDispatch {
                              BSTR locality, BSTR region, BSTR postalCode,
                              BSTR country) noexcept = 0;
   // Grows the list with gaps up to the position; a new address has the kind other, an address that
-  // stood there keeps its kind. A negative position, or one above 999, gives E_INVALIDARG.
+  // stood there keeps its kind. A negative position, or one above 99999, gives E_INVALIDARG.
   virtual HRESULT SetAddress(int32_t position, BSTR postOffice, BSTR extended, BSTR street,
                              BSTR locality, BSTR region, BSTR postalCode,
                              BSTR country) noexcept = 0;
@@ -115,7 +115,7 @@ struct IContactItem : IDispatch {
   virtual HRESULT GetPhoto(uint8_t* buffer, int32_t size, int32_t* length) noexcept = 0;
   virtual HRESULT PutPhoto(const uint8_t* bytes, int32_t size, BSTR type) noexcept = 0;
   virtual HRESULT get_PhotoType(BSTR* value) noexcept = 0;
-  // What the item cannot hold.
+  // What the item cannot hold. The property's text may end in a mark: items/extra.h.
   virtual HRESULT ExtraCount(int32_t* count) noexcept = 0;
   virtual HRESULT GetExtra(int32_t index, BSTR* property, BSTR* value) noexcept = 0;
   virtual HRESULT AddExtra(BSTR property, BSTR value) noexcept = 0;
@@ -187,7 +187,7 @@ struct ICalendarItem : IDispatch {
   virtual HRESULT ExceptionCount(int32_t* count) noexcept = 0;
   virtual HRESULT GetException(int32_t index, int32_t* kind, DATE* date) noexcept = 0;
   virtual HRESULT AddException(int32_t kind, DATE date) noexcept = 0;
-  // What the item cannot hold.
+  // What the item cannot hold. The property's text may end in a mark: items/extra.h.
   virtual HRESULT ExtraPropertyCount(int32_t* count) noexcept = 0;
   virtual HRESULT GetExtraProperty(int32_t index, BSTR* name, BSTR* value) noexcept = 0;
   virtual HRESULT AddExtraProperty(BSTR name, BSTR value) noexcept = 0;
@@ -200,7 +200,7 @@ struct INoteItem : IDispatch {
   static constexpr IID kIid = IID_INoteItem;
   virtual HRESULT get_Body(BSTR* value) noexcept = 0;
   virtual HRESULT put_Body(BSTR value) noexcept = 0;
-  // What the item cannot hold.
+  // What the item cannot hold. The property's text may end in a mark: items/extra.h.
   virtual HRESULT ExtraPropertyCount(int32_t* count) noexcept = 0;
   virtual HRESULT GetExtraProperty(int32_t index, BSTR* name, BSTR* value) noexcept = 0;
   virtual HRESULT AddExtraProperty(BSTR name, BSTR value) noexcept = 0;
@@ -216,7 +216,7 @@ struct IBookmarkItem : IDispatch {
   virtual HRESULT SetURL(BSTR value) noexcept = 0;
   virtual HRESULT GetTitle(BSTR* value) noexcept = 0;
   virtual HRESULT SetTitle(BSTR value) noexcept = 0;
-  // What the item cannot hold.
+  // What the item cannot hold. The property's text may end in a mark: items/extra.h.
   virtual HRESULT ExtraPropertyCount(int32_t* count) noexcept = 0;
   virtual HRESULT GetExtraProperty(int32_t index, BSTR* name, BSTR* value) noexcept = 0;
   virtual HRESULT AddExtraProperty(BSTR name, BSTR value) noexcept = 0;

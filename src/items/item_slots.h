@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "items/item.h"
+#include "items/extra.h"
 #include "items/kinds.h"
 #include "platform/com/edge.h"
 
@@ -103,7 +103,7 @@ inline HRESULT GetExtraEntry(const std::vector<ExtraProperty>& extras, int32_t i
   return Slot(Requires(), Outs(property, value), [&] {
     if (!HasIndex(extras, index)) return E_INVALIDARG;
     const ExtraProperty& extra = extras[static_cast<size_t>(index)];
-    HandOut(property, extra.property);
+    HandOut(property, MarkedProperty(extra));
     return HandOut(value, extra.value);
   });
 }
@@ -111,7 +111,7 @@ inline HRESULT GetExtraEntry(const std::vector<ExtraProperty>& extras, int32_t i
 inline HRESULT AddExtraEntry(std::vector<ExtraProperty>& extras, BSTR property,
                              BSTR value) noexcept {
   return Guarded([&] {
-    extras.push_back({std::u16string(View(property)), std::u16string(View(value))});
+    extras.push_back(ExtraFromMarked(std::u16string(View(property)), std::u16string(View(value))));
     return S_OK;
   });
 }

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "items/calendar_days.h"
 #include "support/date_time.h"
 #include "support/text.h"
 
@@ -27,12 +28,15 @@ std::array<std::u16string_view, 3> PhoneSlots(const std::vector<Telephone>& tele
   return slots;
 }
 
-std::u16string MomentKey(DATE moment) {
+// Local time. A day is the midnight that it begins with, whatever zone holds here.
+std::u16string MomentKey(const CalendarContent& calendar, DATE held) {
   constexpr int kFirstYear = 1900;
   constexpr int kLastYear = 3999;
-  const int year = DateTimeValue(moment).GetYear();
+  const DATE day = calendar.allDay ? DayOf(held) : 0.0;
+  const bool isDay = day != 0.0 && MomentOf(calendar, day) == MomentOf(calendar, held);
+  const int year = DateTimeValue(isDay ? day : held).GetYear();
   if (year < kFirstYear || year > kLastYear) return {};
-  return FormatDateTime(UtcToLocal(moment, true));
+  return FormatDateTime(isDay ? DateTimeValue(day) : UtcToLocal(held, true));
 }
 
 }  // namespace
@@ -51,8 +55,8 @@ std::u16string MakeContactKey(const ContactContent& contact) {
 
 std::u16string MakeCalendarKey(const CalendarContent& calendar) {
   std::u16string key = calendar.subject;
-  key += MomentKey(calendar.start);
-  key += MomentKey(calendar.end);
+  key += MomentKey(calendar, calendar.start);
+  key += MomentKey(calendar, calendar.end);
   return ComputeMd5(key);
 }
 

@@ -31,6 +31,9 @@ constexpr bool IsKind(RecurrenceType type) {
 // A list of a contact holds at most this many entries from a text; what is beyond stays in the
 // text's own form as extras.
 inline constexpr size_t kMaxListEntries = 1000;
+// The addresses of a contact that comes otherwise may be more. Each position up to the last costs
+// memory, whether it holds one or not.
+inline constexpr size_t kMaxAddressPositions = 100'000;
 // A text with more extras is no card: each costs memory many times its shortest form.
 inline constexpr size_t kMaxExtras = 100'000;
 

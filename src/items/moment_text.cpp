@@ -174,7 +174,7 @@ std::string DayText(DATE date) {
   return text;
 }
 
-std::string MomentText(DATE date) {
+std::string WallText(DATE date) {
   std::string text = DayText(date);
   if (text.empty()) return text;
   const DateTimeValue value(date);
@@ -182,11 +182,34 @@ std::string MomentText(DATE date) {
   AppendDigits(text, value.GetHour(), 2);
   AppendDigits(text, value.GetMinute(), 2);
   AppendDigits(text, value.GetSecond(), 2);
-  text += 'Z';
   return text;
 }
 
-std::optional<int64_t> ParseDuration(std::string_view text) {
+std::string MomentText(DATE date) {
+  std::string text = WallText(date);
+  if (!text.empty()) text += 'Z';
+  return text;
+}
+
+std::string WithoutFolds(std::string_view value) {
+  const auto isBreak = [&](size_t at) {
+    return at < value.size() && (value[at] == '\r' || value[at] == '\n');
+  };
+  std::string text;
+  text.reserve(value.size());
+  for (size_t i = 0; i < value.size(); ++i) {
+    const size_t breakAt = value[i] == '=' && isBreak(i + 1) ? i + 1 : i;
+    if (!isBreak(breakAt)) {
+      text += value[i];
+      continue;
+    }
+    i = breakAt + (value.substr(breakAt).starts_with("\r\n") ? 1 : 0);
+    if (i + 1 < value.size() && (value[i + 1] == ' ' || value[i + 1] == '\t')) ++i;
+  }
+  return text;
+}
+
+std::optional<Duration> ParseDuration(std::string_view text) {
   constexpr int64_t kDaySeconds = 86400;
   constexpr int64_t kMost = int64_t{10'000} * 366 * kDaySeconds;
   text = Trimmed(text);
@@ -194,7 +217,7 @@ std::optional<int64_t> ParseDuration(std::string_view text) {
   if (negative || text.starts_with('+')) text.remove_prefix(1);
   if (text.empty() || (text[0] != 'P' && text[0] != 'p')) return std::nullopt;
   text.remove_prefix(1);
-  int64_t seconds = 0;
+  Duration duration;
   bool inTime = false;
   bool any = false;
   while (!text.empty()) {
@@ -225,13 +248,14 @@ std::optional<int64_t> ParseDuration(std::string_view text) {
     const auto unit = std::ranges::find_if(
         kUnits, [&](const Unit& u) { return u.letter == letter && u.inTime == inTime; });
     if (unit == std::end(kUnits)) return std::nullopt;
-    seconds += number * unit->seconds;
+    const int64_t seconds = number * unit->seconds;
+    (inTime ? duration.seconds : duration.days) += inTime ? seconds : seconds / kDaySeconds;
     any = true;
-    if (seconds > kMost) return std::nullopt;
+    if (duration.seconds > kMost || duration.days > kMost / kDaySeconds) return std::nullopt;
     text.remove_prefix(digits + 1);
   }
   if (!any) return std::nullopt;
-  return negative ? -seconds : seconds;
+  return negative ? Duration{-duration.days, -duration.seconds} : duration;
 }
 
 DATE Later(DATE date, int64_t seconds) {

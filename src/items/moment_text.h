@@ -26,8 +26,17 @@ struct Stamp {
 };
 std::optional<Stamp> ParseStamp(std::string_view text);
 
-// "PT15M", "-P1DT2H", "P2W" (RFC 5545, 3.3.6) in seconds; nothing for what is none.
-std::optional<int64_t> ParseDuration(std::string_view text);
+// The value of a line without its folds and soft breaks, for what is no text: neither dialect
+// leaves a blank there.
+std::string WithoutFolds(std::string_view value);
+
+// "PT15M", "-P1DT2H", "P2W" (RFC 5545, 3.3.6); nothing for what is none. Days are days of a
+// calendar, which last an hour less or more where the clocks change. Both have the same sign.
+struct Duration {
+  int64_t days = 0;
+  int64_t seconds = 0;
+};
+std::optional<Duration> ParseDuration(std::string_view text);
 // The same moment, so much later; equal moments are equal numbers. 0.0 for one out of range.
 DATE Later(DATE date, int64_t seconds);
 
@@ -39,5 +48,7 @@ DATE UtcFromLocal(DATE date);
 // "YYYYMMDD" and "YYYYMMDDThhmmssZ"; empty for a date that is none.
 std::string DayText(DATE date);
 std::string MomentText(DATE date);
+// Wall-clock time, "YYYYMMDDThhmmss".
+std::string WallText(DATE date);
 
 }  // namespace qv

@@ -1,11 +1,27 @@
 #include "items/nesting.h"
 
 namespace qv {
+namespace {
+
+// A word that is folded, or has a line of blanks or the blank line of base64 behind it, without
+// any break.
+std::string_view Unfolded(std::string_view value, std::string& buffer) {
+  for (size_t i = 0; i < value.size(); ++i) {
+    const bool isBreak = value[i] == '\r' || value[i] == '\n';
+    const bool isBehind = !isBreak && i > 0 && (value[i - 1] == '\r' || value[i - 1] == '\n');
+    if (!isBreak && !isBehind) buffer.push_back(value[i]);
+  }
+  return buffer;
+}
+
+}  // namespace
 
 Envelope EnvelopeOf(const Line& line, std::string_view own) {
+  if (line.bare) return Envelope::None;
   const bool begin = SameWord(line.name, "BEGIN");
   if (!begin && !SameWord(line.name, "END")) return Envelope::None;
-  const std::string_view name = Trimmed(line.value);
+  std::string buffer;
+  const std::string_view name = Trimmed(line.folded ? Unfolded(line.value, buffer) : line.value);
   bool isOwn = false;
   for (std::string_view word; !isOwn && NextWord(own, word);) isOwn = SameWord(name, word);
   if (begin) return isOwn ? Envelope::BeginOwn : Envelope::BeginOther;

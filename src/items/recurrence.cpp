@@ -171,7 +171,8 @@ class RuleDays {
 // The wall-clock beginnings of a series.
 class Beginnings {
  public:
-  Beginnings(const CalendarContent& series, const WallClock& clock, int64_t from, int64_t to)
+  // Without a clock they are days, and no zone shifts them.
+  Beginnings(const CalendarContent& series, const WallClock* clock, int64_t from, int64_t to)
       : rule_(series.recurrence), clock_(clock), from_(from), to_(to) {}
 
   void Walk(int64_t start, const std::function<bool(const Occurrence&)>& take) {
@@ -207,16 +208,16 @@ class Beginnings {
     if (seconds < from_) return true;
     const std::optional<DATE> local = SecondsToVariantTime(seconds);
     if (!local) return false;
-    return take({clock_.ToUtc(*local), *local});
+    return take({clock_ != nullptr ? clock_->ToUtc(*local) : *local, *local});
   }
 
   std::optional<int64_t> LocalSeconds(DATE utc) const {
     if (utc == 0.0) return std::nullopt;
-    return VariantTimeToSeconds(clock_.FromUtc(utc));
+    return VariantTimeToSeconds(clock_ != nullptr ? clock_->FromUtc(utc) : utc);
   }
 
   const Recurrence& rule_;
-  const WallClock& clock_;
+  const WallClock* clock_;
   const int64_t from_;
   const int64_t to_;
   const std::optional<int64_t> until_ = LocalSeconds(rule_.until);
@@ -235,8 +236,9 @@ void ForEachOccurrence(const CalendarContent& series, DATE from, DATE to,
                        const std::function<bool(const Occurrence&)>& take) {
   const DATE begin = series.start != 0.0 ? series.start : series.end;
   if (begin == 0.0) return;
-  const WallClock clock;
-  const DATE localBegin = clock.FromUtc(begin);
+  std::optional<WallClock> clock;
+  if (!series.allDay) clock.emplace();
+  const DATE localBegin = clock ? clock->FromUtc(begin) : begin;
   const std::optional<int64_t> start = VariantTimeToSeconds(localBegin);
   const int64_t fromSeconds = ClampedSeconds(from);
   const int64_t toSeconds = ClampedSeconds(to);
@@ -245,7 +247,8 @@ void ForEachOccurrence(const CalendarContent& series, DATE from, DATE to,
     if (*start >= fromSeconds && *start < toSeconds) take({begin, localBegin});
     return;
   }
-  Beginnings(series, clock, fromSeconds, toSeconds).Walk(*start, [&](const Occurrence& occurrence) {
+  const WallClock* walls = clock ? &*clock : nullptr;
+  Beginnings(series, walls, fromSeconds, toSeconds).Walk(*start, [&](const Occurrence& occurrence) {
     // The start is the moment itself, also in an hour that occurs twice.
     return take(occurrence.local == localBegin ? Occurrence{begin, localBegin} : occurrence);
   });

@@ -1,7 +1,8 @@
 // The occurrences of a series.
 //
 // A rule is followed in local wall-clock time, see WallClock: a meeting at nine stays at
-// nine when the clocks change. A series has at most one occurrence a day. Nothing is expanded
+// nine when the clocks change. The days of an all-day series are days, UTC and local time are the
+// same there. A series has at most one occurrence a day. Nothing is expanded
 // beyond the span that is asked for, and nothing beyond the years 100 to 9999.
 #pragma once
 

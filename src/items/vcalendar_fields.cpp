@@ -4,13 +4,14 @@
 #include <limits>
 #include <unordered_set>
 
+#include "items/extra.h"
 #include "items/kinds.h"
 #include "items/uid_text.h"
+#include "items/vcalendar_alarm.h"
 #include "items/vcalendar_rule.h"
 #include "platform/system/system_time.h"
 #include "support/date_time.h"
 #include "support/text.h"
-#include "support/vobject/raw_text.h"
 
 namespace qv {
 namespace {
@@ -37,6 +38,7 @@ constexpr Property kProperties[] = {
     {"PRIORITY", CalendarField::Priority},
     {"CLASS", CalendarField::Sensitivity},
     {"AALARM", CalendarField::Alarm},
+    {"DALARM", CalendarField::Alarm},
     {"RRULE", CalendarField::Rule},
     {"RDATE", CalendarField::OtherRule},
     {"EXRULE", CalendarField::OtherRule},
@@ -45,6 +47,7 @@ constexpr Property kProperties[] = {
     {"RECURRENCE-ID", CalendarField::Occurrence},
     {"X-PARENT-UID", CalendarField::Parent},
     {"X-RECUR-ENTRY", CalendarField::Entry},
+    {"X-QVBEGAN", CalendarField::Began},
     {"VERSION", CalendarField::Dropped},
     {"PRODID", CalendarField::Dropped},
 };
@@ -90,12 +93,6 @@ std::string_view ZoneOf(const Line& line) {
   return ParameterOf(line, "TZID").value_or(std::string_view());
 }
 
-// Trailing separators say nothing.
-std::string_view WithoutEmptyParts(std::string_view text) {
-  while (text.ends_with(';') || text.ends_with(' ')) text.remove_suffix(1);
-  return text;
-}
-
 }  // namespace
 
 VCalendarFields::VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zones)
@@ -105,16 +102,22 @@ VCalendarFields::VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zo
 
 void VCalendarFields::Read(const Line& line) {
   const CalendarField field = FieldOf(line.name);
-  if (!line.malformed && ReadField(field, line)) return;
+  if (field == CalendarField::Began) return;
+  if (!line.malformed && !line.bare && ReadField(field, line)) return;
   if (field == CalendarField::Status) statusExtras_.push_back(item_.fields.extras.size());
   if (line.malformed && field == CalendarField::Rule) {
-    rules_.push_back({item_.fields.extras.size(), {}, {}, {}, true});
+    Waiting waiting;
+    waiting.extra = item_.fields.extras.size();
+    waiting.isRule = true;
+    waiting.saysMore = true;
+    rules_.push_back(std::move(waiting));
   }
-  KeepExtra(line.header, line.value);
+  KeepExtra(ExtraOf(line, dialect_));
 }
 
 bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
   switch (field) {
+    case CalendarField::Began:
     case CalendarField::Dropped:
       return true;
     case CalendarField::Uid:
@@ -159,7 +162,7 @@ bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
     case CalendarField::Recurring:
       return ReadRecurring(line);
     case CalendarField::Deletion:
-      return Wait(line, deletions_);
+      return WaitForDeletions(line);
     case CalendarField::Occurrence:
       return Wait(line, occurrences_);
     case CalendarField::Parent:
@@ -172,10 +175,10 @@ bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
   return false;
 }
 
-void VCalendarFields::KeepExtra(std::string_view header, std::string_view value) {
+void VCalendarFields::KeepExtra(ExtraProperty extra) {
   std::vector<ExtraProperty>& extras = item_.fields.extras;
   overfull_ = overfull_ || extras.size() >= kMaxExtras;
-  if (!overfull_) extras.push_back({TextFromRaw(header), TextFromRaw(value)});
+  if (!overfull_) extras.push_back(std::move(extra));
 }
 
 bool VCalendarFields::ReadText(const Line& line, std::u16string& text) {
@@ -193,7 +196,7 @@ bool VCalendarFields::ReadUid(const Line& line, std::u16string& uid) {
 }
 
 std::optional<std::string_view> VCalendarFields::TokenOf(const Line& line) {
-  const auto token = decoder_.Octets(line, Dialect::Modern);
+  const auto token = decoder_.Token(line, dialect_);
   if (!token) return std::nullopt;
   return Trimmed(*token);
 }
@@ -216,34 +219,30 @@ DATE VCalendarFields::LocalOf(const Moment& moment) {
   return moment.isDate ? moment.own : LocalClock().FromUtc(moment.utc);
 }
 
-std::optional<VCalendarFields::Moment> VCalendarFields::MomentIn(std::string_view zone,
+std::optional<VCalendarFields::Moment> VCalendarFields::MomentOf(const Line& line,
                                                                  std::string_view text) {
   const std::optional<Stamp> stamp = ParseStamp(text);
   if (!stamp) return std::nullopt;
   Moment moment;
   moment.isDate = !stamp->hasTime;
-  if (stamp->hasZone) {
+  moment.isUtc = stamp->hasZone;
+  moment.own = stamp->date;
+  const std::string_view zone = stamp->hasTime && !stamp->hasZone ? ZoneOf(line) : "";
+  if (moment.isUtc) {
     moment.utc = stamp->date;
-  } else if (stamp->hasTime && !zone.empty()) {
-    const std::optional<DATE> utc = zones_.ToUtc(zone, stamp->date);
-    missedZone_ = missedZone_ || !utc;
-    moment.utc = utc ? *utc : LocalClock().ToUtc(stamp->date);
   } else {
-    moment.utc = LocalClock().ToUtc(stamp->date);
+    const auto clock = zone.empty() ? std::nullopt : zones_.Find(zone);
+    moment.isZoned = clock.has_value();
+    missedZone_ = missedZone_ || (!zone.empty() && !clock);
+    if (clock) moment.utc = clock->ToUtc(stamp->date);
+    if (moment.utc == 0.0) moment.utc = LocalClock().ToUtc(stamp->date);
   }
   // Whole seconds in one form, whatever the way here; and within the years there are.
   moment.utc = Later(moment.utc, 0);
-  moment.own = stamp->date;
-  moment.isUtc = stamp->hasZone;
   if (moment.utc == 0.0 || (IsNearTheEnds(moment.utc) && LocalOf(moment) == 0.0)) {
     return std::nullopt;
   }
   return moment;
-}
-
-std::optional<VCalendarFields::Moment> VCalendarFields::MomentOf(const Line& line,
-                                                                 std::string_view text) {
-  return MomentIn(ZoneOf(line), text);
 }
 
 bool VCalendarFields::ReadMoment(const Line& line, std::optional<Moment>& moment) {
@@ -340,7 +339,8 @@ bool VCalendarFields::Wait(const Line& line, std::vector<Waiting>& list, bool is
   const auto token = TokenOf(line);
   if (!token && &list != &rules_) return false;
   if (token && token->empty()) return true;
-  if (token) waiting.value = *token;
+  if (token && &list != &occurrences_) waiting.value = *token;
+  waiting.isMoreDays = SameWord(line.name, "RDATE");
   if (isRule) waiting.saysMore = ParameterOf(line, "TZID").has_value();
   if (&list == &occurrences_) {
     const auto moment = MomentOf(line, *token);
@@ -349,73 +349,44 @@ bool VCalendarFields::Wait(const Line& line, std::vector<Waiting>& list, bool is
     waiting.saysMore = ParameterOf(line, "RANGE").has_value();
   } else if (&list == &otherUids_ || &list == &parents_) {
     if (!ReadUid(line, waiting.uid)) return false;
-  } else if (&list == &deletions_) {
-    // Each date is read now, in the zone that the line names.
-    std::string_view rest = *token;
-    bool first = true;
-    while (!rest.empty()) {
-      const size_t end = std::min(rest.find_first_of(",;"), rest.size());
-      const std::string_view part = Trimmed(rest.substr(0, end));
-      rest.remove_prefix(std::min(end + 1, rest.size()));
-      if (part.empty()) continue;
-      const auto moment = MomentOf(line, part);
-      if (!moment) {
-        // One that is not understood keeps the whole list where it is.
-        while (!list.empty() && list.back().extra == waiting.extra) list.pop_back();
-        return false;
-      }
-      waiting.moment = *moment;
-      list.push_back(waiting);
-      first = false;
-      if (list.size() > kMostEntries) return false;
-    }
-    return first;
   }
   list.push_back(std::move(waiting));
   return false;
 }
 
-bool VCalendarFields::WaitForAlarm(const Line& line) {
+// Each date is read now, in the zone that the line names.
+bool VCalendarFields::WaitForDeletions(const Line& line) {
+  const size_t before = deletions_.size();
   const auto token = TokenOf(line);
-  const auto moment = token ? MomentOf(line, WithoutEmptyParts(*token)) : std::nullopt;
-  if (moment && !moment->isDate) alarms_.push_back({item_.fields.extras.size(), moment->utc, 0});
+  if (!token) return false;
+  std::string_view rest = *token;
+  while (!rest.empty()) {
+    const size_t end = std::min(rest.find_first_of(",;"), rest.size());
+    const std::string_view part = Trimmed(rest.substr(0, end));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+    if (part.empty()) continue;
+    const auto moment = MomentOf(line, part);
+    if (!moment) {
+      // One that is not understood keeps the whole list where it is.
+      deletions_.resize(before);
+      return false;
+    }
+    deletions_.push_back({item_.fields.extras.size(), *moment});
+    if (deletions_.size() > kMostEntries) return false;
+  }
+  return deletions_.size() == before;
+}
+
+bool VCalendarFields::WaitForAlarm(const Line& line) {
+  // Without a time nothing rings.
+  if (LacksAlarmTime(ExtraOf(line, dialect_))) return true;
+  alarms_.push_back(item_.fields.extras.size());
   return false;
 }
 
 void VCalendarFields::ReadNested(std::string_view header, std::string_view value) {
-  const size_t extra = item_.fields.extras.size();
-  KeepExtra(header, value);
-  // A VALARM that says no more than when it comes.
-  LineReader reader(value);
-  Line line;
-  if (!reader.Next(line) || !SameWord(Trimmed(line.header), "VALARM")) return;
-  std::optional<Alarm> alarm;
-  while (reader.Next(line)) {
-    if (SameWord(line.name, "END")) break;
-    if (SameWord(line.name, "DESCRIPTION")) continue;
-    if (SameWord(line.name, "ACTION")) {
-      const std::string_view action = Trimmed(line.value);
-      if (!SameWord(action, "DISPLAY") && !SameWord(action, "AUDIO")) return;
-      continue;
-    }
-    if (!SameWord(line.name, "TRIGGER") || alarm) return;
-    alarm = Alarm{extra, 0.0, 0};
-    ParameterReader parameters(line.parameters);
-    for (Parameter parameter; parameters.Next(parameter);) {
-      const bool fromStart =
-          SameWord(parameter.name, "RELATED") && SameWord(parameter.value, "START");
-      if (!fromStart && !SameWord(parameter.name, "VALUE")) return;
-    }
-    const std::string_view trigger = Trimmed(line.value);
-    if (const auto lead = ParseDuration(trigger)) {
-      alarm->leadSeconds = -*lead;
-    } else if (const auto moment = MomentIn({}, trigger); moment && !moment->isDate) {
-      alarm->moment = moment->utc;
-    } else {
-      return;
-    }
-  }
-  if (alarm) alarms_.push_back(*alarm);
+  alarms_.push_back(item_.fields.extras.size());
+  KeepExtra(ExtraOf(header, value, dialect_));
 }
 
 }  // namespace qv

@@ -17,6 +17,7 @@ namespace qv {
 enum class CalendarField : uint8_t {
   Extra,
   Dropped,
+  Began,  // our own, see vcalendar_moves.h: of no text
   Uid,
   OtherUid,
   Modified,
@@ -50,8 +51,8 @@ inline constexpr size_t kMostEntries = 100'000;
 // what a rule leaves out too. Such a property joins the extras in its place and leaves them at the
 // end if it was understood. A field that holds one value keeps the first.
 //
-// What is an extra must not depend on the dialect: an item is written back in the old one, extras
-// as they stood, and must read the same. Dates are therefore unfolded in one way only.
+// What is an extra must not depend on the dialect: an item is written back in the old one and must
+// read the same. Dates are therefore tokens, which come out alike in both.
 class VCalendarFields {
  public:
   VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zones);
@@ -75,6 +76,12 @@ class VCalendarFields {
                      // its midnight
     bool isDate = false;
     bool isUtc = false;
+    bool isZoned = false;  // of the zone that its line names
+  };
+  // An EXDATE's date.
+  struct Deleted {
+    size_t extra = 0;
+    Moment moment;
   };
   // A property that waits among the extras.
   struct Waiting {
@@ -82,18 +89,12 @@ class VCalendarFields {
     Moment moment;
     std::string value;
     std::u16string uid;
-    bool isRule = false;  // of those that make a series: RRULE, and what no number holds
+    bool isRule = false;      // RRULE
+    bool isMoreDays = false;  // RDATE; what is neither takes days away
     // More than can be told: a RECURRENCE-ID of more than one occurrence, an RRULE by the days of a
     // zone of its own.
     bool saysMore = false;
   };
-  // A reminder as a moment, or as minutes before the beginning.
-  struct Alarm {
-    size_t extra = 0;
-    DATE moment = 0.0;
-    int64_t leadSeconds = 0;
-  };
-
   bool ReadField(CalendarField field, const Line& line);
   bool ReadText(const Line& line, std::u16string& text);
   bool ReadUid(const Line& line, std::u16string& uid);
@@ -107,6 +108,7 @@ class VCalendarFields {
   bool ReadRecurring(const Line& line);
   bool ReadEntry(const Line& line);
   bool Wait(const Line& line, std::vector<Waiting>& list, bool isRule = false);
+  bool WaitForDeletions(const Line& line);
   bool WaitForEnd(const Line& line);
   bool WaitForAlarm(const Line& line);
 
@@ -114,21 +116,27 @@ class VCalendarFields {
   std::optional<Moment> MomentOf(const Line& line, std::string_view text);
   const WallClock& LocalClock();
   DATE LocalOf(const Moment& moment);
-  std::optional<Moment> MomentIn(std::string_view zone, std::string_view text);
+  // By the clock of the start, which may be that of a zone.
+  DATE ToUtc(DATE own);
+  static DATE DayMeant(const Moment& moment);
+  static DATE DayBehind(const Moment& moment);
 
-  void KeepExtra(std::string_view header, std::string_view value);
+  void KeepExtra(ExtraProperty extra);
   void Understood(size_t extra) { understood_.push_back(extra); }
   void FinishUid();
   void FinishTimes();
+  void FinishDays();
+  void FinishDuration();
   void FinishSeries();
   void FinishRules();
   void FinishDeletions();
   void FinishReminder();
   void FinishStatus();
+  void FinishMoves();
   void DropUnderstood();
   // What the reminder and the rules count from.
   DATE Beginning() const;
-  DATE LocalBeginning() { return LocalClock().FromUtc(Beginning()); }
+  DATE LocalBeginning() { return item_.allDay ? Beginning() : LocalClock().FromUtc(Beginning()); }
 
   Dialect dialect_;
   CalendarZones& zones_;
@@ -138,8 +146,9 @@ class VCalendarFields {
   std::optional<Moment> start_;
   std::optional<Moment> end_;
   std::optional<Moment> due_;
-  std::string startZone_;
-  size_t endExtra_ = 0;  // of a task's DTEND, which waits for a DUE
+  std::string startZone_;                           // as the text names it
+  std::optional<CalendarZones::Clock> startClock_;  // of that zone, if anybody knows it
+  size_t endExtra_ = 0;                             // of a task's DTEND, which waits for a DUE
   bool endWaits_ = false;
   bool statusRead_ = false;
   bool priorityRead_ = false;
@@ -151,8 +160,8 @@ class VCalendarFields {
   std::vector<Waiting> parents_;
   std::vector<Waiting> occurrences_;  // RECURRENCE-ID
   std::vector<Waiting> rules_;
-  std::vector<Waiting> deletions_;  // EXDATE
-  std::vector<Alarm> alarms_;
+  std::vector<Deleted> deletions_;  // EXDATE
+  std::vector<size_t> alarms_;      // extras that may be reminders
   std::vector<size_t> statusExtras_;
   std::vector<size_t> understood_;
   bool overfull_ = false;

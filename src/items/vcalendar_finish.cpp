@@ -4,8 +4,13 @@
 #include <limits>
 #include <unordered_set>
 
+#include "items/calendar_days.h"
+#include "items/kinds.h"
+#include "items/vcalendar_alarm.h"
 #include "items/vcalendar_fields.h"
+#include "items/vcalendar_moves.h"
 #include "items/vcalendar_rule.h"
+#include "items/vcalendar_rule_parts.h"
 #include "platform/system/system_time.h"
 #include "support/date_time.h"
 #include "support/text.h"
@@ -16,14 +21,17 @@ namespace {
 
 constexpr int64_t kDaySeconds = 86400;
 
-// 23:59:59
-bool IsLastSecond(DATE date) {
-  const DateTimeValue next(Later(date, 1));
-  return next.IsDate() && next.GetHour() == 0 && next.GetMinute() == 0 && next.GetSecond() == 0;
+// A day may end at its last second, or minute; the offsets of zones are quarters of an hour.
+DATE BehindLastMinute(DATE date) {
+  const DateTimeValue value(date);
+  if (value.GetSecond() == 59) return Later(date, 1);
+  return value.GetSecond() == 0 && value.GetMinute() % 15 == 14 ? Later(date, 60) : date;
 }
 
-DATE MidnightOf(DATE date) {
-  return std::trunc(date);
+// Seconds from the midnight before.
+int64_t TimeOfDay(DATE date) {
+  const int64_t seconds = VariantTimeToSeconds(date).value_or(0);
+  return ((seconds % kDaySeconds) + kDaySeconds) % kDaySeconds;
 }
 
 }  // namespace
@@ -34,9 +42,11 @@ Calendar VCalendarFields::Take() {
   FinishSeries();
   FinishRules();
   FinishDeletions();
+  SettleDays(item_);
   FinishReminder();
   FinishStatus();
   DropUnderstood();
+  FinishMoves();
   return std::move(item_);
 }
 
@@ -47,29 +57,71 @@ void VCalendarFields::FinishUid() {
 }
 
 void VCalendarFields::FinishTimes() {
+  if (!startZone_.empty() && start_ && start_->isZoned) startClock_ = zones_.Find(startZone_);
   if (endWaits_ && !due_) {
     due_ = end_;
     Understood(endExtra_);
   }
-  const std::optional<Moment>& end = item_.isTask ? due_ : end_;
+  if (item_.isTask) end_ = due_;
+  const bool hasDate = start_ ? start_->isDate : end_ && end_->isDate;
+  // A task that begins on a day and is due at an hour is no matter of days.
+  item_.allDay = allDay_ || (hasDate && !(item_.isTask && end_ && !end_->isDate));
+  if (item_.allDay) return FinishDays();
   if (start_) item_.start = start_->utc;
-  const bool isDate = start_ ? start_->isDate : end && end->isDate;
-  item_.allDay = isDate || allDay_;
-  if (end) {
-    item_.end = end->utc;
-    if (item_.allDay && IsLastSecond(LocalOf(*end))) item_.end = Later(end->utc, 1);
+  if (end_) {
+    item_.end = end_->utc;
   } else if (start_) {
-    const auto duration =
-        durations_.empty() ? std::nullopt : ParseDuration(durations_.front().value);
-    if (duration) {
-      item_.end = isDate ? LocalClock().ToUtc(Later(start_->own, *duration))
-                         : Later(item_.start, *duration);
-      if (item_.end != 0.0) Understood(durations_.front().extra);
-    } else if (item_.allDay && !item_.isTask) {
-      // The midnight behind the day on which it begins.
-      item_.end = LocalClock().ToUtc(Later(MidnightOf(LocalOf(*start_)), kDaySeconds));
-    }
+    FinishDuration();
   }
+}
+
+DATE VCalendarFields::ToUtc(DATE own) {
+  if (start_ && start_->isUtc) return own;
+  return startClock_ ? startClock_->ToUtc(own) : LocalClock().ToUtc(own);
+}
+
+// Days are days of the clock by which the start is told.
+void VCalendarFields::FinishDuration() {
+  const auto duration = durations_.empty() ? std::nullopt : ParseDuration(durations_.front().value);
+  if (!duration) return;
+  const DATE from =
+      duration->days == 0 ? item_.start : ToUtc(Later(start_->own, duration->days * kDaySeconds));
+  if (from != 0.0) item_.end = Later(from, duration->seconds);
+  if (item_.end != 0.0) Understood(durations_.front().extra);
+}
+
+// The day of a moment of an all-day item, by the clock that tells it. One told in UTC was midnight
+// somewhere: which day that means is seen from all of them together.
+DATE VCalendarFields::DayMeant(const Moment& moment) {
+  return moment.isUtc ? moment.utc : std::trunc(moment.own);
+}
+
+// The day behind the one that ends at a moment.
+DATE VCalendarFields::DayBehind(const Moment& moment) {
+  if (moment.isDate) return moment.own;
+  const DATE end = BehindLastMinute(moment.own);
+  if (moment.isUtc || std::trunc(end) == end) return end;
+  return Later(std::trunc(end), kDaySeconds);
+}
+
+void VCalendarFields::FinishDays() {
+  if (start_) item_.start = DayMeant(*start_);
+  const auto duration = durations_.empty() ? std::nullopt : ParseDuration(durations_.front().value);
+  if (end_ && item_.isTask) {
+    // Due on a day, whether its beginning or its end is told.
+    const bool endsDay = end_->isUtc && BehindLastMinute(end_->own) != end_->own;
+    item_.end = endsDay ? Later(DayOf(DayBehind(*end_)), -kDaySeconds) : DayMeant(*end_);
+  } else if (end_) {
+    item_.end = DayBehind(*end_);
+  } else if (duration && start_) {
+    const int64_t seconds = duration->days * kDaySeconds + duration->seconds;
+    const DATE start = DayOf(item_.start);
+    item_.end = std::trunc(Later(start, seconds + (seconds > 0 ? kDaySeconds - 1 : 0)));
+    if (item_.end != 0.0) Understood(durations_.front().extra);
+  } else if (start_ && !item_.isTask) {
+    item_.end = item_.start;
+  }
+  SettleDays(item_);
 }
 
 DATE VCalendarFields::Beginning() const {
@@ -101,22 +153,33 @@ void VCalendarFields::FinishRules() {
   item_.isRecurring = recurs_;
   if (rules_.empty()) return;
   item_.isRecurring = std::ranges::any_of(rules_, &Waiting::isRule);
-  const Waiting& waiting = rules_.front();
-  if (rules_.size() > 1 || !item_.isRecurring || waiting.saysMore) {
-    item_.isRecurring = true;
-    return;
+  // Days beside a rule stay in the text; what takes days away, or a second rule, makes it one that
+  // no numbers hold.
+  const Waiting* waiting = nullptr;
+  bool isHeld = item_.isRecurring;
+  for (const Waiting& rule : rules_) {
+    isHeld = isHeld && !rule.saysMore && (rule.isMoreDays || (rule.isRule && waiting == nullptr));
+    if (rule.isRule) waiting = &rule;
   }
-  const DATE local = LocalBeginning();
-  const auto rule = start_ ? ParseRule(waiting.value, local, start_->own, start_->isUtc)
-                           : ParseRule(waiting.value, local);
-  if (rule) {
+  item_.isRecurring = true;
+  if (!isHeld) return;
+  RuleStart start;
+  start.local = LocalBeginning();
+  start.isDay = item_.allDay;
+  if (start_) {
+    start.own = start_->own;
+    start.isUtc = start_->isUtc;
+    start.zone = startClock_;
+    if (item_.allDay && start_->isUtc) start.eastDays = item_.start - start_->utc;
+  }
+  if (const auto rule = ParseRule(waiting->value, start, LocalClock())) {
     item_.recurrence = *rule;
-    Understood(waiting.extra);
-  } else if (start_ && !startZone_.empty() && ParseRule(waiting.value, local)) {
+    Understood(waiting->extra);
+  } else if (startClock_ && !item_.allDay && ReadRuleText(waiting->value, start.own)) {
     // The days there cannot be told by the days here. The item's own times are told in UTC, so the
     // rule must say itself whose days it names.
     std::erase(startZone_, '"');
-    item_.fields.extras[waiting.extra].property += u";TZID=\"" + TextFromRaw(startZone_) + u"\"";
+    item_.fields.extras[waiting->extra].property += u";TZID=" + TextFromRaw(startZone_);
   }
 }
 
@@ -131,12 +194,18 @@ void VCalendarFields::FinishDeletions() {
   for (const RecurrenceEntry& entry : item_.entries) {
     if (entry.kind == kDeletedOccurrence) known.insert(secondsOf(entry.moment));
   }
-  const DATE localStart = LocalBeginning();
-  const int64_t timeOfDay = ((secondsOf(localStart) % kDaySeconds) + kDaySeconds) % kDaySeconds;
-  for (const Waiting& deletion : deletions_) {
-    const bool wholeDay = deletion.moment.isDate && !item_.allDay;
-    const DATE moment =
-        wholeDay ? LocalClock().ToUtc(Later(deletion.moment.own, timeOfDay)) : deletion.moment.utc;
+  const bool hasZone = startClock_ && !start_->isUtc;
+  const int64_t timeOfDay = TimeOfDay(hasZone ? start_->own : LocalBeginning());
+  for (const Deleted& deletion : deletions_) {
+    const Moment& meant = deletion.moment;
+    DATE moment = meant.utc;
+    if (item_.allDay) {
+      moment = DayOf(DayMeant(meant));
+    } else if (meant.isDate || (hasZone && !meant.isUtc && !meant.isZoned)) {
+      // By the clock by which the start is told.
+      const DATE own = meant.isDate ? Later(meant.own, timeOfDay) : meant.own;
+      moment = hasZone ? startClock_->ToUtc(own) : LocalClock().ToUtc(own);
+    }
     Understood(deletion.extra);
     if (known.insert(secondsOf(moment)).second) {
       item_.entries.push_back({kDeletedOccurrence, Later(moment, 0)});
@@ -145,23 +214,49 @@ void VCalendarFields::FinishDeletions() {
 }
 
 void VCalendarFields::FinishReminder() {
-  const DATE beginning = Beginning();
-  if (beginning == 0.0) return;
+  const std::optional<ItemPlace> place = alarms_.empty() ? std::nullopt : PlaceOf(item_);
+  if (!place) return;
   constexpr int64_t kMinute = 60;
-  for (const Alarm& alarm : alarms_) {
-    int64_t lead = alarm.leadSeconds;
-    if (alarm.moment != 0.0) {
-      lead = VariantTimeToSeconds(beginning).value_or(0) -
-             VariantTimeToSeconds(alarm.moment).value_or(0);
+  const auto secondsOf = [](DATE date) { return VariantTimeToSeconds(date).value_or(0); };
+  // Of a day that the text tells in UTC the moments beside it are told from there.
+  const int64_t begin =
+      item_.allDay && start_ && start_->isUtc ? secondsOf(start_->utc) : place->begin;
+  const bool isDays = item_.allDay && item_.end != 0.0;
+  const int64_t length = isDays ? secondsOf(item_.end) - place->wall : place->end - place->begin;
+  for (const size_t index : alarms_) {
+    if (index >= item_.fields.extras.size()) return;
+    ExtraProperty& extra = item_.fields.extras[index];
+    const std::optional<AlarmTime> time = AlarmTimeOf(extra);
+    if (!time) continue;
+    int64_t lead = -(time->behind.days * kDaySeconds + time->behind.seconds);
+    if (time->fromEnd) lead -= length;
+    if (time->moment) {
+      const DATE moment = time->moment->date;
+      lead = begin - secondsOf(moment);
+      if (!time->moment->hasZone) {
+        lead = item_.allDay ? place->wall - secondsOf(moment)
+                            : begin - secondsOf(LocalClock().ToUtc(moment));
+      }
     }
     const bool fits =
         lead % kMinute == 0 && lead / kMinute <= std::numeric_limits<int32_t>::max() &&
-        lead / kMinute >= std::numeric_limits<int32_t>::min() && Later(beginning, -lead) != 0.0;
+        lead / kMinute >= std::numeric_limits<int32_t>::min() && Later(Beginning(), -lead) != 0.0;
     if (!fits) continue;
     item_.reminderMinutes = static_cast<int32_t>(lead / kMinute);
-    Understood(alarm.extra);
+    if (std::optional<ExtraProperty> rest = WithoutAlarmTime(extra, item_.subject)) {
+      extra = std::move(*rest);
+    } else {
+      Understood(index);
+    }
     return;
   }
+}
+
+// Where the item lies, for what must move with it.
+void VCalendarFields::FinishMoves() {
+  std::vector<ExtraProperty>& extras = item_.fields.extras;
+  if (extras.size() >= kMaxExtras || std::ranges::none_of(extras, Moves)) return;
+  if (const std::optional<ItemPlace> place = PlaceOf(item_)) extras.push_back(BeganExtra(*place));
 }
 
 // An item says one status.

@@ -10,7 +10,7 @@ namespace {
 // iCalendar 2.0: name "=" value, ";" between them, in any order, each name once.
 class ModernRule {
  public:
-  ModernRule(std::string_view text, DATE localStart) : start_(localStart) {
+  ModernRule(std::string_view text, DATE start) : start_(start) {
     while (readable_ && !text.empty()) {
       const size_t end = std::min(text.find(';'), text.size());
       readable_ = Take(Trimmed(text.substr(0, end)));
@@ -18,9 +18,9 @@ class ModernRule {
     }
   }
 
-  std::optional<Recurrence> Read() {
+  std::optional<ReadRule> Read() {
     if (!readable_ || !ReadNumbers() || !ReadFrequency()) return std::nullopt;
-    return IsWhole(rule_) ? std::optional(rule_) : std::nullopt;
+    return IsWhole(rule_) ? std::optional(ReadRule{rule_, until_}) : std::nullopt;
   }
 
  private:
@@ -65,9 +65,8 @@ class ModernRule {
       rule_.occurrences = *count;
     }
     if (!values_[kUntil].empty()) {
-      const auto until = ParseRuleEnd(values_[kUntil]);
-      if (!until) return false;
-      rule_.until = *until;
+      until_ = ParseStamp(values_[kUntil]);
+      if (!until_) return false;
     }
     return true;
   }
@@ -128,6 +127,13 @@ class ModernRule {
       rule_.type = byDay;
       rule_.dayOfMonth = start_.day;
       if (!Has(kByMonthDay)) return !Has(kBySetPos);
+      if (values_[kByMonthDay] == "-1") {
+        rule_.type = byWeekday;
+        rule_.dayOfMonth = 0;
+        rule_.daysOfWeek = kEveryDay;
+        rule_.instance = kLastInstance;
+        return !Has(kBySetPos);
+      }
       const auto day = RuleNumber(values_[kByMonthDay], 1, 31);
       rule_.dayOfMonth = day.value_or(0);
       return day && !Has(kBySetPos);
@@ -155,12 +161,13 @@ class ModernRule {
   bool readable_ = true;
   std::array<std::string_view, kParts> values_;
   Recurrence rule_;
+  std::optional<Stamp> until_;
 };
 
 }  // namespace
 
-std::optional<Recurrence> ParseModernRule(std::string_view text, DATE localStart) {
-  return ModernRule(text, localStart).Read();
+std::optional<ReadRule> ReadModernRule(std::string_view text, DATE start) {
+  return ModernRule(text, start).Read();
 }
 
 }  // namespace qv

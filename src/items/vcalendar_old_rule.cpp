@@ -10,15 +10,19 @@ namespace {
 // vCalendar 1.0, blanks between the words:
 //
 // rule     := daily | weekly | monthly | yearly
-// daily    := "D" interval end?
-// weekly   := "W" interval weekday* end?
-// monthly  := "MP" interval position weekday end? | "MD" interval day? end?
+// daily    := "D" interval time? end?
+// weekly   := "W" interval weekday* time? end?
+// monthly  := "MP" interval position weekday time? end? | "MD" interval day? time? end?
 // yearly   := "YM" interval month? end? monthly?
 // position := digit ("+" | "-")
-// end      := "#" count | moment        none is #2, #0 is no end
+// day      := number "+"? | "LD" | "1-"
+// end      := count moment? | moment count?     none is #2, #0 is no end
+// count    := "#" number
+//
+// A time may be that of the start once more: then it says nothing.
 class OldRule {
  public:
-  OldRule(std::string_view text, DATE localStart) : start_(localStart) {
+  OldRule(std::string_view text, DATE start) : start_(start), startMoment_(start) {
     while (!text.empty()) {
       const size_t end = std::min(text.find_first_of(" \t"), text.size());
       if (end > 0) words_.push_back(text.substr(0, end));
@@ -26,7 +30,7 @@ class OldRule {
     }
   }
 
-  std::optional<Recurrence> Read() {
+  std::optional<ReadRule> Read() {
     if (words_.size() > kMostWords || !ReadHead(rule_) || !ReadEnd(rule_)) return std::nullopt;
     if (rule_.type == RecurrenceType::YearlyByDay && at_ < words_.size() && !ReadWithinYear()) {
       return std::nullopt;
@@ -35,7 +39,7 @@ class OldRule {
     if (rule_.type == RecurrenceType::YearlyByDay && rule_.dayOfMonth == 0) {
       rule_.dayOfMonth = start_.day;
     }
-    return IsWhole(rule_) ? std::optional(rule_) : std::nullopt;
+    return IsWhole(rule_) ? std::optional(ReadRule{rule_, until_}) : std::nullopt;
   }
 
  private:
@@ -77,6 +81,13 @@ class OldRule {
         if (rule.daysOfWeek == 0) rule.daysOfWeek = start_.bit;
         return true;
       case RecurrenceType::MonthlyByDay:
+        if (SameWord(Word(), "LD") || Word() == "1-") {
+          ++at_;
+          rule.type = RecurrenceType::MonthlyByWeekday;
+          rule.daysOfWeek = kEveryDay;
+          rule.instance = kLastInstance;
+          return !IsListed();
+        }
         rule.dayOfMonth = start_.day;
         if (IsListed()) return TakeNumber(31, rule.dayOfMonth);
         return true;
@@ -122,24 +133,36 @@ class OldRule {
     return DayBit(Word()) == 0 && !IsListed();
   }
 
-  bool ReadEnd(Recurrence& rule) {
-    bool counted = false;
-    if (Word().starts_with('#')) {
-      const auto count = RuleNumber(Word().substr(1));
-      if (!count) return false;
-      rule.occurrences = *count;
-      counted = true;
-      ++at_;
-    }
-    if (!Word().empty() && Word().size() > 3 && Word()[0] >= '0' && Word()[0] <= '9') {
-      const auto end = ParseRuleEnd(Word());
-      if (!end) return false;
-      rule.until = *end;
-      counted = true;
-      ++at_;
-    }
-    if (!counted) rule.occurrences = kDefaultCount;
+  // "0900" or "090000", where that is when the series begins.
+  bool IsStartTime(std::string_view word) const {
+    if (word.size() != 4 && word.size() != 6) return false;
+    const std::string moment = MomentText(startMoment_);  // YYYYMMDDThhmmssZ
+    constexpr size_t kTimeAt = 9;
+    return !moment.empty() && moment.substr(kTimeAt, 6).starts_with(word) &&
+           (word.size() == 6 || moment.substr(kTimeAt + 4, 2) == "00");
+  }
+
+  bool ReadCount(Recurrence& rule) {
+    const auto count = RuleNumber(Word().substr(1));
+    if (!count) return false;
+    rule.occurrences = *count;
+    ++at_;
     return true;
+  }
+
+  bool ReadEnd(Recurrence& rule) {
+    if (IsStartTime(Word())) ++at_;
+    const bool counted = Word().starts_with('#');
+    if (counted && !ReadCount(rule)) return false;
+    if (Word().size() <= 3 || Word()[0] < '0' || Word()[0] > '9') {
+      if (!counted) rule.occurrences = kDefaultCount;
+      return true;
+    }
+    until_ = ParseStamp(Word());
+    if (!until_) return false;
+    ++at_;
+    if (counted || !Word().starts_with('#')) return true;
+    return ReadCount(rule);
   }
 
   // Which day of the month a yearly rule means: its part comes once a year.
@@ -158,15 +181,17 @@ class OldRule {
   }
 
   StartDay start_;
+  DATE startMoment_;
   std::vector<std::string_view> words_;
   size_t at_ = 0;
   Recurrence rule_;
+  std::optional<Stamp> until_;
 };
 
 }  // namespace
 
-std::optional<Recurrence> ParseOldRule(std::string_view text, DATE localStart) {
-  return OldRule(text, localStart).Read();
+std::optional<ReadRule> ReadOldRule(std::string_view text, DATE start) {
+  return OldRule(text, start).Read();
 }
 
 }  // namespace qv

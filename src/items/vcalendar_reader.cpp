@@ -1,6 +1,7 @@
 #include "items/nesting.h"
 #include "items/vcalendar.h"
 #include "items/vcalendar_fields.h"
+#include "items/version.h"
 #include "support/vobject/marked_text.h"
 
 namespace qv {
@@ -10,8 +11,10 @@ namespace {
 // zone      := BEGIN:VTIMEZONE line* END:VTIMEZONE
 // component := BEGIN:VEVENT line* END:VEVENT | BEGIN:VTODO line* END:VTODO
 //
-// A VERSION holds for what follows it. Lines around the components say nothing of any item.
+// The first VERSION of a calendar holds for all of its components, wherever it stands; a component
+// without one is read by its looks. Lines around the components say nothing else of any item.
 constexpr std::string_view kOwn = "VEVENT,VTODO";
+constexpr std::string_view kModernVersions = "2";
 
 bool IsZoneBegin(const Line& line) {
   return SameWord(line.name, "BEGIN") && SameWord(Trimmed(line.value), "VTIMEZONE");
@@ -19,6 +22,16 @@ bool IsZoneBegin(const Line& line) {
 
 bool IsTaskBegin(const Line& line) {
   return SameWord(Trimmed(line.value), "VTODO");
+}
+
+// What was said of one calendar does not hold beyond it.
+bool IsCalendarBound(const Line& line, Envelope envelope) {
+  return (envelope == Envelope::BeginOther || envelope == Envelope::EndOther) &&
+         SameWord(Trimmed(line.value), "VCALENDAR");
+}
+
+bool IsVersion(const Line& line) {
+  return SameWord(line.name, "VERSION") && !line.bare;
 }
 
 Dialect DialectOf(const Line& version) {
@@ -42,17 +55,23 @@ bool ReadComponent(LineReader& reader, VCalendarFields& fields) {
 }
 
 // The first component of a text that begins with it, as texts of one item do. Nothing where that
-// is not so plain: no end, or a zone that may stand behind it.
+// is not so plain: no end, or a zone or a VERSION that may stand behind it.
 std::optional<Calendar> ReadPlain(std::string_view text) {
   LineReader reader(text);
   CalendarZones zones;
   Dialect dialect = Dialect::Old;
+  bool known = false;  // a VERSION told it
   for (Line line; reader.Next(line);) {
+    const Envelope envelope = EnvelopeOf(line, kOwn);
     if (IsZoneBegin(line)) {
       zones.Read(reader);
-    } else if (SameWord(line.name, "VERSION")) {
-      dialect = DialectOf(line);
-    } else if (EnvelopeOf(line, kOwn) == Envelope::BeginOwn) {
+    } else if (IsVersion(line)) {
+      if (!known) dialect = DialectOf(line);
+      known = true;
+    } else if (IsCalendarBound(line, envelope)) {
+      known = false;
+    } else if (envelope == Envelope::BeginOwn) {
+      if (!known) return std::nullopt;
       VCalendarFields fields(IsTaskBegin(line), dialect, zones);
       if (!ReadComponent(reader, fields) || fields.missedZone()) return std::nullopt;
       return fields.Take();
@@ -68,7 +87,7 @@ struct CalendarText::State {
     size_t begin;
     size_t end;
     bool isTask;
-    Dialect dialect;
+    std::optional<Dialect> dialect;
   };
   std::string_view text;
   std::vector<Component> components;
@@ -81,19 +100,24 @@ CalendarText::CalendarText(std::string_view text) : state_(std::make_unique<Stat
   struct Mark {
     size_t begin = std::string_view::npos;
     bool isTask = false;
-    Dialect dialect = Dialect::Old;
   };
   Nesting<Mark> nesting;
   LineReader reader(text);
-  Dialect dialect = Dialect::Old;
+  std::optional<Dialect> dialect;  // of the calendar
+  size_t first = 0;                // of its components
   for (Line line; reader.Next(line);) {
     const Envelope envelope = EnvelopeOf(line, kOwn);
-    if (envelope == Envelope::None) {
-      if (SameWord(line.name, "VERSION")) dialect = DialectOf(line);
+    if (nesting.empty() && IsCalendarBound(line, envelope)) {
+      dialect.reset();
+      first = components.size();
+    } else if (envelope == Envelope::None) {
+      if (!nesting.empty() || dialect || !IsVersion(line)) continue;
+      dialect = DialectOf(line);
+      for (size_t i = first; i < components.size(); ++i) components[i].dialect = dialect;
     } else if (nesting.empty() && IsZoneBegin(line)) {
       state_->zones.Read(reader);
     } else if (envelope == Envelope::BeginOwn) {
-      nesting.Push(true, {line.begin, IsTaskBegin(line), dialect});
+      nesting.Push(true, {line.begin, IsTaskBegin(line)});
     } else if (envelope == Envelope::BeginOther) {
       if (!nesting.empty()) nesting.Push(false, {});
     } else if (envelope == Envelope::EndOther) {
@@ -102,7 +126,7 @@ CalendarText::CalendarText(std::string_view text) : state_(std::make_unique<Stat
       const Mark mark = nesting.Pop(true, {});
       if (mark.begin == std::string_view::npos) continue;
       while (!components.empty() && components.back().begin > mark.begin) components.pop_back();
-      components.push_back({mark.begin, reader.position(), mark.isTask, mark.dialect});
+      components.push_back({mark.begin, reader.position(), mark.isTask, dialect});
     }
   }
 }
@@ -125,9 +149,12 @@ const std::set<std::string>& CalendarText::UnknownZones() const {
 std::optional<Calendar> CalendarText::Read(size_t index) const {
   const State::Component& component = state_->components[index];
   LineReader reader(At(index));
-  VCalendarFields fields(component.isTask, component.dialect, state_->zones);
   Line begin;
-  if (!reader.Next(begin) || !ReadComponent(reader, fields)) return std::nullopt;
+  if (!reader.Next(begin)) return std::nullopt;
+  const Dialect dialect =
+      component.dialect ? *component.dialect : DialectAhead(reader, kOwn, kModernVersions);
+  VCalendarFields fields(component.isTask, dialect, state_->zones);
+  if (!ReadComponent(reader, fields)) return std::nullopt;
   return fields.Take();
 }
 

@@ -1,19 +1,16 @@
 #include "items/vcalendar_rule.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstdlib>
 
 #include "items/moment_text.h"
+#include "items/recurrence.h"
 #include "items/vcalendar_rule_parts.h"
+#include "platform/system/system_time.h"
 #include "support/vobject/lines.h"
 
 namespace qv {
 namespace {
-
-// The 1.0 grammar has no such sign.
-bool IsModern(std::string_view text) {
-  return text.find('=') != text.npos;
-}
 
 // Does the start fall on a day that the rule names?
 bool Fits(const Recurrence& rule, DATE start) {
@@ -27,6 +24,50 @@ bool Fits(const Recurrence& rule, DATE start) {
   return isDay && isWeekday && isInstance && isMonth;
 }
 
+// Of a year of 365 days; 0 for no month.
+int32_t DaysOf(int32_t month) {
+  constexpr int32_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  return month >= 1 && month <= 12 ? kDays[month - 1] : 0;
+}
+
+// The last day of a month, a day on.
+bool MoveLastDay(Recurrence& rule, int days) {
+  if (days != 1) return false;
+  const bool yearly = rule.type == RecurrenceType::YearlyByWeekday;
+  rule.type = yearly ? RecurrenceType::YearlyByDay : RecurrenceType::MonthlyByDay;
+  if (yearly) rule.monthOfYear = rule.monthOfYear % 12 + 1;
+  rule.daysOfWeek = rule.instance = 0;
+  rule.dayOfMonth = 1;
+  return true;
+}
+
+// The last day of a month that is not told by its number.
+void NameLastDay(Recurrence& rule, RecurrenceType type) {
+  rule.type = type;
+  rule.dayOfMonth = 0;
+  rule.daysOfWeek = kEveryDay;
+  rule.instance = kLastInstance;
+}
+
+// A date of each year. 28 February is not followed by the same date in all of them.
+bool MoveDate(Recurrence& rule, int days) {
+  constexpr int32_t kFebruary = 2;
+  int32_t& month = rule.monthOfYear;
+  int32_t& day = rule.dayOfMonth;
+  if (day < 1 || day > DaysOf(month)) return false;
+  day += days;
+  if (month == kFebruary && day > DaysOf(month)) return false;
+  if (day > DaysOf(month)) {
+    month = month % 12 + 1;
+    day = 1;
+  } else if (day == 0) {
+    month = (month + 10) % 12 + 1;
+    day = DaysOf(month);
+    if (month == kFebruary) NameLastDay(rule, RecurrenceType::YearlyByWeekday);
+  }
+  return true;
+}
+
 // Says a rule by the days of a calendar that is one day on or behind. False where the numbers
 // cannot: at the ends of months, for the nth weekday of one, and where weeks are left out and a day
 // leaves its week.
@@ -34,6 +75,7 @@ bool Move(Recurrence& rule, int days) {
   constexpr int kWeek = 7;
   constexpr int kShortestMonth = 28;
   const auto mask = static_cast<uint32_t>(rule.daysOfWeek);
+  if (days < -1 || days > 1) return false;
   switch (rule.type) {
     case RecurrenceType::Daily:
       return true;
@@ -48,13 +90,110 @@ bool Move(Recurrence& rule, int days) {
       return true;
     }
     case RecurrenceType::MonthlyByDay:
-    case RecurrenceType::YearlyByDay:
+      if (rule.dayOfMonth == 1 && days < 0) {
+        NameLastDay(rule, RecurrenceType::MonthlyByWeekday);
+        return true;
+      }
       rule.dayOfMonth += days;
       return rule.dayOfMonth >= 1 && rule.dayOfMonth <= kShortestMonth &&
              rule.dayOfMonth - days <= kShortestMonth;
+    case RecurrenceType::YearlyByDay:
+      return MoveDate(rule, days);
     default:
-      return false;
+      return rule.daysOfWeek == kEveryDay && rule.instance == kLastInstance &&
+             MoveLastDay(rule, days);
   }
+}
+
+// Wall-clock seconds of a date, and their day.
+int64_t SecondsOf(DATE date) {
+  return VariantTimeToSeconds(date).value_or(0);
+}
+int64_t DayOfSeconds(int64_t seconds) {
+  constexpr int64_t kDaySeconds = 86400;
+  return seconds / kDaySeconds - (seconds % kDaySeconds < 0 ? 1 : 0);
+}
+int64_t DayNumber(DATE date) {
+  return DayOfSeconds(SecondsOf(date));
+}
+
+// Whether every occurrence lies so many days on from its day in the zone of the text.
+class SameDays {
+ public:
+  SameDays(const CalendarZones::Clock& zone, const WallClock& here, DATE own, int64_t days)
+      : zone_(zone), here_(here), own_(own), days_(days) {}
+
+  bool Hold(const Recurrence& rule, DATE until) const {
+    if (AreFarFromMidnight()) return true;
+    CalendarContent series;
+    series.allDay = true;  // by the clock of the zone, whatever holds here
+    series.start = own_;
+    series.recurrence = rule;
+    series.recurrence.until = until == 0.0 ? 0.0 : zone_.FromUtc(until);
+    bool same = true;
+    ForEachOccurrence(series, own_, own_ + kYears * 366, [&](const Occurrence& occurrence) {
+      const DATE local = here_.FromUtc(zone_.ToUtc(occurrence.local));
+      same = local != 0.0 && DayNumber(local) == DayNumber(occurrence.local) + days_;
+      return same;
+    });
+    return same;
+  }
+
+ private:
+  static constexpr int kYears = 20;
+
+  // Most meetings are held by day in both zones: no change of the clocks brings them near another
+  // day. Zones that change by more than two hours are looked at more closely.
+  bool AreFarFromMidnight() const {
+    constexpr int64_t kNear = 4 * 3600;
+    constexpr int64_t kDaySeconds = 86400;
+    constexpr int kHalfYear = 182;
+    const int64_t timeOfDay =
+        SecondsOf(here_.FromUtc(zone_.ToUtc(own_))) - (DayNumber(own_) + days_) * kDaySeconds;
+    if (timeOfDay < kNear || timeOfDay >= kDaySeconds - kNear) return false;
+    for (int i = 0; i < kYears * 2; ++i) {
+      const DATE own = own_ + i * kHalfYear;
+      const DATE local = here_.FromUtc(zone_.ToUtc(own));
+      const int64_t then = SecondsOf(local) - (DayNumber(own) + days_) * kDaySeconds;
+      if (local == 0.0 || std::abs(then - timeOfDay) > kNear / 2) return false;
+    }
+    return true;
+  }
+
+  const CalendarZones::Clock& zone_;
+  const WallClock& here_;
+  DATE own_;
+  int64_t days_;
+};
+
+// The end of a rule as a moment, 0.0 for none; of an all-day series its last day.
+DATE EndOf(const std::optional<Stamp>& until, const RuleStart& start, const WallClock& here) {
+  if (!until) return 0.0;
+  const DATE last = until->hasTime ? until->date : EndOfDay(until->date);
+  if (start.isDay) {
+    if (!until->hasZone) return EndOfDay(last);
+    if (start.eastDays != 0.0) return EndOfDay(last + start.eastDays);
+    const DATE local = here.FromUtc(last);
+    return local == 0.0 ? 0.0 : EndOfDay(local);
+  }
+  if (until->hasZone) return last;
+  return start.zone ? start.zone->ToUtc(last) : here.ToUtc(last);
+}
+
+// The end, so that the last occurrence by the days and hours here is the last one there. The clocks
+// of the two may disagree for a few weeks, and just then the rule may end.
+DATE SameEnd(DATE until, const RuleStart& start, int64_t days, const WallClock& here) {
+  constexpr int64_t kDaySeconds = 86400;
+  const auto lastDay = [&](DATE end, DATE begin) {
+    const int64_t timeOfDay = SecondsOf(begin) - DayNumber(begin) * kDaySeconds;
+    return DayOfSeconds(SecondsOf(end) - timeOfDay);
+  };
+  const int64_t there = lastDay(start.zone->FromUtc(until), start.own);
+  if (lastDay(here.FromUtc(until), start.local) == there + days) return until;
+  const int64_t timeOfDay = SecondsOf(start.local) - DayNumber(start.local) * kDaySeconds;
+  const auto last = SecondsToVariantTime((there + days) * kDaySeconds + timeOfDay);
+  const DATE moved = last ? here.ToUtc(*last) : 0.0;
+  return moved == 0.0 ? until : moved;
 }
 
 void Append(std::string& text, char sign, int64_t number) {
@@ -68,6 +207,10 @@ void AppendDays(std::string& text, int32_t mask) {
   }
 }
 
+bool IsLastDay(const Recurrence& rule) {
+  return rule.daysOfWeek == kEveryDay && rule.instance == kLastInstance;
+}
+
 void AppendPosition(std::string& text, const Recurrence& rule) {
   const bool last = rule.instance == kLastInstance;
   Append(text, ' ', last ? 1 : rule.instance);
@@ -75,8 +218,8 @@ void AppendPosition(std::string& text, const Recurrence& rule) {
   AppendDays(text, rule.daysOfWeek);
 }
 
-void AppendEnd(std::string& text, const Recurrence& rule) {
-  const std::string until = MomentText(rule.until);
+void AppendEnd(std::string& text, const Recurrence& rule, bool isDay) {
+  const std::string until = isDay ? WallText(rule.until) : MomentText(rule.until);
   if (until.empty() || rule.occurrences > 0)
     text.append(" #").append(std::to_string(rule.occurrences));
   if (!until.empty()) text.append(" ").append(until);
@@ -84,28 +227,45 @@ void AppendEnd(std::string& text, const Recurrence& rule) {
 
 }  // namespace
 
-std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart) {
+std::optional<ReadRule> ReadRuleText(std::string_view text, DATE start) {
   text = Trimmed(text);
-  return IsModern(text) ? ParseModernRule(text, localStart) : ParseOldRule(text, localStart);
+  return IsModernRule(text) ? ReadModernRule(text, start) : ReadOldRule(text, start);
 }
 
-std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart, DATE ownStart,
-                                    bool isUtc) {
-  const std::optional<Recurrence> here = ParseRule(text, localStart);
-  const auto days = static_cast<int>(std::trunc(localStart) - std::trunc(ownStart));
-  if (!here || days == 0 || !IsModern(text) || (isUtc && Fits(*here, localStart))) return here;
-  const std::optional<Recurrence> there = ParseRule(text, ownStart);
-  if (!there || (isUtc && !Fits(*there, ownStart))) return here;
-  Recurrence moved = *there;
-  if (Move(moved, days)) return moved;
-  // A rule that leaves its days out takes those of the start, wherever that is.
-  return isUtc || *here != *there ? here : std::nullopt;
+std::optional<Recurrence> ParseRule(std::string_view text, const RuleStart& start,
+                                    const WallClock& here) {
+  std::optional<ReadRule> read = ReadRuleText(text, start.local);
+  if (!read) return std::nullopt;
+  DATE until = EndOf(read->until, start, here);
+  if (read->until && until == 0.0) return std::nullopt;
+  // A count says how many there are; the start in front of it only names the first.
+  const DATE beginning = start.isDay ? EndOfDay(start.local) : here.ToUtc(start.local);
+  if (read->rule.occurrences > 0 && until == beginning) until = 0.0;
+  const bool isHere = start.isDay || !IsModernRule(text) || start.own == 0.0 ||
+                      (start.isUtc ? Fits(read->rule, start.local) : !start.zone.has_value());
+  if (!isHere) {
+    const std::optional<ReadRule> there = ReadRuleText(text, start.own);
+    if (!there) return std::nullopt;
+    if (!start.isUtc || Fits(there->rule, start.own)) {
+      RuleStart own = start;
+      if (start.isUtc) own.zone = CalendarZones::Clock();
+      const int64_t days = DayNumber(start.local) - DayNumber(start.own);
+      read->rule = there->rule;
+      if (!SameDays(*own.zone, here, start.own, days).Hold(there->rule, until)) return std::nullopt;
+      if (days != 0 && !Move(read->rule, static_cast<int>(days))) return std::nullopt;
+      if (until != 0.0) until = SameEnd(until, own, days, here);
+    }
+  }
+  read->rule.until = until;
+  return read->rule;
 }
 
-std::string RuleText(const Recurrence& rule, DATE localStart) {
+std::string RuleText(const Recurrence& rule, DATE localStart, bool isDay) {
   constexpr std::string_view kLetters[] = {"", "D", "W", "MD", "MP", "YM", "YM"};
   if (rule.type == RecurrenceType::None) return {};
-  std::string text(kLetters[static_cast<size_t>(rule.type)]);
+  const bool isLastDay = IsLastDay(rule);
+  const bool isMonthly = rule.type == RecurrenceType::MonthlyByWeekday;
+  std::string text(isLastDay && isMonthly ? "MD" : kLetters[static_cast<size_t>(rule.type)]);
   text += std::to_string(std::max(1, rule.interval));
   switch (rule.type) {
     case RecurrenceType::Weekly:
@@ -115,7 +275,7 @@ std::string RuleText(const Recurrence& rule, DATE localStart) {
       Append(text, ' ', rule.dayOfMonth);
       break;
     case RecurrenceType::MonthlyByWeekday:
-      AppendPosition(text, rule);
+      isLastDay ? (void)text.append(" LD") : AppendPosition(text, rule);
       break;
     case RecurrenceType::YearlyByDay:
     case RecurrenceType::YearlyByWeekday:
@@ -124,15 +284,15 @@ std::string RuleText(const Recurrence& rule, DATE localStart) {
     default:
       break;
   }
-  AppendEnd(text, rule);
+  AppendEnd(text, rule, isDay);
   // The month alone means the day of the month on which the series begins.
   if (rule.type == RecurrenceType::YearlyByDay && rule.dayOfMonth != StartDay(localStart).day) {
     text += " MD1";
     Append(text, ' ', rule.dayOfMonth);
     text += " #1";
   } else if (rule.type == RecurrenceType::YearlyByWeekday) {
-    text += " MP1";
-    AppendPosition(text, rule);
+    text += isLastDay ? " MD1 LD" : " MP1";
+    if (!isLastDay) AppendPosition(text, rule);
     text += " #1";
   }
   return text;

@@ -7,22 +7,34 @@
 #include <string_view>
 
 #include "items/calendar.h"
+#include "items/vcalendar_zone.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 
+// Where a series begins, by the clock of whoever looks at it and by that of its text. What is not
+// known is 0.0.
+struct RuleStart {
+  DATE local = 0.0;  // wall-clock time here
+  DATE own = 0.0;    // by the clock of the text
+  bool isUtc = false;
+  bool isDay = false;  // of an all-day item: both are the same day, and so is the end of the rule
+  std::optional<CalendarZones::Clock> zone;  // the one that the text names; else it means here
+  DATE eastDays = 0.0;  // of a day that was told in UTC: how far its zone lies east
+};
+
 // The numbers of a rule; nothing for one that they cannot hold exactly, or that cannot be read.
-// `localStart` is when the series begins, in local time (0.0 when unknown): it gives the day or
-// month that a rule leaves out.
-std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart);
+//
+// The days of a 2.0 rule are days of the zone in which the series tells its beginning. They are
+// told by the days here where those are the same, all so many days on, for every occurrence:
+// through every change of the clocks of either zone, and at the ends of months. Where they are not,
+// nothing. UTC is no such zone: the days of many texts do not mean it; they do where the start fits
+// the rule by no other reading. The end is a moment of the start's zone, moved where it must be so
+// that the last occurrence is the same.
+std::optional<Recurrence> ParseRule(std::string_view text, const RuleStart& start,
+                                    const WallClock& here);
 
-// The same for a series that tells its beginning by the clock of a zone of its own, `ownStart`: the
-// days of a 2.0 rule are days there, and are told by those here; nothing where the numbers cannot.
-// With `isUtc` that is no zone but UTC, which the days of many texts do not mean: they do where the
-// start fits the rule by no other reading.
-std::optional<Recurrence> ParseRule(std::string_view text, DATE localStart, DATE ownStart,
-                                    bool isUtc);
-
-// In the 1.0 grammar; empty for the type None.
-std::string RuleText(const Recurrence& rule, DATE localStart);
+// In the 1.0 grammar; empty for the type None. The end of an all-day series is a day.
+std::string RuleText(const Recurrence& rule, DATE localStart, bool isDay);
 
 }  // namespace qv

@@ -1,11 +1,10 @@
 #include "items/vcalendar_rule_parts.h"
 
+#include <cmath>
 #include <limits>
 
-#include "items/moment_text.h"
 #include "support/date_time.h"
 #include "support/vobject/lines.h"
-#include "support/wall_clock.h"
 
 namespace qv {
 
@@ -32,15 +31,8 @@ std::optional<int32_t> RuleNumber(std::string_view text, int32_t low, int32_t hi
   return number && *number >= low && *number <= high ? number : std::nullopt;
 }
 
-std::optional<DATE> ParseRuleEnd(std::string_view text) {
-  const std::optional<Stamp> stamp = ParseStamp(text);
-  if (!stamp) return std::nullopt;
-  if (stamp->hasZone) return stamp->date;
-  const DateTimeSpan day(0, 23, 59, 59);
-  const DateTimeValue local = stamp->hasTime ? DateTimeValue(stamp->date) : stamp->date + day;
-  const DATE utc = WallClock().ToUtc(local.value);
-  if (utc == 0.0) return std::nullopt;
-  return utc;
+DATE EndOfDay(DATE date) {
+  return Later(std::trunc(date), 86'399);
 }
 
 StartDay::StartDay(DATE local) {
@@ -54,7 +46,8 @@ StartDay::StartDay(DATE local) {
 
 bool IsWhole(const Recurrence& rule) {
   const bool onDay = rule.dayOfMonth != 0;
-  const bool onWeekday = IsOneDay(rule.daysOfWeek) && rule.instance != 0;
+  const bool onLastDay = rule.daysOfWeek == kEveryDay && rule.instance == kLastInstance;
+  const bool onWeekday = onLastDay || (IsOneDay(rule.daysOfWeek) && rule.instance != 0);
   switch (rule.type) {
     case RecurrenceType::None:
       return false;

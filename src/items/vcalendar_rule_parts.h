@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "items/calendar.h"
+#include "items/moment_text.h"
 
 namespace qv {
 
@@ -26,8 +27,17 @@ constexpr bool IsOneDay(int32_t mask) {
 std::optional<int32_t> RuleNumber(std::string_view text);
 std::optional<int32_t> RuleNumber(std::string_view text, int32_t low, int32_t high);
 
-// The last moment of a rule. A date means the whole of that day, local time.
-std::optional<DATE> ParseRuleEnd(std::string_view text);
+// All days of a week: with the last instance they name the last day of a month.
+inline constexpr int32_t kEveryDay = 0x7F;
+
+// A rule as its text gives it: where it ends by whatever clock the text means.
+struct ReadRule {
+  Recurrence rule;
+  std::optional<Stamp> until;
+};
+
+// 23:59:59 of a date.
+DATE EndOfDay(DATE date);
 
 // What a rule that leaves days and months out takes from its beginning; 0 for an unknown one.
 struct StartDay {
@@ -41,8 +51,16 @@ struct StartDay {
 // Is every number there that the type needs? Where one is missing the start was to give it.
 bool IsWhole(const Recurrence& rule);
 
-// The grammars, each with a text of its own; see ParseRule.
-std::optional<Recurrence> ParseOldRule(std::string_view text, DATE localStart);
-std::optional<Recurrence> ParseModernRule(std::string_view text, DATE localStart);
+// The 1.0 grammar has no such sign.
+inline bool IsModernRule(std::string_view text) {
+  return text.find('=') != text.npos;
+}
+
+// The rule of either grammar; `start` is when the series begins by the clock of the text, 0.0 when
+// unknown: it gives the day or month that a rule leaves out. Nothing for one that the numbers
+// cannot hold, or that cannot be read.
+std::optional<ReadRule> ReadRuleText(std::string_view text, DATE start);
+std::optional<ReadRule> ReadOldRule(std::string_view text, DATE start);
+std::optional<ReadRule> ReadModernRule(std::string_view text, DATE start);
 
 }  // namespace qv

@@ -1,7 +1,14 @@
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "items/calendar_days.h"
+#include "items/extra.h"
 #include "items/moment_text.h"
-#include "items/nesting.h"
 #include "items/uid_text.h"
 #include "items/vcalendar.h"
+#include "items/vcalendar_alarm.h"
+#include "items/vcalendar_moves.h"
 #include "items/vcalendar_rule.h"
 #include "platform/system/system_time.h"
 #include "support/date_time.h"
@@ -12,11 +19,12 @@ namespace qv {
 namespace {
 
 constexpr std::string_view kOwn = "VEVENT,VTODO";
+constexpr std::string_view kLists[] = {"CATEGORIES", "RESOURCES"};
 
 // The order of the properties is fixed: equal items give equal bytes.
 class CalendarWriter {
  public:
-  explicit CalendarWriter(const Calendar& item) : item_(item) {}
+  explicit CalendarWriter(const Calendar& item) : item_(item.allDay ? Settled(item) : item) {}
 
   std::string Write() {
     const std::string_view name = item_.isTask ? "VTODO" : "VEVENT";
@@ -29,8 +37,8 @@ class CalendarWriter {
     WriteText("SUMMARY", item_.subject);
     WriteText("DESCRIPTION", item_.body);
     WriteText("LOCATION", item_.location);
-    WriteMoment("DTSTART", item_.start);
-    WriteMoment(item_.isTask ? "DUE" : "DTEND", item_.end);
+    WriteTime("DTSTART", item_.start);
+    WriteTime(item_.isTask ? "DUE" : "DTEND", item_.end);
     if (item_.allDay) Plain("X-ALLDAY", "1");
     if (item_.isTask) WriteTask();
     if (item_.priority > 0) Plain("PRIORITY", std::to_string(item_.priority));
@@ -48,6 +56,12 @@ class CalendarWriter {
   }
 
  private:
+  const Calendar& Settled(const Calendar& item) {
+    settled_ = item;
+    SettleDays(*settled_);
+    return *settled_;
+  }
+
   size_t EstimateSize() const {
     size_t size = 512 + 2 * (item_.subject.size() + item_.body.size() + item_.location.size()) +
                   36 * item_.entries.size();
@@ -59,6 +73,10 @@ class CalendarWriter {
 
   DATE Beginning() const {
     return item_.start != 0.0 ? item_.start : item_.isTask ? item_.end : 0.0;
+  }
+
+  DATE LocalBeginning() const {
+    return item_.allDay ? Beginning() : WallClock().FromUtc(Beginning());
   }
 
   void Plain(std::string_view header, std::string_view value) {
@@ -78,6 +96,13 @@ class CalendarWriter {
     if (!text.empty()) Plain(header, text);
   }
 
+  // A day is written as its midnight, by no zone's clock.
+  std::string TimeText(DATE time) const { return item_.allDay ? WallText(time) : MomentText(time); }
+  void WriteTime(std::string_view header, DATE time) {
+    const std::string text = TimeText(time);
+    if (!text.empty()) Plain(header, text);
+  }
+
   void WriteTask() {
     WriteMoment("COMPLETED", item_.completed);
     if (item_.status == kTaskCompleted) Plain("STATUS", "COMPLETED");
@@ -91,17 +116,25 @@ class CalendarWriter {
     }
   }
 
+  // When the reminder comes; empty for none.
+  std::string ReminderText() const {
+    const DATE beginning = Beginning();
+    if (!item_.reminderMinutes || beginning == 0.0) return {};
+    const DATE alarm = Later(beginning, -int64_t{*item_.reminderMinutes} * 60);
+    return item_.allDay ? WallText(alarm) : MomentText(alarm);
+  }
+
+  // As a line of its own, unless an extra waits for it.
   void WriteReminder() {
-    const std::optional<int64_t> beginning = VariantTimeToSeconds(Beginning());
-    if (!item_.reminderMinutes || Beginning() == 0.0 || !beginning) return;
-    const std::optional<DATE> alarm =
-        SecondsToVariantTime(*beginning - int64_t{*item_.reminderMinutes} * 60);
-    if (alarm) WriteMoment("AALARM", *alarm);
+    reminder_ = ReminderText();
+    if (!reminder_.empty() && std::ranges::none_of(item_.fields.extras, LacksAlarmTime)) {
+      Plain("AALARM", std::exchange(reminder_, {}));
+    }
   }
 
   void WriteRecurrence() {
     if (item_.isRecurring) {
-      const std::string rule = RuleText(item_.recurrence, WallClock().FromUtc(Beginning()));
+      const std::string rule = RuleText(item_.recurrence, LocalBeginning(), item_.allDay);
       if (!rule.empty()) Plain("RRULE", rule);
     }
     WriteUid("X-PARENT-UID", item_.parentRecurUid);
@@ -114,28 +147,49 @@ class CalendarWriter {
   // A property that the item has come to hold itself, and says otherwise now.
   bool IsOutdated(std::string_view name) const {
     if (SameWord(name, "STATUS")) return item_.isTask && item_.status != 0;
-    if (!SameWord(name, "RRULE")) return false;
     const bool isException = !item_.parentRecurUid.empty();
+    if (SameWord(name, "RDATE") || SameWord(name, "EXRULE")) {
+      return !item_.isRecurring && !isException;
+    }
+    if (!SameWord(name, "RRULE")) return false;
     return item_.isRecurring ? item_.recurrence.type != RecurrenceType::None : !isException;
   }
 
+  // The first alarm without a time takes the reminder's; without a reminder none rings.
+  void WriteTimed(const ExtraProperty& extra) {
+    if (reminder_.empty()) return;
+    WriteExtra(writer_, WithAlarmTime(extra, std::exchange(reminder_, {})), kOwn, kLists);
+  }
+
   void WriteExtras() {
+    std::optional<ItemPlace> from;
     for (const ExtraProperty& extra : item_.fields.extras) {
-      const size_t before = writer_.text().size();
-      writer_.Raw(extra.property, extra.value);
-      const std::string_view rendered = writer_.text().substr(before);
-      LineReader reader(rendered);
+      if (extra.property == kBeganName) from = PlaceFrom(extra);
+    }
+    const std::optional<ItemPlace> to = from ? PlaceOf(item_) : std::nullopt;
+    for (const ExtraProperty& extra : item_.fields.extras) {
+      const std::string bytes = BytesOf(extra);
+      LineReader reader(bytes);
       Line line;
-      const bool keep = reader.Next(line) && !IsOutdated(line.name);
+      if (!reader.Next(line) || IsOutdated(line.name) || extra.property == kBeganName) continue;
+      if (LacksAlarmTime(extra)) {
+        WriteTimed(extra);
+        continue;
+      }
+      const bool hasMoved = from && to && Moves(extra);
+      const bool isWritten = hasMoved ? WriteExtra(writer_, Moved(extra, *from, *to), kOwn, kLists)
+                                      : WriteExtra(writer_, extra, kOwn, kLists);
+      if (!isWritten) continue;
       hasRule_ = hasRule_ || SameWord(line.name, "RRULE") || SameWord(line.name, "RDATE") ||
                  SameWord(line.name, "EXRULE");
-      if (!keep || !IsOneProperty(rendered, kOwn)) writer_.Cut(before);
     }
   }
 
+  std::optional<Calendar> settled_;  // of an all-day item
   const Calendar& item_;
   LineWriter writer_;
   bool hasRule_ = false;  // among the extras
+  std::string reminder_;  // that no line has told yet
 };
 
 }  // namespace

@@ -43,7 +43,7 @@ void AppendInOrderOfUse(const LabelFamily& family, std::vector<HiddenLabel>& row
 }  // namespace
 
 bool VCardFields::Read(const VCardProperty& property, const Line& line) {
-  if (line.malformed) return false;
+  if (line.malformed || line.bare) return false;
   switch (property.field) {
     case VCardField::Uid:
       return ReadUid(line);
@@ -94,7 +94,7 @@ bool VCardFields::SplitInto(const Line& line, Surplus surplus, std::span<std::u1
 }
 
 std::optional<std::string_view> VCardFields::TokenOf(const Line& line) {
-  return decoder_.Octets(line, Dialect::Modern);
+  return decoder_.Token(line, dialect_);
 }
 
 bool VCardFields::ReadUid(const Line& line) {
@@ -146,7 +146,7 @@ bool VCardFields::ReadTelephone(const Line& line) {
   if (EqualsIgnoreCase(std::u16string_view(*number).substr(0, kTelScheme.size()), kTelScheme)) {
     number->erase(0, kTelScheme.size());
   }
-  Label label = ReadLabel(kPhoneLabels, line);
+  Label label = ReadLabel(kPhoneLabels, line, dialect_);
   contact_.telephones.push_back({static_cast<PhoneKind>(label.kind), std::move(*number)});
   if (label.hidden) {
     phoneLabels_.push_back(RowOf(kPhoneLabels, std::move(label), contact_.telephones.back().value));
@@ -157,7 +157,7 @@ bool VCardFields::ReadTelephone(const Line& line) {
 bool VCardFields::ReadMail(const Line& line) {
   auto address = TextOf(line);
   if (!address || IsFull(contact_.mails)) return false;
-  Label label = ReadLabel(kMailLabels, line);
+  Label label = ReadLabel(kMailLabels, line, dialect_);
   contact_.mails.push_back({static_cast<MailKind>(label.kind), std::move(*address)});
   KeepMailLabel(std::move(label));
   return true;
@@ -177,8 +177,11 @@ void VCardFields::KeepMailLabel(Label label) {
 bool VCardFields::ReadWeb(const Line& line) {
   auto address = TextOf(line);
   if (!address || IsFull(contact_.webAddresses)) return false;
-  const Label label = ReadLabel(kWebLabels, line);
+  Label label = ReadLabel(kWebLabels, line, dialect_);
   contact_.webAddresses.push_back({static_cast<PlaceKind>(label.kind), std::move(*address)});
+  if (label.hidden) {
+    webLabels_.push_back(RowOf(kWebLabels, std::move(label), contact_.webAddresses.back().value));
+  }
   return true;
 }
 
@@ -187,7 +190,7 @@ bool VCardFields::ReadAddress(const Line& line) {
   if (IsFull(contact_.addresses) || !SplitInto(line, Surplus::JoinTrimmed, address.parts)) {
     return false;
   }
-  Label label = ReadLabel(kAddressLabels, line);
+  Label label = ReadLabel(kAddressLabels, line, dialect_);
   address.kind = static_cast<PlaceKind>(label.kind);
   if (label.hidden) {
     addressLabels_.push_back(RowOf(kAddressLabels, std::move(label),
@@ -200,7 +203,7 @@ bool VCardFields::ReadAddress(const Line& line) {
 bool VCardFields::ReadOrganisation(const Line& line) {
   std::array<std::u16string, 2> parts;
   if (IsFull(contact_.organisations) || !SplitInto(line, Surplus::Join, parts)) return false;
-  Label label = ReadLabel(kOrganisationLabels, line);
+  Label label = ReadLabel(kOrganisationLabels, line, dialect_);
   contact_.organisations.push_back(
       {static_cast<OrganisationKind>(label.kind), std::move(parts[0]), std::move(parts[1])});
   if (label.hidden) {
@@ -222,7 +225,7 @@ bool VCardFields::ReadMessenger(const Line& line, const VCardProperty& property)
   if (!address || IsFull(contact_.messengers)) return false;
   int32_t kind = property.kind;
   if (property.foreign && kind == 0) kind = TakeMessengerScheme(*address);
-  Label label = ReadLabel(kMessengerLabels, line, kind);
+  Label label = ReadLabel(kMessengerLabels, line, dialect_, kind);
   contact_.messengers.push_back({static_cast<MessengerKind>(label.kind), std::move(*address)});
   if (label.hidden) {
     messengerLabels_.push_back(
@@ -308,6 +311,11 @@ Contact VCardFields::Take() {
   AppendInOrderOfUse(kOrganisationLabels, organisationLabels_, contact_.organisations, name,
                      hidden);
   AppendInOrderOfUse(kMessengerLabels, messengerLabels_, contact_.messengers, value, hidden);
+  std::vector<HiddenLabel> web;
+  AppendInOrderOfUse(kWebLabels, webLabels_, contact_.webAddresses, value, web);
+  std::vector<ExtraProperty>& extras = contact_.fields.extras;
+  extras.insert(extras.begin(), web.size(), {});
+  std::transform(web.begin(), web.end(), extras.begin(), WebLabelExtra);
   return std::move(contact_);
 }
 

@@ -15,12 +15,11 @@ namespace qv {
 
 // A field that holds one value keeps the first that is not empty.
 //
-// What is an extra must not depend on the dialect: a card is written back in the old one, extras
-// as they stood, and must read the same. Dates, pictures and URIs are therefore unfolded in one
-// way only.
+// What is an extra must not depend on the dialect: a card is written back in the old one and must
+// read the same. Dates, pictures and URIs are therefore tokens, which come out alike in both.
 class VCardFields {
  public:
-  // From a VERSION on; the old one before it.
+  // Of the whole card; the old one without a call.
   void SetDialect(Dialect dialect) { dialect_ = dialect; }
   // Takes a property into the contact; false when it has no place there, so that it is an extra.
   bool Read(const VCardProperty& property, const Line& line);
@@ -58,6 +57,7 @@ class VCardFields {
   Contact contact_;
   std::vector<HiddenLabel> phoneLabels_;
   std::vector<HiddenLabel> mailLabels_;  // empty, or one per address
+  std::vector<HiddenLabel> webLabels_;
   std::vector<HiddenLabel> addressLabels_;
   std::vector<HiddenLabel> organisationLabels_;
   std::vector<HiddenLabel> messengerLabels_;

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "support/text.h"
+#include "support/vobject/old_grammar.h"
 #include "support/vobject/raw_text.h"
 
 namespace qv {
@@ -121,13 +122,18 @@ void TakeWord(const LabelFamily& family, std::string_view word, Words& words) {
   words.custom |= word.size() > 2 && SameWord(word.substr(0, 2), "X-");
 }
 
-Words ReadWords(const LabelFamily& family, std::string_view parameters) {
+Words ReadWords(const LabelFamily& family, std::string_view parameters,
+                Dialect dialect = Dialect::Old) {
   Words words;
   ParameterReader reader(parameters);
   for (Parameter parameter; reader.Next(parameter);) {
     if (IsTransport(parameter)) continue;
     if (!words.kept.empty()) words.kept += ';';
-    words.kept += parameter.raw;
+    if (dialect == Dialect::Modern) {
+      words.kept += OldParameter(parameter);
+    } else {
+      words.kept += parameter.raw;
+    }
     if (parameter.name.empty() || SameWord(parameter.name, "TYPE")) {
       std::string_view list = parameter.value;
       for (std::string_view word; NextWord(list, word);) TakeWord(family, word, words);
@@ -186,7 +192,7 @@ constinit const LabelFamily kMailLabels = {"EMAIL",          u"EMAIL",
                                            u"X-EMAILCUSTOM", kMailWords,
                                            kMailRows,        static_cast<int32_t>(MailKind::Other)};
 constinit const LabelFamily kWebLabels = {
-    "URL", u"", u"", kPlaceWords, kPlaceRows, static_cast<int32_t>(PlaceKind::Other)};
+    "URL", u"URL", u"URL", kPlaceWords, kPlaceRows, static_cast<int32_t>(PlaceKind::Other)};
 constinit const LabelFamily kAddressLabels = {
     "ADR", u"ADR", u"ADR", kPlaceWords, kPlaceRows, static_cast<int32_t>(PlaceKind::Other)};
 constinit const LabelFamily kOrganisationLabels = {"ORG",
@@ -205,9 +211,9 @@ const KindRow& LabelFamily::RowOf(int32_t kind) const {
   return row == rows.end() ? rows.back() : *row;
 }
 
-Label ReadLabel(const LabelFamily& family, const Line& line, int32_t impliedKind) {
+Label ReadLabel(const LabelFamily& family, const Line& line, Dialect dialect, int32_t impliedKind) {
   Words words;
-  if (!line.parameters.empty()) words = ReadWords(family, line.parameters);
+  if (!line.parameters.empty()) words = ReadWords(family, line.parameters, dialect);
   // What the name said must be said by a word once the property is written under its own name.
   if (impliedKind != 0) {
     const KindRow& implied = family.RowOf(impliedKind);
@@ -254,6 +260,18 @@ void BeginLabelled(LineWriter& writer, const LabelFamily& family, int32_t kind,
   if (rest.empty()) return;
   writer.Append(";");
   writer.Append(rest);
+}
+
+ExtraProperty WebLabelExtra(const HiddenLabel& row) {
+  ExtraProperty extra{row.property + u";" + row.extended, row.value};
+  extra.label = true;
+  return extra;
+}
+
+HiddenLabel WebLabelOf(const ExtraProperty& extra) {
+  const size_t end = std::min(extra.property.find(u';'), extra.property.size());
+  return {extra.property.substr(0, end), extra.value,
+          extra.property.substr(std::min(end + 1, extra.property.size())), false};
 }
 
 bool IsOf(const LabelFamily& family, const HiddenLabel& row) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "items/contact.h"
+#include "support/vobject/dialect.h"
 #include "support/vobject/encode.h"
 #include "support/vobject/lines.h"
 
@@ -48,15 +49,17 @@ extern const LabelFamily kMessengerLabels;
 // What the parameters of one property say.
 struct Label {
   int32_t kind = 0;
-  // The kind's own words say less. `extended` is then the parameters as they stood without those
-  // of transport, a group before the name in front as GROUP=name.
+  // The kind's own words say less. `extended` is then the parameters as they stood, those of a
+  // modern text in the old spelling, without those of transport, a group before the name in front
+  // as GROUP=name.
   bool hidden = false;
   bool custom = false;  // one of the words is a label of the user's own
   std::u16string extended;
 };
 
 // `impliedKind` is a kind that the property's name or value says already, 0 for none.
-Label ReadLabel(const LabelFamily& family, const Line& line, int32_t impliedKind = 0);
+Label ReadLabel(const LabelFamily& family, const Line& line, Dialect dialect,
+                int32_t impliedKind = 0);
 
 // Begins the line of a property: with the hidden label where it is one of this kind, else (also for
 // a null label) with the kind's own words.
@@ -80,6 +83,10 @@ class ValueLabels {
   };
   std::vector<Entry> entries_;  // by kind, value and order of the rows
 };
+
+// The label of a web address, which has no hidden rows, as an extra, and back.
+ExtraProperty WebLabelExtra(const HiddenLabel& row);
+HiddenLabel WebLabelOf(const ExtraProperty& extra);
 
 // Is this row one of the family?
 bool IsOf(const LabelFamily& family, const HiddenLabel& row);

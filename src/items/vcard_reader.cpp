@@ -1,14 +1,16 @@
+#include "items/extra.h"
 #include "items/kinds.h"
 #include "items/nesting.h"
 #include "items/vcard.h"
 #include "items/vcard_fields.h"
+#include "items/version.h"
 #include "support/vobject/marked_text.h"
-#include "support/vobject/raw_text.h"
 
 namespace qv {
 namespace {
 
 constexpr std::string_view kOwn = "VCARD";
+constexpr std::string_view kModernVersions = "34";
 
 // Finds one card and walks its properties: fields go to the contact, the rest becomes extras.
 class CardReader {
@@ -23,10 +25,10 @@ class CardReader {
   bool FindBegin();
   void ReadProperty(const Line& line);
   void ReadEnvelope(const Line& line);
-  void ReadVersion(const Line& line);
-  void KeepExtra(std::string_view header, std::string_view value);
+  void KeepExtra(ExtraProperty extra);
 
   LineReader reader_;
+  Dialect dialect_ = Dialect::Old;
   VCardFields fields_;
   bool ended_ = false;
   bool overfull_ = false;
@@ -34,6 +36,8 @@ class CardReader {
 
 bool CardReader::Read() {
   if (!FindBegin()) return false;
+  dialect_ = DialectAhead(reader_, kOwn, kModernVersions);
+  fields_.SetDialect(dialect_);
   for (Line line; !ended_ && !overfull_ && reader_.Next(line);) ReadProperty(line);
   return ended_ && !overfull_;
 }
@@ -53,13 +57,12 @@ void CardReader::ReadProperty(const Line& line) {
     case VCardField::End:
       return ReadEnvelope(line);
     case VCardField::Version:
-      return ReadVersion(line);
     case VCardField::Producer:
       return;
     case VCardField::None:
-      return KeepExtra(line.header, line.value);
+      return KeepExtra(ExtraOf(line, dialect_));
     default:
-      if (!fields_.Read(*property, line)) KeepExtra(line.header, line.value);
+      if (!fields_.Read(*property, line)) KeepExtra(ExtraOf(line, dialect_));
   }
 }
 
@@ -69,23 +72,19 @@ void CardReader::ReadEnvelope(const Line& line) {
       ended_ = true;
       return;
     case Envelope::BeginOwn:
-    case Envelope::BeginOther:
+    case Envelope::BeginOther: {
       // A component inside the card is one extra, from its BEGIN to the end of its END.
-      return KeepExtra(line.header, ReadNested(reader_, line, kOwn, ended_));
+      const std::string_view header = line.header;
+      return KeepExtra(ExtraOf(header, ReadNested(reader_, line, kOwn, ended_), dialect_));
+    }
     default:
-      return KeepExtra(line.header, line.value);
+      return KeepExtra(ExtraOf(line, dialect_));
   }
 }
 
-void CardReader::KeepExtra(std::string_view header, std::string_view value) {
+void CardReader::KeepExtra(ExtraProperty extra) {
   overfull_ = fields_.extras().size() >= kMaxExtras;
-  if (!overfull_) fields_.extras().push_back({TextFromRaw(header), TextFromRaw(value)});
-}
-
-void CardReader::ReadVersion(const Line& line) {
-  const std::string_view version = Trimmed(line.value);
-  const bool modern = version.starts_with('3') || version.starts_with('4');
-  fields_.SetDialect(modern ? Dialect::Modern : Dialect::Old);
+  if (!overfull_) fields_.extras().push_back(std::move(extra));
 }
 
 std::optional<Contact> ReadFirstCard(std::string_view text) {

@@ -1,7 +1,7 @@
 #include <array>
 
+#include "items/extra.h"
 #include "items/moment_text.h"
-#include "items/nesting.h"
 #include "items/uid_text.h"
 #include "items/vcard.h"
 #include "items/vcard_labels.h"
@@ -127,8 +127,14 @@ void CardWriter::WriteMails() {
 }
 
 void CardWriter::WriteWebAddresses() {
+  std::vector<HiddenLabel> rows;
+  for (const ExtraProperty& extra : contact_.fields.extras) {
+    if (extra.label) rows.push_back(WebLabelOf(extra));
+  }
+  ValueLabels labels(kWebLabels, rows);
   for (const WebAddress& address : contact_.webAddresses) {
-    BeginLabelled(writer_, kWebLabels, Number(address.kind), nullptr);
+    const int32_t kind = Number(address.kind);
+    BeginLabelled(writer_, kWebLabels, kind, labels.Take(kind, address.value));
     writer_.Text(address.value);
   }
 }
@@ -198,9 +204,7 @@ void CardWriter::WritePhoto() {
 
 void CardWriter::WriteExtras() {
   for (const ExtraProperty& extra : contact_.fields.extras) {
-    const size_t before = writer_.text().size();
-    writer_.Raw(extra.property, extra.value);
-    if (!IsOneProperty(writer_.text().substr(before), "VCARD")) writer_.Cut(before);
+    WriteExtra(writer_, extra, "VCARD");
   }
 }
 

@@ -1,5 +1,6 @@
 #include "pim/calendar_content.h"
 
+#include "items/calendar_days.h"
 #include "pim/content_form.h"
 
 namespace qv {
@@ -51,11 +52,17 @@ constexpr auto kFields = [](auto& pack, auto& item) {
 }  // namespace
 
 std::string PackCalendar(const CalendarContent& calendar) {
-  return Pack(calendar, kFields);
+  if (!calendar.allDay) return Pack(calendar, kFields);
+  CalendarContent days = calendar;
+  SettleDays(days);
+  return Pack(days, kFields);
 }
 
 std::optional<CalendarContent> UnpackCalendar(std::string_view bytes, std::string& why) {
-  return Unpack<CalendarContent>(bytes, kFields, "appointment or task", why);
+  auto calendar = Unpack<CalendarContent>(bytes, kFields, "appointment or task", why);
+  // Earlier versions stored the moments at which its days began where the item was made.
+  if (calendar) SettleDays(*calendar);
+  return calendar;
 }
 
 }  // namespace qv

@@ -16,11 +16,13 @@ bool PackContactItem(IUnknown* item, PackedItem& packed) {
   return true;
 }
 
+// The key text of an appointment is made when it is asked for, and that of a task compared by
+// nobody.
 template <bool isTask>
 bool PackCalendarItem(IUnknown* item, PackedItem& packed) {
   const Calendar* calendar = CalendarOf(item);
   if (calendar == nullptr || calendar->isTask != isTask) return false;
-  packed = {PackCalendar(*calendar), MakeCalendarKey(*calendar), calendar->subject};
+  packed = {PackCalendar(*calendar), {}, calendar->subject};
   return true;
 }
 
@@ -59,7 +61,7 @@ constexpr ItemKind kKinds[] = {
     {olContact, "contact", u"Contacts", PackContactItem, nullptr, kUnpackContact},
     {olAppointment, "appointment", u"Calendar", PackCalendarItem<false>, CalendarKeyNow,
      kUnpackCalendar},
-    {olTask, "task", u"Tasks", PackCalendarItem<true>, CalendarKeyNow, kUnpackCalendar},
+    {olTask, "task", u"Tasks", PackCalendarItem<true>, nullptr, kUnpackCalendar},
     {olNote, "note", u"Notes", PackNoteItem, nullptr, kUnpackNote},
 };
 

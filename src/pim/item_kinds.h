@@ -11,9 +11,9 @@ namespace qv {
 
 // What is stored of one item.
 struct PackedItem {
-  std::string content;  // the same bytes for the same content
-  std::u16string keyText;
-  std::u16string name;  // for a person
+  std::string content;     // the same bytes for the same content
+  std::u16string keyText;  // empty where none is compared, or where `keyNow` makes it
+  std::u16string name;     // for a person
 };
 
 struct ItemKind {

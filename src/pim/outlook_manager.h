@@ -9,9 +9,15 @@
 //
 // A changed occurrence of a series of appointments or tasks is a sub-item: an item of its own
 // within the series, with a content and a time of its own and an identifier that extends the
-// series'. It goes when its series goes; changes of either leave the other's time alone. Deleting a
-// sub-item deletes the occurrence: the series' content gets an entry of the kind
-// kDeletedOccurrence, and the sub-item's record stays, marked as deleted.
+// series'. It goes when its series goes. Deleting a sub-item deletes the occurrence: the series'
+// content gets an entry of the kind kDeletedOccurrence, and the sub-item's record stays, marked as
+// deleted.
+//
+// Other changes of a sub-item leave its series' time alone, and the series' theirs. By its time an
+// item is known as changed, sent to the phone, and newer or older than the phone's: stamped along
+// with a neighbour, an item that nobody touched would win over the phone's later edit of it. The
+// stores bring the status rows of such neighbours up to date all the same, as for a PC side that
+// does stamp them.
 #pragma once
 
 #include <memory>

@@ -1,4 +1,9 @@
-// The four exports of a component server.
+// What the module exports (module.map): the four functions of a component server, and four for the
+// texts that cross its edge, so that a host needs nothing of ours to make and free them.
+#include <new>
+#include <string_view>
+
+#include "platform/com/bstr.h"
 #include "platform/com/class_factory.h"
 #include "platform/com/status_error.h"
 #include "stores/module.h"
@@ -26,4 +31,30 @@ QV_EXPORT qv::HRESULT DllRegisterServer() {
 }
 QV_EXPORT qv::HRESULT DllUnregisterServer() {
   return qv::S_OK;
+}
+
+// A copy of `length` characters, or of those before the first NUL. Null for null, and when there is
+// no memory.
+QV_EXPORT qv::BSTR SysAllocStringLen(const char16_t* text, uint32_t length) {
+  try {
+    return text == nullptr ? nullptr : qv::SysAllocString({text, length});
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+QV_EXPORT qv::BSTR SysAllocString(const char16_t* text) {
+  if (text == nullptr) return nullptr;
+  try {
+    return qv::SysAllocString(text);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+// In characters; 0 for null.
+QV_EXPORT uint32_t SysStringLen(const char16_t* text) {
+  return qv::SysStringLen(text);
+}
+// Null is allowed.
+QV_EXPORT void SysFreeString(qv::BSTR text) {
+  qv::SysFreeString(text);
 }

@@ -113,6 +113,17 @@ void PathMap::Forget(std::u16string_view uid) {
   lastFound_ = cache_.end();
 }
 
+// The paths from `first` on and before `end`.
+void PathMap::ForgetRange(std::u16string_view first, std::u16string_view end,
+                          const std::function<bool(std::u16string_view uid)>& isKept) {
+  std::vector<std::u16string> gone;
+  for (auto place = cache_.lower_bound(std::u16string(first));
+       place != cache_.end() && place->first < end; ++place) {
+    if (!isKept(place->second)) gone.push_back(place->second);
+  }
+  for (const std::u16string& uid : gone) Forget(uid);
+}
+
 // A walk asks for path after path in the order that they stand in here.
 PathMap::Cache::iterator PathMap::Find(std::u16string_view path) {
   auto place = lastFound_ == cache_.end() ? cache_.begin() : std::next(lastFound_);
@@ -229,9 +240,28 @@ HRESULT PathMap::WriteObjUid(std::u16string_view uid, std::u16string_view objUid
 
 HRESULT PathMap::SetPath(std::u16string_view uid, std::u16string_view path) noexcept {
   return Guarded([&] {
+    Check(session_.Run(Concat({u"DELETE FROM ", kTable, u" WHERE filefolderpath='",
+                               QuoteSqlText(path), u"' AND bookmark_id<>'", uid, u"'"})));
+    ForgetRange(path, Concat({path, std::u16string_view(u"\0", 1)}),
+                [&](std::u16string_view known) { return known == uid; });
     return session_.Run(Concat({u"UPDATE ", kTable, u" SET  filefolderpath='", QuoteSqlText(path),
                                 u"'", RowCondition(uid)}));
   });
+}
+
+// The row of the path and those below it; nobody of `moving` is there yet.
+HRESULT PathMap::DeleteBelow(std::u16string_view path, const Cache& moving) {
+  // "]" is the sign behind "\\".
+  const std::u16string first = Concat({path, u"\\"});
+  const std::u16string end = Concat({path, u"]"});
+  const std::u16string quoted = QuoteSqlText(path);
+  Check(session_.Run(
+      Concat({u"DELETE FROM ", kTable, u" WHERE filefolderpath='", quoted,
+              u"' OR (filefolderpath>='", quoted, u"\\' AND filefolderpath<'", quoted, u"]')"})));
+  const auto isKept = [&](std::u16string_view uid) { return moving.contains(std::u16string(uid)); };
+  ForgetRange(path, Concat({path, std::u16string_view(u"\0", 1)}), isKept);
+  ForgetRange(first, end, isKept);
+  return S_OK;
 }
 
 HRESULT PathMap::Rewrite(std::span<const std::u16string> uids, std::u16string_view oldPath,
@@ -247,6 +277,7 @@ HRESULT PathMap::Rewrite(std::span<const std::u16string> uids, std::u16string_vi
       while (rows.Next()) paths.insert_or_assign(rows.Text(kId), rows.Text(kPath));
     }
     if (paths.empty()) return S_OK;
+    if (oldPath != newPath) Check(DeleteBelow(newPath, paths));
     std::u16string statement =
         Concat({u"UPDATE ", kTable, u" SET filefolderpath = CASE bookmark_id"});
     std::u16string ids;

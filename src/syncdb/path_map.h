@@ -9,6 +9,7 @@
 // status and never throw.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <span>
 #include <string>
@@ -65,9 +66,12 @@ class PathMap {
   HRESULT ReadObjUid(std::u16string_view uid, std::u16string& objUid) noexcept;
   HRESULT WriteObjUid(std::u16string_view uid, std::u16string_view objUid) noexcept;
 
+  // What another row says of that path is of something that has gone: it goes too, or the next
+  // look at the tree would take its number for this one's.
   HRESULT SetPath(std::u16string_view uid, std::u16string_view path) noexcept;
   // In the rows of these identifiers every occurrence of the old path becomes the new one, in one
-  // statement. Identifiers without a row count for nothing.
+  // statement. Identifiers without a row count for nothing. The rows that stand at the new path and
+  // below it go before, as with `SetPath`.
   HRESULT Rewrite(std::span<const std::u16string> uids, std::u16string_view oldPath,
                   std::u16string_view newPath) noexcept;
 
@@ -78,6 +82,9 @@ class PathMap {
 
  private:
   HRESULT Insert(std::u16string_view path, std::u16string& uid);
+  HRESULT DeleteBelow(std::u16string_view path, const Cache& moving);
+  void ForgetRange(std::u16string_view first, std::u16string_view end,
+                   const std::function<bool(std::u16string_view uid)>& isKept);
   Cache::iterator Find(std::u16string_view path);
   Cache::iterator Remember(Cache::iterator near, std::u16string path, std::u16string uid);
   void Forget(std::u16string_view uid);

@@ -1,5 +1,6 @@
 #include "syncdb/side_tables.h"
 
+#include "items/extra.h"
 #include "items/kinds.h"
 #include "platform/com/status_error.h"
 #include "support/text.h"
@@ -55,7 +56,8 @@ bool KeepAddress(HiddenWalk& walk, HiddenLabel& label) {
   auto& addresses = walk.contact.addresses;
   const auto index = static_cast<size_t>(position);
   if (index < addresses.size() && addresses[index]) return true;
-  if (!label.isCustom || index >= kMaxListEntries) return false;
+  if (!label.isCustom) return false;
+  if (index >= kMaxAddressPositions) return true;  // the label waits for its address
   if (index >= addresses.size()) addresses.resize(index + 1);
   addresses[index].emplace();
   return true;
@@ -107,7 +109,7 @@ HRESULT SideTables::WriteExtras(std::u16string_view id, const std::vector<ExtraP
       if (extra.property.empty()) continue;
       Check(session_.Run(
           Concat({InsertHead(kExtraTable, u"property,value", id), u"','",
-                  QuoteSqlText(extra.property), u"','", QuoteSqlText(extra.value), u"')"})));
+                  QuoteSqlText(MarkedProperty(extra)), u"','", QuoteSqlText(extra.value), u"')"})));
     }
     return S_OK;
   });
@@ -154,7 +156,7 @@ HRESULT SideTables::ReadExtras(std::u16string_view id,
     const HRESULT status = rows.Query(session_, Concat({u"SELECT property,value FROM ", kExtraTable,
                                                         RowKey(session_, type_, id)}));
     if (Failed(status)) return status;
-    while (rows.Next()) extras.push_back({rows.Text(kProperty), rows.Text(kValue)});
+    while (rows.Next()) extras.push_back(ExtraFromMarked(rows.Text(kProperty), rows.Text(kValue)));
     return S_OK;
   });
 }

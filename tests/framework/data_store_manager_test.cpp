@@ -177,6 +177,9 @@ TEST_F(Manager, KeepsItsFailuresApartAndTheStoresMadeBefore) {
   journal.initializeResult = E_NOTIMPL;
   EXPECT_EQ(manager->Initialize(bag.get()), E_NOTIMPL);
   EXPECT_EQ(journal.alive, 0) << "the store that failed is released";
+  journal.sequence.clear();
+  EXPECT_EQ(manager->Initialize(bag.get()), E_NOTIMPL);
+  EXPECT_EQ(journal.sequence.front(), "EndSession") << "retries do not heap up";
 }
 
 TEST_F(Manager, ANullBagChangesNothing) {

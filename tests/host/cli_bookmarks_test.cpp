@@ -72,6 +72,47 @@ TEST(CliBookmarksTest, TextsAreShownAddedReplacedAndDeleted) {
   EXPECT_EQ(box.Run({"show", "contacts", "--html"}).code, 2);
 }
 
+TEST(CliBookmarksTest, WhatCannotBeShownIsNamedWithTheWayOut) {
+  ProgramFolder box;
+  ASSERT_EQ(box.Run({"init"}).code, 0);
+  const std::string url = "[InternetShortcut]\nURL=http://a/\n";
+  box.files().Put("profile/favorites/Work/What is C++?.url", url);
+  box.files().Put("profile/favorites/Home: 2026/a\n.url", url);
+  box.files().Put("profile/favorites/Work/notes 10:30.txt", "theirs");
+  const Outcome list = box.Run({"list", "bookmarks"});
+  EXPECT_EQ(list.code, 0);
+  EXPECT_THAT(list.err, HasSubstr("note: Work/What is C++?.url is there and takes no part"));
+  EXPECT_THAT(list.err, HasSubstr("note: Home: 2026/ is there and takes no part"));
+  EXPECT_THAT(list.err, HasSubstr("rename it"));
+  EXPECT_THAT(list.err, Not(HasSubstr("notes")));
+  const Outcome refused = box.Run({"delete", "bookmarks", "Work/"});
+  EXPECT_NE(refused.code, 0);
+  EXPECT_THAT(refused.err, HasSubstr("it holds Work/What is C++?.url"));
+  EXPECT_EQ(box.files().Get("profile/favorites/Work/notes 10:30.txt"), "theirs");
+}
+
+TEST(CliBookmarksTest, EqualTitlesOfAPageGoOnWhereTheyEnd) {
+  ProgramFolder box;
+  ASSERT_EQ(box.Run({"init"}).code, 0);
+  const std::string longTitle(251, 'x');
+  const std::string head = "<!DOCTYPE NETSCAPE-Bookmark-file-1>\n<DL><p>\n";
+  std::string page = head;
+  for (const char* url : {"1", "2", "1", "3"}) {
+    for (const std::string& title : {std::string("News"), longTitle}) {
+      page += "<DT><A HREF=\"http://" + std::string(url) + "/\">" + title + "</A>\n";
+    }
+  }
+  const std::string cut(245, 'x');
+  const std::string added = box.Run({"add", "bookmarks", "-"}, page).out;
+  for (const char* name : {"News.url", "News(2).url", "News(3).url"}) {
+    EXPECT_THAT(added, HasSubstr(std::string(name) + "\n"));
+  }
+  EXPECT_THAT(added, HasSubstr(longTitle + ".url\n" + "News(2).url"));
+  EXPECT_THAT(added, HasSubstr(cut + ".url\n"));
+  EXPECT_THAT(added, Not(HasSubstr("(4)")));
+  EXPECT_EQ(box.Run({"add", "bookmarks", "-"}, page).out, "");
+}
+
 TEST(CliBookmarksTest, AFlatDeviceAndWrongFavoritesAreTold) {
   ProgramFolder box;
   ASSERT_EQ(box.Run({"init", "--flat", "--device", "7"}).code, 0);

@@ -1,5 +1,8 @@
 // Files to a phone and back on the command line.
 #include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <csignal>
 
 #include "host/run_program.h"
 
@@ -97,11 +100,55 @@ TEST_F(CliFilesTest, AMappingIsKeptForTheNextFile) {
   EXPECT_EQ(Import({people, next, "--map-file", Path("map.xml"), "--save-map", Path("x")}).code, 2);
   EXPECT_EQ(Import({next, "--map-file", Path("map.xml"), "--save-map", next}).code, 2);
   EXPECT_EQ(*box.files().Get("b.csv"), "who\twhat\nBen\t2\n");
+  const std::string kept = *box.files().Get("map.xml");
+  const std::vector<std::string> third = {Put("c.csv", "who,what\nCid,3\n"),
+                                          "--map-file",
+                                          Path("map.xml"),
+                                          "--map",
+                                          "what=",
+                                          "--save-map",
+                                          Path("map.xml")};
+  const Outcome refused = Import(third);
+  EXPECT_EQ(refused.code, 2);
+  EXPECT_THAT(refused.err, HasSubstr("--replace-map"));
+  EXPECT_THAT(TextsIn("phone/contacts"), Not(HasSubstr("Cid")))
+      << "refused before anything is done";
+  EXPECT_EQ(*box.files().Get("map.xml"), kept);
+  std::vector<std::string> replacing = third;
+  replacing.push_back("--replace-map");
+  EXPECT_EQ(Import(replacing).code, 0);
+  EXPECT_NE(*box.files().Get("map.xml"), kept);
+  EXPECT_EQ(Import({next, "--replace-map"}).code, 2);
   EXPECT_EQ(Import({Put("a.vcf", Card("A")), "--map", "bogus"}).code, 2);
   EXPECT_EQ(Import({next, "--map-file", Path("map.xml"), "--save-map", Path("none/x")}).code, 5);
   box.Run({"import", "-d", Path("gone"), next, "--map-file", Path("map.xml"), "--save-map",
            Path("kept.xml")});
   EXPECT_FALSE(std::filesystem::exists(Path("kept.xml"))) << "the phone was refused";
+}
+
+TEST_F(CliFilesTest, AStoppedImportKeepsNoMapping) {
+  constexpr int kAttempts = 5;  // the machine may be faster than the signal, but not always
+  std::string people = "wer,was\n";
+  for (int i = 0; i < 3000; ++i) people += "Name" + std::to_string(i) + ",1\n";
+  Put("many.csv", people);
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const std::string map = Path("map" + std::to_string(attempt));
+    const pid_t child =
+        box.Start({"-p", box.profile, "import", "-d", Path("phone"), Path("many.csv"), "--store",
+                   "contacts", "--map", "wer=GivenName", "--map", "was=Pager", "--save-map", map},
+                  Put("stdin", ""), Path("stdout"));
+    siginfo_t ended{};
+    while (waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == 0 && In("phone/contacts").empty()) {
+      usleep(500);
+    }
+    kill(child, SIGTERM);
+    const int code = box.Finish(child).code;
+    EXPECT_EQ(std::filesystem::exists(map), code == 0) << code;
+    if (code == 4) return;
+    std::filesystem::remove_all(Path("phone/contacts"));
+  }
+  FAIL() << "never quick enough";
 }
 
 TEST_F(CliFilesTest, CardsOfOtherProgramsComeWhole) {
@@ -204,6 +251,40 @@ TEST_F(CliFilesTest, MemosComeAndGo) {
   EXPECT_EQ(In("phone/notes").size(), 2u);
   EXPECT_EQ(Export({"notes"}).code, 0);
   EXPECT_THAT(TextsIn("out"), HasSubstr("\"Milk,\r\nbread\"\r\n"));
+}
+
+TEST_F(CliFilesTest, AnExportCountsWhatIsInItsFiles) {
+  const auto note = [](const std::string& body) {
+    return "BEGIN:VNOTE\r\nVERSION:1.1\r\nBODY:" + body + "\r\nEND:VNOTE\r\n";
+  };
+  Put("phone/contacts/title.vcf", Card("", "TITLE:Boss\r\n"));
+  Put("phone/notes/empty.vnt", note(""));
+  const Outcome none = Export({"contacts", "notes"});
+  EXPECT_EQ(none.code, 1);
+  EXPECT_THAT(none.out, HasSubstr("contacts: nothing to write\n  title.vcf: it has nothing that a "
+                                  "CSV file holds"));
+  EXPECT_THAT(none.out, HasSubstr("notes: nothing to write\n  empty.vnt: it has no text"));
+  EXPECT_TRUE(In("out").empty());
+  Put("phone/contacts/a.vcf", Card("A", "TITLE:Boss\r\n"));
+  Put("phone/contacts/quotes.vcf", Card("B", "NOTE:\"\"\"\r\n"));
+  Put("phone/notes/full.vnt", note("x"));
+  const auto stores = Export({"contacts", "notes", "--json"}).Json()["stores"];
+  const int64_t items[] = {2, 1};
+  for (size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(stores[i]["items"], items[i]);
+    EXPECT_EQ(stores[i]["failed"].size(), 1u);
+    const std::string file = *box.files().Get("out/" + std::string(stores[i]["files"][0]));
+    EXPECT_EQ(std::ranges::count(file, '\n'), items[i] + 1) << "a row each below the headings";
+  }
+  const std::string deep = Path("out") + "/" + std::string(200, 'd') + "/" + std::string(60, 'e');
+  Put("phone/calendar/e.vcs",
+      "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\nDTSTART:20260101T090000Z\r\n"
+      "END:VEVENT\r\nEND:VCALENDAR\r\n");
+  for (const char* format : {"vcf", "vcs"}) {
+    const Outcome far = box.Run({"export", "-d", Path("phone"), "--to", deep, "--format", format});
+    EXPECT_EQ(far.code, 5) << far.out;
+    EXPECT_THAT(far.out, HasSubstr("path is too long"));
+  }
 }
 
 TEST_F(CliFilesTest, WhatCannotBeUsedIsNamedAndTheRestGoesOn) {

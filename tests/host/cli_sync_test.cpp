@@ -34,8 +34,12 @@ TEST(SyncReportTest, JsonHasThePinnedFormAndSaysMoreOnlyWhenThereIsMore) {
   store.phoneWon = 9;
   store.same = 10;
   store.failed.push_back({"phone", "x.vcf", "unreadable"});
-  store.conflicts.push_back({"y.vcf", "pc", "conflicts/y"});
-  store.steps.push_back("phone: delete z.vcf");
+  store.conflicts.push_back({"y.vcf", "pc", "conflicts/y", "Yves"});
+  store.parts.push_back({"pc", "p.vcf", "no field", "Pia"});
+  store.left.push_back({"old/", LeftKind::Folder});
+  store.steps.push_back("phone delete z.vcf (Zoe)");
+  store.actions.push_back({"phone", "delete", "z.vcf", "Zoe"});
+  store.actions.push_back({"", "pair", "q.vcf"});
   store.result = report.result = SyncResult::Partial;
   EXPECT_EQ(SyncReportJson(report, true).dump(),
             R"({"result":"partial","stores":[{"store":"contacts","mode":"slow",)"
@@ -43,8 +47,21 @@ TEST(SyncReportTest, JsonHasThePinnedFormAndSaysMoreOnlyWhenThereIsMore) {
             R"("phone":{"added":4,"replaced":5,"deleted":6},"matched":7,)"
             R"("conflicts":{"pc_won":8,"phone_won":9,"same":10},)"
             R"("failed":[{"side":"phone","item":"x.vcf","reason":"unreadable"}],)"
-            R"("kept":[{"item":"y.vcf","winner":"pc","file":"conflicts/y"}],)"
-            R"("steps":["phone: delete z.vcf"]}],"dry_run":true})");
+            R"("kept":[{"item":"y.vcf","winner":"pc","file":"conflicts/y","name":"Yves"}],)"
+            R"("in_part":[{"side":"pc","item":"p.vcf","reason":"no field","name":"Pia"}],)"
+            R"("left_alone":[{"item":"old/","what":"folder"}],)"
+            R"-("steps":["phone delete z.vcf (Zoe)"],)-"
+            R"("actions":[{"side":"phone","action":"delete","item":"z.vcf","name":"Zoe"},)"
+            R"({"action":"pair","item":"q.vcf"}]}],"dry_run":true})");
+  for (int i = 1; i < 12; ++i) store.left.push_back({"f" + std::to_string(i), LeftKind::File});
+  const std::string text = SyncReportText(report, true);
+  EXPECT_THAT(text, HasSubstr("    y.vcf (Yves): the PC won; the other text lies in conflicts/y\n"
+                              "  failed        1\n    phone x.vcf: unreadable\n"
+                              "  in part       1\n    pc p.vcf (Pia): no field\n"
+                              "  left alone    12\n    old/ (a folder)\n"
+                              "    f1 (another kind of file)\n"));
+  EXPECT_THAT(text, HasSubstr("\n    ... and 2 more (--json names all)\n"
+                              "  phone delete z.vcf (Zoe)\n"));
 }
 
 TEST(SyncReportTest, ResultsHaveTheirExitCodesAndWords) {
@@ -125,6 +142,13 @@ TEST_F(CliSyncTest, NamesWhatFailedAndGoesOn) {
   EXPECT_EQ(PcCount(), 1u);
   const Outcome text = box.Run({"sync", "-d", box.files().File("phone")});
   EXPECT_THAT(text.out, HasSubstr("bad?[2J?.vcf"));
+  // What turns the writing direction, or feigns another line, is harmless in a name too.
+  box.files().Put("phone/contacts/evil.vcf", Card("Evil;Bob",
+                                                  "FN;ENCODING=QUOTED-PRINTABLE;CHARSET=UTF-8:"
+                                                  "Bob=0A=E2=80=AE=D8=9Cfdp\r\n"));
+  const Outcome dry = box.Run({"sync", "-d", box.files().File("phone"), "--dry-run"});
+  EXPECT_THAT(dry.out, HasSubstr("  pc add evil.vcf (Bob ??fdp)\n"));
+  EXPECT_EQ(Sync({"--dry-run"}).Json()["stores"][0]["actions"][0]["name"], "Bob \u202E\u061Cfdp");
 }
 
 TEST_F(CliSyncTest, SafetyStopsEndWithThree) {
@@ -136,6 +160,48 @@ TEST_F(CliSyncTest, SafetyStopsEndWithThree) {
   EXPECT_EQ(gone.Json()["result"], "refused");
   EXPECT_NE(gone.err, "");
   EXPECT_EQ(PcCount(), 1u);
+}
+
+TEST_F(CliSyncTest, APlanNamesWhomItIsAboutOnEitherSide) {
+  box.files().Put("phone/contacts/cleo.vcf", Card("Carter;Cleo"));
+  box.files().Put("phone/contacts/eva.vcf", Card("Meier;Eva"));
+  ASSERT_EQ(Sync().code, 0);
+  for (const auto& item : box.Run({"list", "contacts", "--json"}).Json()) {
+    if (item["name"] == "Cleo Carter") box.Run({"delete", "contacts", item["id"]});
+  }
+  fs::remove(box.files().File("phone/contacts/eva.vcf"));
+  const std::string dora = Lines(box.Run({"add", "contacts", "-"}, Card("Doe;Dora")).out).front();
+  const Outcome plan = box.Run({"sync", "-d", box.files().File("phone"), "--dry-run"});
+  EXPECT_THAT(plan.out, HasSubstr("  phone add " + dora + " (Dora Doe)\n"));
+  EXPECT_THAT(plan.out, HasSubstr("  pc delete eva.vcf (Eva Meier)\n"));
+  EXPECT_THAT(plan.out, HasSubstr("  phone delete cleo.vcf (Cleo Carter)\n"));
+}
+
+TEST_F(CliSyncTest, MassAdditionsAndOtherFormsEndWithThree) {
+  box.files().Put("phone/contacts/eva.vcf", Card("Meier;Eva"));
+  ASSERT_EQ(Sync().code, 0);
+  for (int i = 0; i < 101; ++i) {
+    const std::string name = "N" + std::to_string(1000 + i);
+    box.files().Put("phone/contacts/" + name + ".vcf", Card(name));
+  }
+  const Outcome mass = Sync();
+  EXPECT_EQ(mass.code, 3);
+  EXPECT_THAT(mass.err, HasSubstr("would add 101 contacts to the 1 on the PC (N1000, N1001, N1002 "
+                                  "and 98 more)"));
+  EXPECT_EQ(PcCount(), 1u);
+  EXPECT_EQ(Sync({"--allow-mass-add"}).code, 0);
+  EXPECT_EQ(PcCount(), 102u);
+  const std::string event =
+      "BEGIN:VCALENDAR\r\nVERSION:1.0\r\nBEGIN:VEVENT\r\nSUMMARY:x\r\n"
+      "DTSTART:20260101T100000Z\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
+  box.files().Put("phone/calendar/trip.ics", event);
+  const Outcome form = Sync();
+  EXPECT_EQ(form.code, 3);
+  EXPECT_THAT(form.err, HasSubstr("(trip.ics); appointments would be written beside it as .vcs"));
+  // Nor does an import put its own beside them.
+  const Outcome import =
+      box.Run({"import", "-d", box.files().File("phone"), box.files().Put("day.vcs", event)});
+  EXPECT_EQ(import.code, 3) << import.err;
 }
 
 TEST_F(CliSyncTest, ASecondSyncOfTheProfileIsRefused) {

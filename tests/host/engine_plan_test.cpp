@@ -2,6 +2,7 @@
 
 #include "host/engine/links.h"
 #include "host/engine/plan.h"
+#include "host/engine/report_words.h"
 #include "host/engine/safety.h"
 #include "host/engine/sync.h"
 #include "support/text.h"
@@ -241,6 +242,79 @@ TEST(EnginePlanTest, TheSafetyStopKnowsWorkFromALostSide) {
     EXPECT_NE(stop.find("the PC holds " + std::to_string(row.pc) + " contacts"), stop.npos) << stop;
     EXPECT_NE(stop.find("--allow-mass-delete"), stop.npos) << stop;
   }
+}
+
+TEST(EnginePlanTest, AddingMoreThanASideHoldsAsksFirst) {
+  struct Row {
+    DS_SYNCTYPE mode;
+    bool isFirst;
+    int64_t pc;
+    size_t phone;
+    size_t pcAdds;
+    size_t phoneAdds;
+    const char* stops;  // the side; null for none
+  };
+  constexpr DS_SYNCTYPE kTwoWay = DS_SYNCTYPE_TWO_NORMAL;
+  const Row kRows[] = {
+      {kTwoWay, false, 50, 50, 100, 0, nullptr},
+      {kTwoWay, false, 50, 50, 101, 0, "101 contacts to the 50 on the PC"},
+      {kTwoWay, false, 50, 50, 0, 101, "101 contacts to the 50 on the phone"},
+      {kTwoWay, false, 200, 200, 200, 200, nullptr},
+      {kTwoWay, false, 200, 200, 201, 0, "201 contacts to the 200 on the PC"},
+      {kTwoWay, false, 0, 500, 500, 0, nullptr},
+      {DS_SYNCTYPE_SLOW, true, 50, 500, 500, 0, nullptr},
+      {DS_SYNCTYPE_SLOW, false, 50, 500, 500, 0, "500 contacts to the 50 on the PC"},
+      {DS_SYNCTYPE_ONEFROM_CLIENT, false, 50, 500, 500, 0, "500 contacts to the 50 on the PC"},
+      {DS_SYNCTYPE_REFRESH_CLIENT, false, 50, 500, 500, 0, nullptr},
+  };
+  for (const Row& row : kRows) {
+    Inventory sides;
+    sides.phone.resize(row.phone);
+    sides.pcCount = row.pc;
+    SyncPlan plan;
+    plan.mode = row.mode;
+    plan.pcAdds = static_cast<int64_t>(row.pcAdds);
+    plan.phoneAdds = static_cast<int64_t>(row.phoneAdds);
+    PlanStep step;
+    step.act = Act::PcAdd;
+    plan.steps.assign(row.pcAdds, step);
+    step.act = Act::PhoneAdd;
+    plan.steps.insert(plan.steps.end(), row.phoneAdds, step);
+    SafetyRules rules;
+    rules.isFirst = row.isFirst;
+    int names = 0;
+    rules.nameOf = [&](const PlanStep&) { return "Nr " + std::to_string(++names); };
+    const std::string stop = SafetyStop(plan, sides, "contacts", rules);
+    if (row.stops == nullptr) {
+      EXPECT_EQ(stop, "");
+      continue;
+    }
+    const size_t more = row.pcAdds + row.phoneAdds - 3;
+    EXPECT_EQ(stop, "this would add " + std::string(row.stops) + " (Nr 1, Nr 2, Nr 3 and " +
+                        std::to_string(more) +
+                        " more). Nothing was changed. If this is meant, run the sync again with "
+                        "--allow-mass-add.");
+    rules.allowMassAdd = true;
+    EXPECT_EQ(SafetyStop(plan, sides, "contacts", rules), "");
+  }
+}
+
+TEST(ReportWordsTest, NumbersAndLongNamesDoNotReachAPerson) {
+  for (const HRESULT status : {E_FAIL, E_INVALIDARG, DS_E_BOOKMARK, StatusFromBits(0x80131500u)}) {
+    const std::string words = DatabaseReason().Explain("the PC cannot take it", status);
+    EXPECT_EQ(words.find_first_of("0123456789"), words.npos) << words;
+    EXPECT_EQ(words.find("the PC cannot take it"), 0u);
+    EXPECT_NE(StatusWords(status), "");
+  }
+  const std::tuple<const char*, std::string, std::string> kNames[] = {
+      {"a.vcf", "", "a.vcf"},
+      {"a.vcf", "Ann", "a.vcf (Ann)"},
+      {"News.vbm", "News", "News.vbm"},
+      {"Work/News.vbm", "News", "Work/News.vbm"},
+      {"Work/News(2).vbm", "News", "Work/News(2).vbm (News)"},
+      {"a.vcf", std::string(80, 'x'), "a.vcf (" + std::string(59, 'x') + "\u2026)"},
+  };
+  for (const auto& [item, name, shown] : kNames) EXPECT_EQ(WithName(item, name), shown);
 }
 
 // Sides with so many phone items and PC items, with uids or record numbers where given.

@@ -77,6 +77,38 @@ class EngineSeries : public testing::TestWithParam<const char*> {
   Rig rig{"calendar"};
 };
 
+// Days are the same days wherever the computer is taken: nothing is written for it.
+TEST_P(EngineSeries, AllDayItemsStayWhereTheyAreWhenTheZoneChanges) {
+  const std::string lines = "DTSTART:20240310T000000\r\nDTEND:20240311T000000\r\nX-ALLDAY:1\r\n";
+  rig.PhonePut("a.vcs", test::Event("UID:a\r\nSUMMARY:day\r\n" + lines));
+  // As this program wrote it before, in Berlin.
+  rig.PhonePut("b.vcs", test::Event("UID:b\r\nSUMMARY:old\r\nDTSTART:20240309T230000Z\r\n"
+                                    "DTEND:20240310T230000Z\r\nX-ALLDAY:1\r\n"));
+  rig.PhonePut("c.vcs", test::Event("UID:c\r\nSUMMARY:series\r\n" + lines +
+                                    "RRULE:YM1 3 20300310T235959\r\n"
+                                    "X-RECUR-ENTRY:1;20260310T000000Z\r\n"));
+  rig.PcAdd(test::Event("SUMMARY:here\r\n" + lines));
+  Sync();
+  const auto phone = rig.PhoneFiles();
+  const auto pc = rig.PcItems();
+  ASSERT_EQ(phone.size(), 4u);
+  for (const char* zone :
+       {"NST3:30NDT,M3.2.0,M11.1.0", "<+1245>-12:45<+1345>,M9.5.0/2:45,M4.1.0/3:45",
+        "EET-2EEST,M3.5.0/0,M10.5.0/0", "HST10"}) {
+    SCOPED_TRACE(zone);
+    rig.zone.Set(ParsePosixZone(zone));
+    for (const DS_SYNCTYPE mode : {DS_SYNCTYPE_NONE, DS_SYNCTYPE_SLOW}) {
+      const StoreReport report = Sync(mode);
+      for (const SideCounts& counts : {report.pc, report.phone}) {
+        EXPECT_EQ(counts.added + counts.replaced + counts.deleted, 0);
+      }
+    }
+    EXPECT_EQ(rig.PhoneFiles(), phone);
+    EXPECT_EQ(rig.PcItems(), pc);
+    for (const auto& [id, text] : pc) EXPECT_NE(text.find("DTSTART:20240310T000000"), text.npos);
+  }
+}
+
 TEST_P(EngineSeries, GoFromThePcToThePhoneAndBack) {
   const std::u16string series = rig.PcAdd(Series("standup"));
   const std::u16string moved = rig.PcAddException(series, Exception("moved", kFirst));
@@ -99,7 +131,7 @@ TEST_P(EngineSeries, ComeFromThePhoneInAnyOrder) {
   rig.PhonePut("a-exception.vcs", Exception("moved", kFirst, "e1", "s1"));
   const StoreReport early = rig.Sync();
   ASSERT_EQ(early.failed.size(), 1u) << "its series is unknown";
-  EXPECT_NE(early.failed[0].reason.find("of the series s1"), std::string::npos);
+  EXPECT_NE(early.failed[0].reason.find("of the series s1, which is not there"), std::string::npos);
   EXPECT_EQ(rig.PcItems().size(), 0u);
   EXPECT_NE(PhoneText("moved"), "") << "and it stays where it is";
   rig.PhonePut("b-series.vcs", Series("standup", "s1"));
@@ -107,6 +139,13 @@ TEST_P(EngineSeries, ComeFromThePhoneInAnyOrder) {
   Sync();
   ExpectInStep(3);
   EXPECT_TRUE(IsSubItemId(rig.PcIdOf(Exception("moved", kFirst))));
+  rig.PhonePut("c-exception.vcs", Exception("moved twice", kFirst, "e3", "s1"));
+  const StoreReport twice = rig.Sync();
+  ASSERT_EQ(twice.failed.size(), 1u);
+  EXPECT_NE(twice.failed[0].reason.find("s1, which has another one of the same occurrence"),
+            std::string::npos)
+      << twice.failed[0].reason;
+  EXPECT_EQ(twice.failed[0].name, "moved twice");
 }
 
 TEST_P(EngineSeries, ADeletedExceptionIsADeletedOccurrenceOnBothSides) {

@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <fstream>
 
+#include "host/engine/left_alone.h"
 #include "host/engine_rig.h"
 
 namespace qv {
@@ -219,13 +221,13 @@ TEST(EngineSyncTest, ADryRunChangesNothingAndTellsWhatTheRunDoes) {
   };
   const auto ann = rig.PcAdd(CardText({.name = "Ann"}));
   rig.PhonePut("b.vcf", CardText({.name = "Bob", .uid = "b"}));
-  EXPECT_THAT(first(), ElementsAre("pc add b.vcf", "phone add " + ToUtf8(ann)));
+  EXPECT_THAT(first(), ElementsAre("pc add b.vcf (Bob)", "phone add " + ToUtf8(ann) + " (Ann)"));
   rig.PcEdit(rig.PcIdOf(CardText({.name = "Bob"})), CardText({.name = "Bob", .note = "pc"}));
   rig.PhonePut("b.vcf", CardText({.name = "Bob", .uid = "b", .rev = "20300101T000000Z"}));
   rig.PcDelete(ann);
   const std::vector<std::string> steps = first();
   ASSERT_EQ(steps.size(), 2u);
-  EXPECT_EQ(steps[0], "pc replace b.vcf (conflict: the phone wins)");
+  EXPECT_EQ(steps[0], "pc replace b.vcf (Bob) (conflict: the phone wins)");
   EXPECT_THAT(steps[1], testing::StartsWith("phone delete "));
 }
 
@@ -533,6 +535,127 @@ TEST(EngineSyncTest, AnUnreadableStrangerHoldsBackWhatItMayBe) {
   report = rig.Sync();
   EXPECT_EQ(report.result, SyncResult::Ok);
   EXPECT_EQ(rig.PcItems().size(), 2u);
+}
+
+// None of it may be opened (a pipe would wait for ever), deleted or taken for a deletion.
+TEST(EngineSyncTest, WhatIsNoFileIsAnItemThatCannotBeRead) {
+  Rig rig;
+  const std::string kNames[] = {"Ann", "Bob", "Cleo", "Dora"};
+  for (const std::string& name : kNames) {
+    rig.PhonePut(name + ".vcf", CardText({.name = name, .uid = name}));
+  }
+  ASSERT_EQ(rig.Sync().result, SyncResult::Ok);
+  for (const std::string& name : kNames) rig.PhoneRename(name + ".vcf", name + ".kept");
+  const std::string folder = rig.collection() + "/";
+  ASSERT_EQ(mkfifo((folder + "Ann.vcf").c_str(), 0600), 0);
+  fs::create_symlink("/nowhere/at/all", folder + "Bob.vcf");
+  fs::create_symlink("Cleo.vcf", folder + "Cleo.vcf");
+  fs::create_directory(folder + "Dora.vcf");
+  for (const auto mode : {DS_SYNCTYPE_TWO_NORMAL, DS_SYNCTYPE_SLOW, DS_SYNCTYPE_REFRESH_CLIENT}) {
+    const StoreReport report = rig.Sync(mode);
+    EXPECT_EQ(report.result, SyncResult::Partial) << report.message;
+    EXPECT_EQ(Counts(report), kNothing);
+    ASSERT_EQ(report.failed.size(), 4u);
+    for (size_t i = 0; i < 4; ++i) {
+      EXPECT_EQ(report.failed[i].item, kNames[i] + ".vcf");
+      EXPECT_EQ(report.failed[i].name, kNames[i]) << "the PC has it";
+    }
+    EXPECT_EQ(rig.PcItems().size(), 4u);
+  }
+  PhoneFolder phone(rig.collection(), ".vcf");
+  for (const std::string& name : kNames) {
+    EXPECT_EQ(phone.FreeName(FromUtf8(name)), name + "(2).vcf");
+    fs::remove_all(folder + name + ".vcf");
+    rig.PhoneRename(name + ".kept", name + ".vcf");
+  }
+  ExpectQuiet(rig);
+}
+
+TEST(EngineSyncTest, WhatIsLeftAloneIsToldAndAnotherFormRefuses) {
+  struct Row {
+    const char* store;
+    const char* name;
+    const char* left;  // by which key it is told; null where the sync is refused
+  };
+  const Row kRows[] = {
+      {"contacts", "README.txt", "file"},      {"contacts", "old/ann.vcf", "folder"},
+      {"contacts", ".ann.vcf", "hidden"},      {"contacts", "cards.vcard", nullptr},
+      {"calendar", "trip.ics", nullptr},       {"calendar", "ann.vcf", "file"},
+      {"tasks", "todo.ICS", nullptr},          {"notes", "list.txt", "file"},
+      {"notes", "list.vnote", nullptr},        {"bookmarks", "Work/readme.html", "file"},
+      {"bookmarks", "Work/News.url", nullptr},
+  };
+  for (const Row& row : kRows) {
+    SCOPED_TRACE(std::string(row.store) + " " + row.name);
+    Rig rig(row.store);
+    rig.PhonePut(row.name, "text of another program");
+    // A temporary file of our own, and what every desktop leaves behind.
+    rig.PhonePut(".ann.vcf.tmp", "half");
+    rig.PhonePut(".directory", "[Desktop Entry]");
+    const auto onPhone = [&] {
+      std::map<std::string, std::string> all = AllBytes(rig);
+      std::erase_if(all, [](const auto& file) { return !file.first.starts_with("phone/"); });
+      return all;
+    };
+    const auto before = onPhone();
+    const StoreReport report = rig.Sync();
+    ASSERT_EQ(report.left.size(), 1u);
+    EXPECT_TRUE(std::string(row.name).starts_with(report.left[0].name)) << report.left[0].name;
+    if (row.left != nullptr) {
+      EXPECT_EQ(report.result, SyncResult::Ok) << report.message;
+      EXPECT_STREQ(LeftKey(report.left[0].kind), row.left);
+      continue;
+    }
+    EXPECT_EQ(report.result, SyncResult::Refused);
+    EXPECT_THAT(report.message, HasSubstr(row.name));
+    EXPECT_THAT(report.message, HasSubstr("Nothing was changed. "));
+    EXPECT_EQ(onPhone(), before);
+  }
+}
+
+// "side name: reason" of what stays on one side.
+std::vector<std::string> PartsOf(const StoreReport& report) {
+  std::vector<std::string> lines;
+  for (const PartNote& part : report.parts) {
+    lines.push_back(part.side + " " + part.name + ": " + part.reason);
+  }
+  return lines;
+}
+
+TEST(EngineSyncTest, WhatStaysOnOneSideIsToldWhenTheItemComesAndNotAgain) {
+  Rig rig;
+  SyncOptions dry;
+  dry.dryRun = true;
+  const auto card = [](const char* note, const char* extra) {
+    return CardText({.name = "Ann", .uid = "u1", .note = note, .extra = extra});
+  };
+  const auto isOfBirthday = ElementsAre(testing::StartsWith("pc Ann: its birthday is no whole"));
+  rig.PhonePut("a.vcf", card("", "BDAY:--0412"));
+  rig.PhonePut("b.vcf", CardText({.name = "Bob", .uid = "u2"}));
+  EXPECT_THAT(PartsOf(rig.Sync(DS_SYNCTYPE_NONE, dry)), isOfBirthday);
+  EXPECT_THAT(PartsOf(rig.Sync()), isOfBirthday);
+  rig.PhonePut("a.vcf", card("new", "BDAY:--0412"));
+  EXPECT_THAT(PartsOf(rig.Sync()), IsEmpty());
+  rig.PhonePut("a.vcf", card("newer", "X-PET:cat"));
+  EXPECT_THAT(PartsOf(rig.Sync()), IsEmpty()) << "few programs show that";
+  rig.PhonePut("a.vcf", card("newest", "BDAY:--0413"));
+  EXPECT_THAT(PartsOf(rig.Sync()), isOfBirthday);
+
+  const auto syncOther = [&] {
+    rig.clock.Advance(10);
+    Profile profile(rig.profileFolder());
+    return RunSync(profile, rig.folder.File("other"), {"contacts"}, {}).stores.front();
+  };
+  fs::create_directory(rig.folder.File("other"));
+  const StoreReport first = syncOther();
+  EXPECT_EQ(first.phone.added, 2);
+  EXPECT_THAT(PartsOf(first), ElementsAre(HasSubstr("phone Ann: what it has beyond the PC's own")));
+  EXPECT_THAT(first.parts.at(0).reason, HasSubstr(rig.phoneFolder()));
+  EXPECT_TRUE(fs::exists(rig.folder.File("other/contacts/") + first.parts.at(0).item));
+  rig.PcEdit(rig.PcIdOf(card("newest", "")), card("of the PC", ""));
+  const StoreReport second = syncOther();
+  EXPECT_EQ(second.phone.replaced, 1);
+  EXPECT_THAT(PartsOf(second), IsEmpty());
 }
 
 TEST(EngineSyncTest, JunkDoesNotMakeAnEmptyPhoneLookFull) {

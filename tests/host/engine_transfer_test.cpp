@@ -1,6 +1,8 @@
 // Files to a phone and back: what a failing disk leaves, and that the next run heals it.
 #include <gmock/gmock.h>
 
+#include "host/cli/import_files.h"
+#include "host/engine/sync_database.h"
 #include "host/engine/transfer.h"
 #include "host/engine_rig.h"
 #include "support/vobject/item_files.h"
@@ -187,6 +189,48 @@ TEST_F(TransferTest, AStopEndsAnImportAndTheNextGoesOn) {
   }
   EXPECT_EQ(Import().result, SyncResult::Ok) << "the next run does not stop";
   EXPECT_EQ(rig.PhoneFiles().size(), kCards - 1u);
+}
+
+// The told rule makes no cell the hour before it ends daylight time, and the clocks have ended it.
+TEST(TransferMomentsTest, AnHourThatNoCellCanSayGoesToThePhoneAndBack) {
+  const test::ScopedEnvironment zone("TZ", "Europe/Berlin");
+  Rig rig("calendar");
+  const ScopedService<TimeZone> berlin(TimeZone::Default());
+  const std::string in = rig.folder.Put("in.csv",
+                                        "Subject,Start Date,End Date,Alarm Date\n"
+                                        "x,2026-10-25 03:30,2026-10-25 04:00,2026-10-25 03:15\n");
+  Profile profile(rig.profileFolder());
+  const SyncDatabase database;
+  const GroupTable groups(database.session(), QuoteRule::AsTheyStand);
+  ScratchFolder scratch;
+  const ImportFile file = PrepareImport(in, ImportArguments(), scratch, groups, 1);
+  EXPECT_EQ(file.job.moments.size(), 1u);
+  for (const FieldAccount& field : file.sheet->account.fields) EXPECT_EQ(field.kept, 1);
+  EXPECT_EQ(RunImport(profile, rig.phoneFolder(), {file.job}, {}).jobs.at(0).done, 1);
+  const auto files = rig.PhoneFiles();
+  ASSERT_EQ(files.size(), 1u);
+  for (const char* line :
+       {"DTSTART:20261025T023000Z", "DTEND:20261025T030000Z", "AALARM:20261025T021500Z"}) {
+    EXPECT_THAT(files.begin()->second, HasSubstr(line));
+  }
+  std::filesystem::create_directory(rig.folder.File("out"));
+  FileJob job;
+  job.row = FindFileStore(FileFormat::Csv, "calendar");
+  job.isImport = false;
+  job.folder = rig.folder.ModulePath(u"out");
+  const CellClock clock;
+  const auto mend = [&](size_t, IItemCommon& item) {
+    return MendForCells(clock, *CalendarOf(&item));
+  };
+  const TransferReport out =
+      RunExport(profile, rig.phoneFolder(), {job}, {.nothing = {}, .mend = mend, .look = {}})
+          .jobs.at(0);
+  EXPECT_EQ(out.done, 1);
+  EXPECT_TRUE(out.altered.empty());
+  const std::string cells = *rig.folder.Get("out/" + out.files.at(0));
+  for (const char* cell : {"2026-10-25 03:30", "2026-10-25 04:00", "2026-10-25 03:15"}) {
+    EXPECT_THAT(cells, HasSubstr(cell));
+  }
 }
 
 }  // namespace

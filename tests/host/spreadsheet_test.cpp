@@ -234,7 +234,7 @@ TEST(MappingTest, AKeptMappingComesBack) {
   const Sheet sheet = ReadSheet("Name,Phone 1 - Label,Phone 1 - Value,\xC3\xA4", {});
   const SheetMapping mapping = MapColumns(sheet, "", {"\xC3\xA4=Note"});
   const std::string file = folder.File("map.xml");
-  SaveMapping(mapping, file);
+  SaveMapping(mapping, file, false);
   EXPECT_EQ(Fields(LoadMapping(sheet, "", {}, file)), Fields(mapping));
   EXPECT_EQ(Fields(LoadMapping(sheet, "", {"Name="}, file)), "contacts:,,(by label),Note,");
   EXPECT_THAT(ErrorOf([&] { LoadMapping(ReadSheet("Name", {}), "", {}, file); }),
@@ -252,8 +252,14 @@ TEST(MappingTest, AKeptMappingComesBack) {
   folder.Put("few.xml", "<Msg><Body><Put><C Data='x'/><C/><C/><C/></Put></Body></Msg>");
   EXPECT_THAT(ErrorOf([&] { LoadMapping(sheet, "", {}, folder.File("few.xml")); }),
               HasSubstr("names no fields"));
-  EXPECT_THAT(ErrorOf([&] { SaveMapping(mapping, folder.File("no/map.xml")); }),
-              HasSubstr("unable to open"));
+  EXPECT_THAT(ErrorOf([&] { SaveMapping(mapping, folder.File("no/map.xml"), true); }),
+              HasSubstr("No such file"));
+  EXPECT_THAT(ErrorOf([&] { SaveMapping(mapping, folder.File("bad.xml"), false); }),
+              HasSubstr("--replace-map"));
+  EXPECT_EQ(*folder.Get("bad.xml"), "<Msg>\n<Body>");
+  SaveMapping(mapping, folder.File("bad.xml"), true);
+  EXPECT_EQ(*folder.Get("bad.xml"), *folder.Get("map.xml"));
+  EXPECT_EQ(folder.Names().size(), 4u) << "no half file stays behind";
   EXPECT_THAT(ToUtf8(MappingXml(mapping, u"C:\\a&b.csv")), HasSubstr("Path=\"C:\\a&amp;b.csv\""));
 }
 
@@ -299,7 +305,7 @@ TEST_F(ConversionsTest, DatesOfAnyOrderBecomeOne) {
                 ",0/0/00\n,1-2-49 6:05 pm\n,31.31.2000\n,2003-04-05T10:00\n",
                 "BirthDay"),
       ElementsAre("1980-12-24 00:00", "1980-02-01 00:00", "2003-02-01 00:00", "2003-04-05 00:00",
-                  "soon", "", "1949-02-01 18:05", "31.31.2000", "2003-04-05T10:00"));
+                  "soon", "", "1949-02-01 18:05", "31.31.2000", "2003-04-05 10:00"));
   EXPECT_THAT(Converted("Name,Birthday\n,1/2/2003\n", "BirthDay"), ElementsAre("2003-01-02 00:00"))
       << "the month stands first before a slash";
   EXPECT_THAT(Converted("Subject,Start Date,Start Time\na,12/24/2026,6:00:00 PM\nb,1/2/2026,\n"
@@ -418,6 +424,7 @@ TEST(AccountTest, EveryCellIsKeptChangedOrDropped) {
       "B,1980-04-05 10:30,2,,None,,\nC,soon,3,,,,\n",
       {});
   SheetMapping mapping = MapColumns(sheet, "", {});
+  ConvertCells(sheet, mapping);
   RegisterModuleClasses();
   const SyncSession noDatabase;
   const GroupTable groups(noDatabase, QuoteRule::AsTheyStand);
@@ -447,7 +454,7 @@ TEST(AccountTest, EveryCellIsKeptChangedOrDropped) {
   const StoreKind& store = *FindStoreKind("contacts");
   const auto loses = [&](const std::string& lines) {
     const auto item = ReadItem(store, "BEGIN:VCARD\r\nVERSION:2.1\r\n" + lines + "END:VCARD\r\n");
-    return LosesInCells(*FindSheetKind("contacts"), *item, groups);
+    return LosesInCells(*FindSheetKind("contacts"), *item, groups, CellClock());
   };
   EXPECT_FALSE(loses("N:A;B\r\nFN:C\r\nTEL;HOME:1\r\nTEL;CELL:2\r\nBDAY:19800405\r\nNOTE:x\r\n"));
   EXPECT_TRUE(loses("N:A\r\nTEL;HOME:1\r\nTEL;HOME:2\r\n"));

@@ -2,8 +2,11 @@
 #include "items/vcalendar.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include "items/moment_text.h"
 #include "kit/platform_fakes.h"
+#include "platform/system/named_zones.h"
 #include "platform/system/utf8.h"
 #include "support/date_time.h"
 
@@ -96,7 +99,7 @@ TEST_F(VCalendar, ReadsTheOldDialect) {
 }
 
 TEST_F(VCalendar, KnowsAllDayInEveryForm) {
-  const char* day = "DTSTART:20240330T230000Z\nDTEND:20240331T220000Z\nX-ALLDAY:1";
+  const char* day = "DTSTART:20240331T000000\nDTEND:20240401T000000\nX-ALLDAY:1";
   const Row kOld[] = {
       {"X-ALLDAY:1\nDTSTART:20240331T000000\nDTEND:20240331T235959", day},
       {"X-EVENTTYPE:ALLDAY\nDTSTART:20240331T000000\nDTEND:20240401T000000", day},
@@ -115,7 +118,7 @@ TEST_F(VCalendar, KnowsAllDayInEveryForm) {
       {"DTSTART;VALUE=DATE:20240331\nDTEND;VALUE=DATE:20240401", day},
       {"DTSTART;VALUE=DATE:20240331\nDURATION:P1D", day},
       {"DTSTART;VALUE=DATE:20240331\nDTEND;VALUE=DATE:20240402",
-       "DTSTART:20240330T230000Z\nDTEND:20240401T220000Z\nX-ALLDAY:1"},
+       "DTSTART:20240331T000000\nDTEND:20240402T000000\nX-ALLDAY:1"},
   };
   Expect(kModern, "VEVENT", "2.0");
 }
@@ -166,7 +169,12 @@ TEST_F(VCalendar, ReadsTasks) {
       {"STATUS:7\nPRIORITY:1000000000000", "STATUS:7\nPRIORITY:1000000000000"},
       {"DUE:20240102T100000Z\nAALARM:20240102T094500Z",
        "DUE:20240102T100000Z\nAALARM:20240102T094500Z"},
-      {"DUE;VALUE=DATE:20240102", "DUE:20240101T230000Z\nX-ALLDAY:1"},
+      // A day on which it is due, in every form.
+      {"DUE;VALUE=DATE:20240102", "DUE:20240102T000000\nX-ALLDAY:1"},
+      {"X-ALLDAY:1\nDUE:20240102T000000", "DUE:20240102T000000\nX-ALLDAY:1"},
+      {"X-ALLDAY:1\nDUE:20240102T235959", "DUE:20240102T000000\nX-ALLDAY:1"},
+      {"X-ALLDAY:1\nDUE:20240101T230000Z", "DUE:20240102T000000\nX-ALLDAY:1"},
+      {"X-ALLDAY:1\nDUE:20240102T225959Z", "DUE:20240102T000000\nX-ALLDAY:1"},
   };
   Expect(kRows, "VTODO", "1.0");
 }
@@ -186,6 +194,8 @@ TEST_F(VCalendar, ReadsBothGrammarsOfRules) {
       {"MP2 1- FR #0", "FREQ=MONTHLY;INTERVAL=2;BYDAY=-1FR"},
       {"MP1 3+ TH #0", "FREQ=MONTHLY;BYDAY=TH;BYSETPOS=3"},
       {"MD1 31 #5", "FREQ=MONTHLY;BYMONTHDAY=31;COUNT=5"},
+      {"MD1 LD #0", "FREQ=MONTHLY;BYMONTHDAY=-1"},
+      {"YM1 2 #0 MD1 LD #1", "FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=-1"},
       {"YM1 5 #0", "FREQ=YEARLY"},
       {"YM1 6 #0 MD1 15 #1", "FREQ=YEARLY;BYMONTH=6;BYMONTHDAY=15"},
       {"YM1 11 #0 MP1 4+ TH #1", "FREQ=YEARLY;BYMONTH=11;BYDAY=4TH"},
@@ -256,10 +266,10 @@ TEST_F(VCalendar, LeavesRulesAloneThatTheDaysHereCannotTell) {
     const char* rule;
   };
   for (const Rule& rule :
-       {Rule{"America/New_York:20260511T200000", "\"America/New_York\":FREQ=MONTHLY;BYDAY=2MO"},
-        Rule{"America/New_York:20260531T200000", "\"America/New_York\":FREQ=MONTHLY;BYMONTHDAY=31"},
-        Rule{"Asia/Tokyo:20260520T050000", "\"Asia/Tokyo\":FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,WE"},
-        Rule{"Asia/Tokyo:20260525T050000", "\"Asia/Tokyo\":FREQ=MONTHLY;BYDAY=-1MO"}}) {
+       {Rule{"America/New_York:20260511T200000", "America/New_York:FREQ=MONTHLY;BYDAY=2MO"},
+        Rule{"America/New_York:20260531T200000", "America/New_York:FREQ=MONTHLY;BYMONTHDAY=31"},
+        Rule{"Asia/Tokyo:20260520T050000", "Asia/Tokyo:FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,WE"},
+        Rule{"Asia/Tokyo:20260525T050000", "Asia/Tokyo:FREQ=MONTHLY;BYDAY=-1MO"}}) {
     const std::string text = std::string(rule.rule).substr(std::string(rule.rule).find(':') + 1);
     const std::string in = std::string("DTSTART;TZID=") + rule.start + "\nRRULE:" + text;
     const std::string out = Through(Component("VEVENT", in, "2.0"));
@@ -274,8 +284,8 @@ TEST_F(VCalendar, TellsTimesWithoutAZoneByTheChangeOfTheClocksItself) {
       {"DTSTART:20240305T090000", "DTSTART:20240305T140000Z"},
       {"DTSTART:20240310T013000\nDTEND:20240310T033000",
        "DTSTART:20240310T063000Z\nDTEND:20240310T073000Z"},
-      {"DTSTART:20241103", "DTSTART:20241103T040000Z\nDTEND:20241104T050000Z\nX-ALLDAY:1"},
-      {"DTSTART:20240303", "DTSTART:20240303T050000Z\nDTEND:20240304T050000Z\nX-ALLDAY:1"},
+      {"DTSTART:20241103T000000\nDTEND:20241104T000000",
+       "DTSTART:20241103T040000Z\nDTEND:20241104T050000Z"},
   };
   Expect(kRows, "VEVENT", "1.0");
 }
@@ -289,7 +299,7 @@ TEST_F(VCalendar, KeepsRulesThatTheItemCannotHold) {
                            "FREQ=DAILY;COUNT=99999999999",
                            "FREQ=YEARLY;BYYEARDAY=100",
                            "FREQ=WEEKLY;BYDAY=1MO",
-                           "FREQ=MONTHLY;BYMONTHDAY=-1",
+                           "FREQ=MONTHLY;BYMONTHDAY=-2",
                            "FREQ=MONTHLY;BYMONTHDAY=32",
                            "FREQ=DAILY;UNTIL=never",
                            "nonsense",
@@ -307,9 +317,11 @@ TEST_F(VCalendar, KeepsRulesThatTheItemCannotHold) {
     EXPECT_TRUE(ParseVCalendar(text)->isRecurring) << rule;
   }
   // What adds to a rule makes it more than the numbers say.
-  for (const char* more : {"RDATE:20240601T080000Z", "EXRULE:W1 MO #0", "RRULE:W1 MO #0"}) {
+  for (const char* more : {"EXRULE:W1 MO #0", "RRULE:W1 MO #0"}) {
     const std::string lines = std::string("DTSTART:20240501T080000Z\nRRULE:D1 #0\n") + more;
     EXPECT_EQ(Through(Component("VEVENT", lines, "1.0")), lines);
+    EXPECT_EQ(ParseVCalendar(Component("VEVENT", lines, "1.0"))->recurrence.type,
+              RecurrenceType::None);
   }
 }
 
@@ -372,6 +384,84 @@ TEST_F(VCalendar, ReadsZonesThatTheTextBringsAlong) {
                       zones + "END:VCALENDAR\n"),
               out);
   }
+}
+
+// Real invitations say in the rule at what time the clocks change, and begin their zones in year 1.
+TEST_F(VCalendar, ReadsZonesWhoseRulesNameTheTimeOfDay) {
+  const std::string zones =
+      "BEGIN:VTIMEZONE\nTZID:Office\n"
+      "BEGIN:STANDARD\nDTSTART:00010101T000000\nTZOFFSETFROM:+0200\nTZOFFSETTO:+0100\n"
+      "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=10;BYHOUR=3;BYMINUTE=0\nEND:STANDARD\n"
+      "BEGIN:DAYLIGHT\nDTSTART:00010101T000000\nTZOFFSETFROM:+0100\nTZOFFSETTO:+0200\n"
+      "RRULE:FREQ=YEARLY;BYDAY=-1SU;BYMONTH=3;BYMINUTE=0;BYHOUR=2\nEND:DAYLIGHT\nEND:VTIMEZONE\n";
+  const ZoneRules* berlin = NamedZones::Default().Find("Europe/Berlin");
+  ASSERT_NE(berlin, nullptr);
+  zone.Set({});
+  for (int64_t hour = 0; hour < 8766; ++hour) {
+    const DATE local = DateFromUnixSeconds(1'704'067'200 + hour * 3600);
+    const auto item =
+        ParseVCalendar(Component("VEVENT", "DTSTART;TZID=Office:" + WallText(local), "2.0", zones));
+    ASSERT_EQ(UnixSecondsFromDate(item->start), berlin->LocalToUtc(UnixSecondsFromDate(local)))
+        << WallText(local);
+  }
+}
+
+TEST_F(VCalendar, TellsDaysAndEndsByTheClockOfTheStart) {
+  zone.Set(ParsePosixZone("PST8PDT,M3.2.0,M11.1.0"));
+  const Row kRows[] = {
+      // A day over the change of the clocks is a day, an hour is an hour.
+      {"DTSTART;TZID=Europe/Berlin:20240330T120000\nDURATION:P1D",
+       "DTSTART:20240330T110000Z\nDTEND:20240331T100000Z"},
+      {"DTSTART;TZID=Europe/Berlin:20240330T120000\nDURATION:P1DT1H",
+       "DTSTART:20240330T110000Z\nDTEND:20240331T110000Z"},
+      {"DTSTART;TZID=Europe/Berlin:20240330T120000\nDURATION:PT24H",
+       "DTSTART:20240330T110000Z\nDTEND:20240331T110000Z"},
+      {"DTSTART;TZID=Europe/Berlin:20240501T200000\nRRULE:FREQ=DAILY;UNTIL=20240503\n"
+       "EXDATE;VALUE=DATE:20240502",
+       "DTSTART:20240501T180000Z\nRRULE:D1 20240503T215959Z\nX-RECUR-ENTRY:1;20240502T180000Z"},
+      {"DTSTART;TZID=Europe/Berlin:20240501T200000\nRRULE:FREQ=DAILY;UNTIL=20240503T200000\n"
+       "EXDATE:20240502T200000",
+       "DTSTART:20240501T180000Z\nRRULE:D1 20240503T180000Z\nX-RECUR-ENTRY:1;20240502T180000Z"},
+      // The clocks here have changed already, those there have not: the last one stays.
+      {"DTSTART;TZID=Europe/Berlin:20240304T200000\nRRULE:FREQ=WEEKLY;UNTIL=20240318T190000Z",
+       "DTSTART:20240304T190000Z\nRRULE:W1 MO 20240318T190000Z"},
+      {"DTSTART;TZID=Europe/Berlin:20240226T200000\nRRULE:FREQ=WEEKLY;UNTIL=20241028T190000Z",
+       "DTSTART:20240226T190000Z\nRRULE:W1 MO 20241028T190000Z"},
+  };
+  Expect(kRows, "VEVENT", "2.0");
+}
+
+TEST_F(VCalendar, HoldsWhatTheNumbersCan) {
+  const Row kRows[] = {
+      {"DTSTART:20240506T070000Z\nRRULE:W1 MO 0900 #5", "DTSTART:20240506T070000Z\nRRULE:W1 MO #5"},
+      {"DTSTART:20240506T070000Z\nRRULE:W1 MO 20240506T070000Z #5",
+       "DTSTART:20240506T070000Z\nRRULE:W1 MO #5"},
+      {"DTSTART:20240506T070000Z\nRRULE:W1 MO 20240606T070000Z #5",
+       "DTSTART:20240506T070000Z\nRRULE:W1 MO #5 20240606T070000Z"},
+      {"DTSTART:20240506T070000Z\nRRULE:W1 MO 1000 #5",
+       "DTSTART:20240506T070000Z\nRRULE:W1 MO 1000 #5"},
+      {"DTSTART:20240531T070000Z\nRRULE:MD1 1- #0", "DTSTART:20240531T070000Z\nRRULE:MD1 LD #0"},
+      {"DTSTART:20240501T080000Z\nRRULE:D1 #0\nRDATE:20240601T080000Z",
+       "DTSTART:20240501T080000Z\nRRULE:D1 #0\nRDATE:20240601T080000Z"},
+  };
+  Expect(kRows, "VEVENT", "1.0");
+  EXPECT_EQ(ParseVCalendar(Component("VEVENT", kRows[5].in, "1.0"))->recurrence.type,
+            RecurrenceType::Daily);
+}
+
+// Each value is held once: a list of 6,000 dates once took 600 MB.
+TEST_F(VCalendar, HoldsALongListOfDatesInLittleMemory) {
+  std::string dates = "DTSTART:20000101T080000Z\nRRULE:D1 #0\nEXDATE:20000102T080000Z";
+  for (int i = 0; i < 6'000; ++i) dates += "," + MomentText(36'530 + i + 1.0 / 3);
+  const auto peak = [] {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;  // kilobytes
+  };
+  const long before = peak();
+  const auto item = ParseVCalendar(Component("VEVENT", dates, "1.0"));
+  EXPECT_LT(peak() - before, 50'000);
+  EXPECT_EQ(item->entries.size(), 6'001u);
 }
 
 TEST_F(VCalendar, TellsTheComponentsOfAFileApart) {

@@ -6,8 +6,8 @@
 namespace qv {
 namespace {
 
-Contact Read(const std::string& lines) {
-  return *ParseVCard("BEGIN:VCARD\r\n" + lines + "END:VCARD\r\n");
+Contact Read(const std::string& lines, const std::string& version = "2.1") {
+  return *ParseVCard("BEGIN:VCARD\r\n" + lines + "VERSION:" + version + "\r\nEND:VCARD\r\n");
 }
 
 // Hidden rows as "property|value|extended|custom".
@@ -51,22 +51,25 @@ TEST_P(VCardLabels, GoToHiddenRowsAndBack) {
 
 INSTANTIATE_TEST_SUITE_P(
     Families, VCardLabels,
-    testing::Values(LabelCase{"TEL", "TEL;PREF;CELL;VOICE:1\r\nTEL;CELL:2\r\nTEL;X-boat;PREF:3\r\n",
-                              "TEL|1|PREF;CELL;VOICE|0\nTEL|3|X-boat;PREF|1\n"},
-                    LabelCase{"TEL", "a1.TEL;TYPE=\"x,y\";L=\"p:q;r\":1\r\nb.TEL:2\r\n",
-                              "TEL|1|GROUP=a1;TYPE=\"x,y\";L=\"p:q;r\"|0\nTEL|2|GROUP=b|0\n"},
-                    LabelCase{"TEL", "TEL;L=\xC3\xA9\xE9:1\r\n", "TEL|1|L=\u00E9\uF7E9|0\n"},
-                    LabelCase{"EMAIL",
-                              "EMAIL;INTERNET:a\r\nEMAIL;X-club:b\r\nEMAIL;INTERNET;HOME:c\r\n"
-                              "EMAIL;PREF:d\r\n",
-                              "EMAIL|||0\nX-EMAILCUSTOM|b|X-club|1\nEMAIL|||0\nEMAIL|d|PREF|0\n"},
-                    LabelCase{"ADR",
-                              "ADR;HOME:;;s;;;;\r\nADR;X-hut;HOME:;;t;;;;\r\nADR;DOM:;;u;;;;\r\n",
-                              "ADR|1|X-hut;HOME|1\nADR|2|DOM|0\n"},
-                    LabelCase{"ORG", "ORG;X-club:a;b;c\r\nORG;SORT-AS=z:d\r\n",
-                              "X-ORGCUSTOM|a|X-club|1\nORG|d|SORT-AS=z|0\n"},
-                    LabelCase{"IMPP", "X-IMPP;SKYPE;HOME:a\r\nX-IMPP;X-chat:b\r\n",
-                              "X-IMPP|a|SKYPE;HOME|0\nX-IMPPCUSTOM|b|X-chat|1\n"}));
+    testing::Values(
+        LabelCase{"TEL", "TEL;PREF;CELL;VOICE:1\r\nTEL;CELL:2\r\nTEL;X-boat;PREF:3\r\n",
+                  "TEL|1|PREF;CELL;VOICE|0\nTEL|3|X-boat;PREF|1\n"},
+        LabelCase{"TEL", "a1.TEL;TYPE=\"x,y\";L=\"p:q;r\":1\r\nb.TEL:2\r\n",
+                  "TEL|1|GROUP=a1;TYPE=\"x,y\";L=\"p:q;r\"|0\nTEL|2|GROUP=b|0\n"},
+        LabelCase{"TEL", "TEL;L=\xC3\xA9\xE9:1\r\n", "TEL|1|L=\u00E9\uF7E9|0\n"},
+        LabelCase{"EMAIL",
+                  "EMAIL;INTERNET:a\r\nEMAIL;X-club:b\r\nEMAIL;INTERNET;HOME:c\r\n"
+                  "EMAIL;PREF:d\r\n",
+                  "EMAIL|||0\nX-EMAILCUSTOM|b|X-club|1\nEMAIL|||0\nEMAIL|d|PREF|0\n"},
+        LabelCase{"ADR", "ADR;HOME:;;s;;;;\r\nADR;X-hut;HOME:;;t;;;;\r\nADR;DOM:;;u;;;;\r\n",
+                  "ADR|1|X-hut;HOME|1\nADR|2|DOM|0\n"},
+        LabelCase{"ORG",
+                  "ORG;X-club:a;b;c\r\nORG;SORT-AS=z:d\r\nORG;WORK:A\\; Inc.;R\\;D;Lab\\\\\r\n",
+                  "X-ORGCUSTOM|a|X-club|1\nORG|d|SORT-AS=z|0\n"},
+        LabelCase{"URL",
+                  "i.URL;pref:http://a/;b\r\nURL;X-blog;HOME:c\r\nURL;X=1:c\r\nURL;HOME:c\r\n", ""},
+        LabelCase{"IMPP", "X-IMPP;SKYPE;HOME:a\r\nX-IMPP;X-chat:b\r\n",
+                  "X-IMPP|a|SKYPE;HOME|0\nX-IMPPCUSTOM|b|X-chat|1\n"}));
 
 // A property under a foreign name says its kind by that name; written under our own, by a word.
 TEST(VCardLabelsOfForeignNames, CarryTheKindAsAWord) {
@@ -75,6 +78,15 @@ TEST(VCardLabelsOfForeignNames, CarryTheKindAsAWord) {
             "X-IMPP|a|AOL;TYPE=HOME|0\nX-IMPP|b|GROUP=it;JABBER;PREF=1|0\nX-IMPP|sip:c|HOME|0\n");
   EXPECT_EQ(Written(contact, "IMPP"),
             "X-IMPP;AOL;TYPE=HOME:a\r\nit.X-IMPP;JABBER;PREF=1:b\r\nX-IMPP;HOME:sip:c\r\n");
+}
+
+// A label of a modern card is kept in the spelling of the cards that are written.
+TEST(VCardLabelsOfModernCards, AreSpelledAnew) {
+  const Contact contact =
+      Read("it.TEL;TYPE=\"x,home\";L=\"a:b\";M=\"c\":1\r\nADR;TYPE=x,Dom:\r\n", "4.0");
+  EXPECT_EQ(Rows(contact),
+            "TEL|1|GROUP=it;TYPE=x;TYPE=home;L=\"a:b\";M=c|0\nADR|0|TYPE=x;TYPE=Dom|0\n");
+  EXPECT_EQ(Written(contact, "TEL"), "it.TEL;TYPE=x;TYPE=home;L=\"a:b\";M=c:1\r\n");
 }
 
 TEST(VCardLabelsWritten, OnlyWhereTheValueStillFits) {

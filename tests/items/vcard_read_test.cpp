@@ -118,7 +118,7 @@ TEST(VCardRead, OtherKinds) {
       {"ADR;WORK:;;s", "3 ||s||||", false},
       {"ADR;DOM:", "4 ||||||", true},
       {"ORG;WORK:c;d", "2 c/d", false},
-      {"ORG:c;d;e\\;f", "2 c/d;e;f", false},
+      {"ORG:c;d;e\\;f", "2 c/d;e\\;f", false},
       {"ORG;X-OTHER:c", "3 c/", false},
       {"ORG;X-MINE:c", "2 c/", true},
       {"X-IMPP;GOOGLE_TALK:m", "1 m", false},

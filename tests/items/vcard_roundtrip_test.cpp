@@ -4,6 +4,7 @@
 #include <array>
 #include <random>
 
+#include "items/extra.h"
 #include "items/uid_text.h"
 #include "items/vcard.h"
 #include "support/date_time.h"
@@ -131,13 +132,25 @@ class Generator {
   std::mt19937 random_;
 };
 
+// What extras say, whatever grammar they stand in; the blank line behind one is none of it.
+std::vector<std::string> Said(const std::vector<ExtraProperty>& extras) {
+  std::vector<std::string> lines;
+  for (const ExtraProperty& extra : extras) {
+    LineWriter writer;
+    WriteExtra(writer, extra, "VCARD");
+    std::string& line = lines.emplace_back(writer.Take());
+    while (line.ends_with('\n') || line.ends_with('\r')) line.pop_back();
+  }
+  return lines;
+}
+
 void ExpectSame(const Contact& expected, const Contact& actual) {
   ContactContent content = expected;
   content.groupNames.clear();
   EXPECT_TRUE(content == static_cast<const ContactContent&>(actual));
   EXPECT_EQ(actual.fields.objUid, expected.fields.objUid);
   EXPECT_EQ(actual.fields.objModified, expected.fields.objModified);
-  EXPECT_TRUE(actual.fields.extras == expected.fields.extras);
+  EXPECT_EQ(Said(actual.fields.extras), Said(expected.fields.extras));
   EXPECT_TRUE(actual.hidden == expected.hidden);
 }
 
@@ -182,6 +195,9 @@ TEST(VCardRoundTrip, EveryTextIsStableOnceWritten) {
                                           "EMAIL;X-mine:c",
                                           "EMAIL:",
                                           "URL;HOME:http://a\\;b",
+                                          "i.URL;X-q:c",
+                                          "URL;PREF:c",
+                                          "URL:c",
                                           "ADR;TYPE=work:;;s\\nt;c;;1;d",
                                           "i.ADR;X-hut:;;u",
                                           "ORG:a;b;c",

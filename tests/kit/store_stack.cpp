@@ -1,6 +1,7 @@
 #include "kit/store_stack.h"
 
 #include "framework/class_table.h"
+#include "platform/database/sqlite.h"
 #include "stores/module.h"
 #include "syncdb/status_item.h"
 
@@ -59,6 +60,10 @@ void StoreStack::NextSession() {
   store = Another();
   status = Query<IStatusDB>(store);
   Check(status->Initialize());
+}
+
+void StoreStack::OnPcFile(const char* script) {
+  SqliteDatabase(folder.File("pc/Outlook.db"), SqliteDatabase::Durability::Normal).Execute(script);
 }
 
 HRESULT StoreStack::TryAdd(const std::string& text, std::u16string* id) {

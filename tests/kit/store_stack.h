@@ -65,6 +65,8 @@ class StoreStack : public StoreBed {
   // Each throws StatusError when the call fails; the texts go in with the sample's type.
   std::u16string Add(const std::string& text);
   std::string Get(const std::u16string& id, bool updateField = false);
+  // Runs a script on the PC side's own file.
+  void OnPcFile(const char* script);
   // The status alone.
   HRESULT TryAdd(const std::string& text, std::u16string* id = nullptr);
   // Identifiers of a snapshot, in order.

@@ -4,6 +4,7 @@
 #include <functional>
 #include <set>
 
+#include "items/calendar_days.h"
 #include "items/item_objects.h"
 #include "items/key_text.h"
 #include "pim/calendar_content.h"
@@ -22,7 +23,7 @@ CalendarContent FullAppointment() {
   item.body = u"b";
   item.location = u"l";
   item.start = kFirst;
-  item.end = kFirst + 1;
+  item.end = kFirst + 3;
   item.allDay = true;
   item.reminderMinutes = 0;
   item.priority = 1;
@@ -32,6 +33,7 @@ CalendarContent FullAppointment() {
   item.isRecurring = true;
   item.recurrence = {RecurrenceType::YearlyByWeekday, 2, 64, 5, 31, 12, 9, kFirst + 400};
   item.entries = {{kDeletedOccurrence, kFirst}, {kReplacedOccurrence, kFirst + 7}};
+  SettleDays(item);
   return item;
 }
 
@@ -213,6 +215,14 @@ TEST_F(SubItemsTest, KeyTextsAreThoseOfTheZoneThatHolds) {
               S_OK);
     EXPECT_EQ(datas.at(0).keyText, MakeCalendarKey(*CalendarOf(Item(u"series").get()))) << rule;
   }
+  Calendar task;
+  task.isTask = true;
+  std::u16string id;
+  const std::u16string folder = outlook.DefaultFolder(olTask);
+  ASSERT_EQ(outlook.CreateItem(olTask, folder, MakeCalendarItem(task), id), S_OK);
+  std::vector<OLMetaData> datas;
+  ASSERT_EQ(outlook.GetMetaDatas(olTask, folder, datas, 1), S_OK);
+  EXPECT_EQ(datas.at(0).keyText, u"") << "nobody compares it";
 }
 
 TEST_F(SubItemsTest, AFileOfTheFirstFormIsBroughtUpWhole) {

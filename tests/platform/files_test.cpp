@@ -1,5 +1,6 @@
 #include "platform/system/files.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -282,8 +283,8 @@ TEST(Files, OneFolderAtATime) {
 }
 
 // In a process of its own, whose files may not grow.
-int CreateBeyondTheLimit(const std::string& path) {
-  signal(SIGXFSZ, SIG_IGN);
+int CreateBeyondTheLimit(const std::string& path, bool isKilled) {
+  signal(SIGXFSZ, isKilled ? SIG_DFL : SIG_IGN);
   const rlimit limit{1000, 1000};
   if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return -1;
   return Disk().CreateNew(path, std::string(5000, 'x')).value();
@@ -292,8 +293,13 @@ int CreateBeyondTheLimit(const std::string& path) {
 TEST(FilesDeathTest, WhatCannotBeWrittenWholeIsTakenAway) {
   TempFolder folder;
   const std::string path = folder.File("file");
-  EXPECT_EXIT(_exit(CreateBeyondTheLimit(path)), testing::ExitedWithCode(EFBIG), "");
+  EXPECT_EXIT(_exit(CreateBeyondTheLimit(path, false)), testing::ExitedWithCode(EFBIG), "");
   EXPECT_FALSE(fs::exists(path));
+  const int fd = open(folder.path().c_str(), O_WRONLY | O_TMPFILE, 0600);
+  if (fd < 0) GTEST_SKIP() << "no files without a name here";
+  close(fd);
+  EXPECT_EXIT(_exit(CreateBeyondTheLimit(path, true)), testing::KilledBySignal(SIGXFSZ), "");
+  EXPECT_FALSE(fs::exists(path)) << "half of a file";
 }
 
 TEST(NativePath, TurnsTheModulesForm) {

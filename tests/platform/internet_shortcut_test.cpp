@@ -42,7 +42,17 @@ TEST(InternetShortcut, TheUrlIsTheFirstBehindTheFirstSection) {
       {"[InternetShortcut]\r\nURL=", u"", true},
       {"[InternetShortcut]\r\nURL=http://\xFC/", u"http://ü/", true},
       {"URL=http://a/\r\n[InternetShortcut]\r\n", u"", false},
-      {"[internetshortcut]\r\nURL=http://a/\r\n", u"", false},
+      {"[InternetShortcut.A]\r\nURL=http://a/\r\n", u"", false},
+      // As other programs and people write them.
+      {"[internetshortcut]\r\nurl=http://a/\r\n", u"http://a/", true},
+      {"[InternetShortcut]\r\nURL = http://a/?b = c \t\r\n", u"http://a/?b = c", true},
+      {"[InternetShortcut]\r\nURL= http://a/", u"http://a/", true},
+      {"[InternetShortcut]\n\n Url\t=http://a/\n[X]\nURL=http://no/", u"http://a/", true},
+      {"[InternetShortcut]\nurl2=http://no/\nurl=http://no/\nURL=http://a/", u"http://a/", true},
+      {"[InternetShortcut]\nURLs\n[X]\nURL=http://a/", u"http://a/", true},
+      {"\xEF\xBB\xBF[InternetShortcut]\nURL=http://\xC3\xBC/", u"http://ü/", true},
+      {"[InternetShortcut]\nURL=http://\xC3\xBC/", u"http://ü/", true},
+      {"[InternetShortcut]\nURL=   \n", u"", true},
       {"", u"", false},
   };
   for (const auto& [bytes, url, hasRange] : cases) {
@@ -62,6 +72,65 @@ TEST(InternetShortcut, NoAddressIsLostToTheCodePage) {
   EXPECT_EQ(ShortcutUrl(ShortcutBytes(u"http://한/")), u"http://한/");
 }
 
+// UTF-16 of each order, with a mark and without one.
+TEST(InternetShortcut, WideFilesAreReadAndKeepTheirForm) {
+  const auto wide = [](std::u16string_view text, bool bigEndian) {
+    std::string bytes;
+    for (const char16_t unit : text) {
+      const char pair[] = {static_cast<char>(unit >> 8), static_cast<char>(unit & 0xFF)};
+      bytes.append({pair[bigEndian ? 0 : 1], pair[bigEndian ? 1 : 0]});
+    }
+    return bytes;
+  };
+  const std::u16string head = u"; Ġ\r\n[InternetShortcut]\r\nURL=";
+  const std::u16string tail = u"\r\nIconFile=日\r\n";
+  TempFolder folder;
+  const std::u16string path = folder.ModulePath(u"a.url");
+  for (const bool bigEndian : {false, true}) {
+    for (const std::u16string mark : {u"\uFEFF", u""}) {
+      const auto file = [&](const std::u16string& url) {
+        return wide(mark + head + url + tail, bigEndian);
+      };
+      EXPECT_EQ(ShortcutUrl(file(u"http://日/")), u"http://日/");
+      folder.Put("a.url", file(u"http://日/"));
+      InternetShortcut shortcut;
+      ASSERT_EQ(shortcut.Load(path), kNoError);
+      EXPECT_FALSE(shortcut.SetURL(u"http://日/", 0));
+      EXPECT_TRUE(shortcut.SetURL(u"http://Ġ/\U0001F600", 0));
+      ASSERT_EQ(shortcut.Save(path), kNoError);
+      EXPECT_EQ(folder.Get("a.url"), file(u"http://Ġ/\U0001F600"));
+      folder.Put("a.url", wide(mark + u"; note", bigEndian));
+      ASSERT_EQ(shortcut.Load(path), kNoError);
+      EXPECT_TRUE(shortcut.SetURL(u"http://日/", 0));
+      ASSERT_EQ(shortcut.Save(path), kNoError);
+      EXPECT_EQ(ShortcutUrl(*folder.Get("a.url")), u"http://日/");
+    }
+  }
+}
+
+TEST(InternetShortcut, BytesThatMeanTheAddressStay) {
+  TempFolder folder;
+  const std::u16string path = folder.ModulePath(u"a.url");
+  const std::pair<std::string, std::string> kRows[] = {
+      {"http://n\xC3\xA4/", "http://\xC3\xBC/"},  // UTF-8 stays UTF-8
+      {"http://n\xE4/", "http://\xFC/"},          // of the page
+      {" http://n\xE4/ ", " http://\xFC/ "}};
+  for (const auto& [url, other] : kRows) {
+    const std::string bytes = "[InternetShortcut]\nURL=" + url + "\nIconFile=\xC3\xA4\xFF";
+    folder.Put("a.url", bytes);
+    InternetShortcut shortcut;
+    ASSERT_EQ(shortcut.Load(path), kNoError);
+    EXPECT_FALSE(shortcut.SetURL(u"http://nä/", 0)) << url;
+    ASSERT_EQ(shortcut.Save(path), kNoError);
+    EXPECT_EQ(folder.Get("a.url"), bytes);
+    EXPECT_TRUE(shortcut.SetURL(u"http://ü/", 0));
+    ASSERT_EQ(shortcut.Save(path), kNoError);
+    EXPECT_EQ(folder.Get("a.url"), "[InternetShortcut]\nURL=" + other + "\nIconFile=\xC3\xA4\xFF");
+  }
+  // What the page writes as bytes that mean something else in UTF-8.
+  EXPECT_EQ(ShortcutUrl(ShortcutBytes(u"http://Ã¼/")), u"http://%C3%83%C2%BC/");
+}
+
 TEST(InternetShortcut, EverythingElseInTheFileStays) {
   const struct {
     std::string before;
@@ -71,6 +140,9 @@ TEST(InternetShortcut, EverythingElseInTheFileStays) {
        "[InternetShortcut]\r\nURL=http://n\xE4/\r\nIconFile=\xFF\r\n"},
       {"[InternetShortcut]\nURL=", "[InternetShortcut]\nURL=http://n\xE4/"},
       {"", "[InternetShortcut]\r\nURL=http://n\xE4/\r\n"},
+      {std::string(40, '\0'), "[InternetShortcut]\r\nURL=http://n\xE4/\r\n"},
+      {"[internetshortcut]\nUrl = http://old/ \nIconFile=",
+       "[internetshortcut]\nUrl = http://n\xE4/ \nIconFile="},
       {"; note\r\n", "; note\r\n[InternetShortcut]\r\nURL=http://n\xE4/\r\n"},
       {"[InternetShortcut]", "[InternetShortcut]\r\n[InternetShortcut]\r\nURL=http://n\xE4/\r\n"},
   };

@@ -1,11 +1,9 @@
 #include "platform/database/sqlite_accessor.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-
-#include <csignal>
 
 #include "kit/accessor_fakes.h"
+#include "kit/file_size_limit.h"
 #include "kit/platform_fakes.h"
 #include "platform/com/lists.h"
 #include "platform/database/sqlite.h"
@@ -275,24 +273,6 @@ TEST(SqliteAccessorFileTest, RowsOutliveTheAccessorAndAnOpenTransactionDoesNot) 
   EXPECT_TRUE(mode.Step());
   EXPECT_EQ(mode.Text(0), "wal");
 }
-
-// No file of the process may grow beyond `bytes` while it lives: what a full disk looks like.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &previous_);
-    const rlimit limit{bytes, previous_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &previous_);
-    std::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  rlimit previous_{};
-  void (*handler_)(int);
-};
 
 // A write that fails may undo the whole transaction; what its owner believes to be inside it must
 // not then run, and stay, on its own.

@@ -106,6 +106,13 @@ TEST_P(TreeStore, LongTitlesAreCutToWhatPathAndNameHold) {
   s.NextSession();
   EXPECT_EQ(s.Current(), s.Backup());
 
+  // Whole where it fits: 255 bytes, unless a number is to come behind it.
+  if (s.root.size() < 120) {
+    const std::u16string fits = times(125, u"ä") + u"x";
+    for (const std::u16string& stem : {fits, times(122, u"ä") + u"(2)"}) {
+      EXPECT_EQ(s.PathOf(s.Add(BookmarkText(fits))), u"/" + stem + u".url");
+    }
+  }
   const std::u16string deep(252 - s.root.size() - 1, u'd');
   s.Put(u"/" + deep + u"\\seed.url");
   s.NextSession();
@@ -116,6 +123,30 @@ TEST_P(TreeStore, LongTitlesAreCutToWhatPathAndNameHold) {
       u"[C" + std::u16string(GetParam()) + u"] Save the file name or folder path is too long";
   EXPECT_EQ(s.log.Count(tooLong), 1u);
   EXPECT_EQ(s.Replace(uid, BookmarkText(u"abcdefgh"), parent.c_str()), S_OK) << "no limit here";
+}
+
+// Calls to the file system, in all that such adds take.
+TEST_P(TreeStore, EqualTitlesCostNoMoreThanDifferentOnes) {
+  size_t calls[2] = {};
+  constexpr size_t kCount = 150;
+  const auto folder = s.Add(FolderText(u"F"));
+  for (const bool areEqual : {false, true}) {
+    s.files.Reset();
+    for (size_t i = 0; i < kCount; ++i) {
+      s.Add(BookmarkText(areEqual ? u"T" : Decimal(i)), folder);
+    }
+    calls[areEqual ? 1 : 0] = s.files.operations();
+  }
+  EXPECT_LE(calls[1], calls[0] + 4 * kCount) << calls[0];
+  EXPECT_NE(s.UidOf(u"/F\\T(" + Decimal(kCount) + u").url"), u"");
+  // Numbers that become free are given again, whoever freed them.
+  fs::remove(s.Native(u"/F\\T(7).url"));
+  EXPECT_EQ(s.PathOf(s.Add(BookmarkText(u"T"), folder)), u"/F\\T(7).url");
+  EXPECT_EQ(s.Delete(s.UidOf(u"/F\\T(9).url")), S_OK);
+  EXPECT_EQ(s.Replace(s.UidOf(u"/F\\T(5).url"), BookmarkText(u"U"), folder.c_str()), S_OK);
+  for (const char16_t* path : {u"/F\\T(5).url", u"/F\\T(9).url"}) {
+    EXPECT_EQ(s.PathOf(s.Add(BookmarkText(u"T"), folder)), path);
+  }
 }
 
 TEST_P(TreeStore, WithoutAParentOrAnOldPathNothingIsTouched) {
@@ -197,6 +228,40 @@ TEST_P(TreeStore, ReplaceRenamesMovesAndKeepsEveryOtherLine) {
   s.NextSession();
   EXPECT_NE(s.UidOf(u"/Work\\New.url"), u"");
   EXPECT_EQ(s.PathOf(taken), u"/Taken.url");
+}
+
+TEST_P(TreeStore, AMoveLeavesTheBytesOfTheFile) {
+  const std::string bytes = "[InternetShortcut]\nURL = http://\xC3\xBC/ \nIconFile=x\n";
+  s.Put(u"/Old.url", bytes);
+  s.NextSession();
+  const auto uid = s.UidOf(u"/Old.url");
+  const auto work = s.Add(FolderText(u"Work"));
+  s.files.Watch([](const auto& call) { return call.verb == Verb::WriteAtomic; });
+  s.files.Reset();
+  EXPECT_EQ(s.Replace(uid, BookmarkText(u"New", u"http://ü/"), work.c_str()), S_OK);
+  EXPECT_EQ(Bytes(s, u"/Work\\New.url"), bytes);
+  EXPECT_EQ(s.files.operations(), 0u);
+}
+
+TEST_P(TreeStore, ANewNameDoesNotFindTheNumberOfWhatHadItBefore) {
+  const auto kept = s.Add(BookmarkText(u"A"));
+  const auto folder = s.Add(FolderText(u"F"));
+  const auto inside = s.Add(BookmarkText(u"x"), folder);
+  const auto goneFile = s.Add(BookmarkText(u"B"));
+  const auto goneFolder = s.Add(FolderText(u"G"));
+  const auto goneInside = s.Add(BookmarkText(u"x"), goneFolder);
+  fs::remove(s.Native(u"/B.url"));
+  fs::remove_all(s.Native(u"/G"));
+  EXPECT_EQ(s.Replace(kept, BookmarkText(u"B")), S_OK);
+  EXPECT_EQ(s.Replace(folder, FolderText(u"G")), S_OK);
+  for (int session = 0; session < 2; ++session) {
+    const Snapshot now = s.Current();
+    EXPECT_TRUE(now.contains(kept) && now.contains(folder));
+    for (const auto& gone : {goneFile, goneFolder}) EXPECT_FALSE(now.contains(gone));
+    s.NextSession();
+  }
+  const bool movesContent = GetParam() == std::u16string_view(u"DataStoreBookmark");
+  EXPECT_EQ(s.UidOf(u"/G\\x.url"), movesContent ? inside : goneInside);
 }
 
 TEST_P(TreeStore, DeleteRemovesFilesAndWholeFoldersWhateverTheBinSays) {

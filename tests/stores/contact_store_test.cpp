@@ -91,24 +91,5 @@ TEST_F(ContactStore, AClassThatCannotBeMadeEndsTheCall) {
   RegisterClass(CLSID_VCardConverter, converter);
 }
 
-TEST_F(ContactStore, DuplicatesAreFoundByKeyTextWhenBothHaveAUid) {
-  const std::u16string id = s.Add(Card(1, "pc-uid", "20240101T000000Z"));
-  s.Add(Card(2, nullptr, nullptr));
-  ASSERT_EQ(s.store->PrepareSlowSync(), S_OK);
-  const auto match = [&](const std::string& text) {
-    Bstr found;
-    BOOL duplicated = 0;
-    auto winner = RESV_CONFLTLASTMODIFIED_NONE;
-    EXPECT_EQ(s.store->ProcessDuplication(nullptr, s.Content(text).get(), s.mimeType, found.Out(),
-                                          &winner, &duplicated),
-              S_OK);
-    return found.str();
-  };
-  EXPECT_EQ(match(Card(1, nullptr, nullptr)), u"") << "no uid, no duplicate";
-  EXPECT_EQ(match(Card(3, "phone-uid", nullptr)), u"");
-  EXPECT_EQ(match(Card(1, "phone-uid", nullptr)), id);
-  EXPECT_NE(match(Card(2, "phone-uid", nullptr)), u"") << "the map gave the second one a uid";
-}
-
 }  // namespace
 }  // namespace qv

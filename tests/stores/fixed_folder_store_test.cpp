@@ -79,9 +79,12 @@ TEST_F(FixedFolder, AFolderIsRenamedInPlaceAndItsChildrensRowsStayBehind) {
   EXPECT_EQ(s.PathOf(a), u"/B");
   EXPECT_EQ(s.PathOf(child), u"/A\\x.url");
   EXPECT_EQ(s.TryGet(child), E_FAIL);
-  EXPECT_EQ(s.db->Rows(u"Bookmark_BackupStatusDB", {u"bookmark_id"}, u"WHERE modified<>''"),
-            (Table{{a}}))
+  EXPECT_EQ(s.db->Rows(u"Bookmark_BackupStatusDB", {u"bookmark_id", u"bookmark_parentid"},
+                       u"WHERE modified<>''"),
+            (Table{{a, u"/"}}))
       << "nothing is noted on folders";
+  EXPECT_EQ(s.Replace(a, FolderText(u"C"), u"999"), S_OK) << "the phone's parent places nothing";
+  EXPECT_EQ(s.Replace(a, FolderText(u"B"), u""), S_OK);
   EXPECT_EQ(s.status->DeleteAllStatusBackupDB(), S_OK);
   EXPECT_EQ(s.PathOf(child), u"/A\\x.url");
   s.NextSession();

@@ -383,19 +383,6 @@ TEST(CsvStoreTest, ColumnsStandInTheOrderOfFirstUseAndNamesAreNumbered) {
   }
 }
 
-TEST(CsvStoreTest, AFullDiskLeavesNoHalfFile) {
-  test::FailingFiles files;
-  const ScopedService<Files> useFiles(files);
-  FileStoreBed s(kStores[2]);
-  s.Start(u"2");
-  s.Add(test::VNote(1, nullptr, nullptr));
-  files.Watch([](const auto& call) { return call.verb == test::FailingFiles::Verb::CreateNew; });
-  files.FailAt(0, ENOSPC);
-  s.Release();
-  EXPECT_TRUE(files.hasFailed());
-  EXPECT_THAT(s.Made(), IsEmpty());
-}
-
 TEST(VCardFileTest, ManyFilesAreReadInOrderAndGroupsFound) {
   FileStoreBed s(kStores[3]);
   s.db->Run(u"INSERT INTO ContGrp_NameUidMap(grpname,obj_uid) VALUES('O''Neil','g1')");

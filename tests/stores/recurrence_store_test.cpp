@@ -3,6 +3,7 @@
 
 #include "kit/samples.h"
 #include "platform/com/lists.h"
+#include "platform/database/sqlite.h"
 #include "support/date_time.h"
 
 namespace qv {
@@ -15,6 +16,7 @@ using Ids = std::vector<std::u16string>;
 
 class RecurrenceStore : public testing::TestWithParam<StoreSample> {
  protected:
+  RecurrenceStore() { s.zone.Set(ParsePosixZone("CET-1CEST,M3.5.0,M10.5.0/3")); }
   // A weekly series, and exceptions of it; `which` tells contents apart.
   std::string Series(int which, const char* uid) const {
     return With(which, uid, "DTSTART:20240205T100000Z\r\nRRULE:W1 MO #10\r\n");
@@ -48,6 +50,12 @@ class RecurrenceStore : public testing::TestWithParam<StoreSample> {
     return s.store->Replace(Bstr(id), s.Content(text).get(), s.mimeType, kFalse, nullptr,
                             fields.Out());
   }
+  Calendar Changed() const {
+    Calendar changed;
+    changed.isTask = kind == olTask;
+    changed.subject = u"on the PC";
+    return changed;
+  }
   std::u16string Md5Of(const std::u16string& series) {
     OLMetaData data;
     Check(s.outlook.GetMetaData(kind, series, data));
@@ -78,7 +86,7 @@ TEST_P(RecurrenceStore, AnExceptionIsAnItemOfItsOwnWithinItsSeries) {
   EXPECT_EQ(s.Current(), (Ids{series, id}));
   const std::u16string hash = SubItems().at(0).md5;
   EXPECT_EQ(Status(),
-            (Table{{series, u"2024-03-05 06:07:08", hash}, {id, u"2024-03-05 06:08:08", hash}}))
+            (Table{{series, u"2024-03-05 07:07:08", hash}, {id, u"2024-03-05 07:08:08", hash}}))
       << "the series' row takes the exception's hash";
   const std::string text = s.Get(id);
   EXPECT_NE(text.find("X-PARENT-UID:series\r\n"), std::string::npos) << text;
@@ -87,10 +95,17 @@ TEST_P(RecurrenceStore, AnExceptionIsAnItemOfItsOwnWithinItsSeries) {
 
   s.clock.Advance(60);
   EXPECT_EQ(Replace(id, Exception(3, "exception", "series")), S_OK);
-  EXPECT_EQ(Status(), (Table{{series, u"2024-03-05 06:07:08", u""},
-                             {id, u"2024-03-05 06:09:08", SubItems().at(0).md5}}));
+  EXPECT_EQ(Status(), (Table{{series, u"2024-03-05 07:07:08", u""},
+                             {id, u"2024-03-05 07:09:08", SubItems().at(0).md5}}));
+  // The PC changes the exception; a new text of the series tells the phone of neither.
+  s.clock.Advance(60);
+  OLSubMetaData exception;
+  exception.id = id;
+  ASSERT_EQ(s.outlook.UpdateSubItem(kind, series, MakeCalendarItem(Changed()), exception), S_OK);
   EXPECT_EQ(Replace(series, Series(4, "series")), S_OK);
-  EXPECT_EQ(Status()[0][2], Md5Of(series));
+  EXPECT_EQ(Status(), (Table{{series, u"2024-03-05 07:10:08", Md5Of(series)},
+                             {id, u"2024-03-05 07:10:08", exception.md5}}));
+  EXPECT_NE(exception.md5, hash);
 }
 
 TEST_P(RecurrenceStore, AnExceptionOfAnUnknownSeriesCreatesNothing) {
@@ -120,7 +135,7 @@ TEST_P(RecurrenceStore, TheSessionsIndexIsFilledOnceAndServesEveryOperation) {
   EXPECT_EQ(get(id), E_FAIL) << "not loaded yet";
   EXPECT_EQ(s.Current(), (Ids{series, id}));
   EXPECT_EQ(s.db->Rows(u"Calendar_SubRecurMap", {u"subrecur_id", u"original_date", u"isDeleted"}),
-            (Table{{id, u"2024-02-12 10:00:00", u"0"}, {gone, u"2024-02-19 10:00:00", u"1"}}));
+            (Table{{id, u"2024-02-12 11:00:00", u"0"}, {gone, u"2024-02-19 11:00:00", u"1"}}));
   EXPECT_EQ(get(id), S_OK);
   EXPECT_EQ(get(gone), E_FAIL) << "a deleted occurrence is no item";
   ComPtr<IUnknown> uids;
@@ -131,7 +146,7 @@ TEST_P(RecurrenceStore, TheSessionsIndexIsFilledOnceAndServesEveryOperation) {
 
   s.db->Forget();
   EXPECT_EQ(s.store->OnProcesseSentCmdSuccess(SENTCMD_ADD, Bstr(id), nullptr, kFalse), S_OK);
-  EXPECT_EQ(Status().at(1), (std::vector<std::u16string>{id, u"2024-03-05 06:07:08", u""}));
+  EXPECT_EQ(Status().at(1), (std::vector<std::u16string>{id, u"2024-03-05 07:07:08", u""}));
   EXPECT_EQ(s.store->OnProcesseSentCmdSuccess(SENTCMD_ADD, Bstr(u"nosuchsub1"), nullptr, kFalse),
             E_FAIL);
   EXPECT_EQ(s.store->Delete(Bstr(gone), kFalse), S_OK) << "its rows go";
@@ -151,12 +166,20 @@ TEST_P(RecurrenceStore, TheSessionsIndexIsFilledOnceAndServesEveryOperation) {
 TEST_P(RecurrenceStore, AFailedLoadIsTriedAgainAndFailedRowsAreNot) {
   s.Add(Series(1, "series"));
   s.Add(Exception(2, "e", "series"));
+  s.Add(Exception(3, "e2", "series", "20240219T100000Z"));
   s.NextSession();
+  s.OnPcFile("ALTER TABLE sub_items RENAME TO away");
+  ComPtr<IStatusDBItemTree> tree;
+  EXPECT_EQ(s.status->GetCurrentStatusDB(tree.Out()), E_FAIL);
+  EXPECT_EQ(s.store->PrepareSlowSync(), E_FAIL);
+  EXPECT_EQ(s.status->DeleteAllStatusBackupDB(), E_FAIL);
+  EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"obj_uid"}).size(), 3u) << "no purge by half a list";
+  s.OnPcFile("ALTER TABLE away RENAME TO sub_items");
   s.db->Forget();
   s.db->FailAt(0, -5);
-  EXPECT_EQ(s.Current().size(), 2u) << "what could not be noted is listed all the same";
+  EXPECT_EQ(s.Current().size(), 3u) << "what could not be noted is listed all the same";
   s.db->FailNothing();
-  EXPECT_EQ(s.Current().size(), 2u);
+  EXPECT_EQ(s.Current().size(), 3u);
   EXPECT_TRUE(s.db->Rows(u"Calendar_SubRecurMap", {u"subrecur_id"}).empty());
 }
 
@@ -173,11 +196,14 @@ TEST_P(RecurrenceStore, SlowSyncAndPurgeCountExceptionsAmongTheItems) {
       s.Content(Exception(2, "e", "series")).get(), s.mimeType, Bstr(id), &winner)));
   EXPECT_EQ(winner, RESV_CONFLTLASTMODIFIED_NONE);
   EXPECT_EQ(s.store->DeleteAll(), S_OK);
-  EXPECT_TRUE(SubItems().empty());
+  EXPECT_TRUE(s.Current().empty());
+  SqliteDatabase file(s.folder.File("pc/Outlook.db"), SqliteDatabase::Durability::Normal);
+  SqliteStatement left = file.Prepare("SELECT count(*) FROM sub_items");
+  ASSERT_TRUE(left.Step());
+  EXPECT_EQ(left.Int(0), 0) << "an exception goes with its series";
 }
 
 TEST_P(RecurrenceStore, TheSameOccurrenceIsFoundInTheWallClockOfTheProgram) {
-  s.zone.Set(ParsePosixZone("CET-1"));
   const std::u16string series = s.Add(Series(1, "series"));
   const std::u16string id = s.Add(Exception(2, "e1", "series"));
   s.NextSession();
@@ -212,7 +238,8 @@ TEST_P(RecurrenceStore, AnExceptionOfASeriesThatNeverWentOutStandsFree) {
   OLSubMetaData data;
   ASSERT_EQ(s.outlook.CreateSubItem(kind, series, item, data), S_OK);
   ASSERT_EQ(s.Current().size(), 2u);
-  EXPECT_EQ(s.Get(data.id).find("X-PARENT-UID"), std::string::npos);
+  const std::string text = s.Get(data.id);
+  EXPECT_EQ(text.find("X-PARENT-UID"), std::string::npos) << text;
   EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"datastore_id"}), (Table{{data.id}}))
       << "reading the exception gave its series no row";
 }

@@ -1,12 +1,16 @@
-// What every store of a sync keeps, whichever place stands behind it.
+// What every store of a sync keeps, whichever place stands behind it; on a summer's day in a zone
+// that follows one, where UTC and the wall clock are two hours apart.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
+#include <set>
 
 #include "framework/class_table.h"
 #include "kit/samples.h"
 #include "kit/store_stack.h"
 #include "platform/com/lists.h"
+#include "platform/system/utf8.h"
 
 namespace qv {
 namespace {
@@ -17,10 +21,27 @@ using test::Table;
 
 class StoreContract : public testing::TestWithParam<StoreSample> {
  protected:
+  StoreContract() {
+    s.clock.Set(1'720'159'628);  // 2024-07-05 06:07:08 UTC
+    s.zone.Set(ParsePosixZone("CET-1CEST,M3.5.0,M10.5.0/3"));
+  }
+
+  bool isContact() const { return GetParam().kind == olContact; }
+  // With something for each side table that the store has.
   std::string Text(int which, const char* uid, const char* modified = "20240101T000000Z") const {
-    return GetParam().text(which, uid, modified);
+    std::string text = GetParam().text(which, uid, modified);
+    const char* sides = isContact() ? "TEL;HOME;X-SECRET:5\r\nX-PET:cat\r\n" : "X-PET:cat\r\n";
+    return text.insert(text.find("END:V"), sides);
   }
   size_t Rows(const char16_t* table) { return s.db->Rows(table, {u"profile_id"}).size(); }
+  // Which items have rows in the map and the side tables.
+  std::set<std::u16string> Known(std::initializer_list<const char16_t*> tables) {
+    std::set<std::u16string> ids;
+    for (const char16_t* table : tables) {
+      for (const auto& row : s.db->Rows(table, {u"datastore_id"})) ids.insert(row[0]);
+    }
+    return ids;
+  }
   size_t StatusRows() { return Rows(std::u16string(GetParam().statusTable).c_str()); }
 
   // The outs start poisoned.
@@ -47,7 +68,9 @@ TEST_P(StoreContract, AddWritesItemMapAndStatusAndTheSnapshotsAgree) {
   EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"datastore_id", u"obj_uid", u"obj_modified"}),
             (Table{{id, u"u1", u"2024-01-01 00:00:00"}}));
   EXPECT_EQ(s.db->Rows(std::u16string(GetParam().statusTable), {u"modified", u"isfolder"}),
-            (Table{{u"2024-03-05 06:07:08", u"0"}}));
+            (Table{{u"2024-07-05 08:07:08", u"0"}}));
+  EXPECT_EQ(Rows(u"ExtraDB"), 1u);
+  EXPECT_EQ(Rows(u"HiddenDB") != 0, isContact());
   const std::string out = s.Get(id);
   EXPECT_NE(out.find("u1"), std::string::npos);
   s.Add(Text(2, nullptr, nullptr));
@@ -79,7 +102,7 @@ TEST_P(StoreContract, ReplaceAppliesWholeItemsAndNamesNoField) {
   }
   EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"obj_uid"}), (Table{{u"u2"}}));
   EXPECT_EQ(s.db->Rows(std::u16string(GetParam().statusTable), {u"modified"}),
-            (Table{{u"2024-03-05 06:08:08"}}));
+            (Table{{u"2024-07-05 08:08:08"}}));
   Bstr fields;
   EXPECT_TRUE(Failed(s.store->Replace(Bstr(u"NONE"), s.Content(Text(2, "u2")).get(), s.mimeType,
                                       kFalse, nullptr, fields.Out())));
@@ -94,7 +117,15 @@ TEST_P(StoreContract, DeleteCleansEveryRowAlsoOfAnItemThatIsGone) {
   EXPECT_EQ(s.Backup(), std::vector{id});
   EXPECT_EQ(s.store->Delete(Bstr(id), kFalse), S_OK);
   EXPECT_TRUE(s.Current().empty());
-  EXPECT_EQ(Rows(u"DataStoreMap") + Rows(u"ExtraDB") + Rows(u"HiddenDB") + StatusRows(), 0u);
+  EXPECT_EQ(Known({u"DataStoreMap", u"ExtraDB", u"HiddenDB"}).size() + StatusRows(), 0u);
+}
+
+TEST_P(StoreContract, ASoftDeleteIsADeleteForContactsAloneAndElseRefused) {
+  const std::u16string id = s.Add(Text(1, "u1"));
+  EXPECT_EQ(s.store->Delete(Bstr(id), kTrue), isContact() ? S_OK : E_FAIL);
+  const size_t left = isContact() ? 0 : 1;
+  EXPECT_EQ(s.Current().size(), left);
+  EXPECT_EQ(Rows(u"DataStoreMap") + Rows(u"ExtraDB") + StatusRows(), 3 * left);
 }
 
 TEST_P(StoreContract, GetOfAnUnknownItemMakesItsRowAndCanMoveThePhonesTime) {
@@ -109,7 +140,8 @@ TEST_P(StoreContract, GetOfAnUnknownItemMakesItsRowAndCanMoveThePhonesTime) {
   s.Get(id, false);
   EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"obj_modified"}), (Table{{u"2020-01-01 00:00:00"}}));
   s.Get(id, true);
-  EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"obj_modified"}), (Table{{u"2024-03-05 06:08:48"}}));
+  EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"obj_modified"}), (Table{{u"2024-07-05 06:08:48"}}))
+      << "in UTC";
 }
 
 TEST_P(StoreContract, GetTakesItsOutsInOrderAndNothingForAnotherType) {
@@ -128,7 +160,8 @@ TEST_P(StoreContract, GetTakesItsOutsInOrderAndNothingForAnotherType) {
             S_OK);
   EXPECT_EQ(type.view(), GetParam().mimeType);
   EXPECT_EQ(parent.view(), u"/");
-  EXPECT_TRUE(Query<IItemCommon>(item));
+  ASSERT_TRUE(Query<IItemCommon>(item));
+  EXPECT_EQ(FieldsOf(item.get())->sourceUid, id);
 }
 
 TEST_P(StoreContract, TheCachedItemServesAddAndDuplicationUntilItIsDropped) {
@@ -146,7 +179,8 @@ TEST_P(StoreContract, PrepareSlowSyncGivesEveryItemAMapRow) {
   ASSERT_EQ(s.store->PrepareSlowSync(), S_OK);
   ASSERT_EQ(s.store->PrepareSlowSync(), S_OK);
   const Table rows = s.db->Rows(u"DataStoreMap", {u"datastore_id", u"obj_modified"});
-  EXPECT_EQ(rows, (Table{{known, u"2024-01-01 00:00:00"}, {fresh, u"2024-03-05 06:07:08"}}));
+  EXPECT_EQ(rows, (Table{{known, u"2024-01-01 00:00:00"}, {fresh, u"2024-07-05 08:07:08"}}))
+      << "the item's own time, unconverted";
   s.Stop(true);
   EXPECT_EQ(s.store->PrepareSlowSync(), E_FAIL);
 }
@@ -171,11 +205,47 @@ TEST_P(StoreContract, DuplicationMatchesOnceAndSaysWhoIsNewer) {
     EXPECT_EQ(Duplicate(Text(9, "u1", c.modified), &match), S_OK);
     EXPECT_EQ(match, u"") << "a second one like it is new";
   }
+  EXPECT_EQ(s.db->Rows(std::u16string(GetParam().statusTable), {u"modified"}),
+            (Table{{u"2024-07-05 08:07:08"}}))
+      << "local again";
   ASSERT_EQ(s.store->PrepareSlowSync(), S_OK);
   auto untouched = RESV_CONFLTLASTMODIFIED_CLIENTWIN;
   EXPECT_EQ(Duplicate(Text(9, "u1", nullptr), &match, &untouched), S_OK);
   EXPECT_EQ(match, id);
   EXPECT_EQ(untouched, RESV_CONFLTLASTMODIFIED_CLIENTWIN) << "no time, no comparison";
+}
+
+TEST_P(StoreContract, AnItemOfAnotherUidIsTheSameByWhatItsKeyTextHolds) {
+  struct Change {
+    OlObjectClass kind;
+    const char* from;
+    const char* to;
+    bool matches;
+  };
+  const std::u16string id = s.Add(Text(1, "pc-uid"));
+  s.Add(Text(2, nullptr, nullptr));
+  for (const Change& c :
+       {Change{olContact, "", "", true}, Change{olContact, "Muster1;Anna", "Muster1;Bea", false},
+        Change{olContact, "+49 170 1", "+49 170 9", false},
+        Change{olContact, "anna1@", "bea1@", false},
+        Change{olContact, "X-PET:cat", "NOTE:new", true},
+        Change{olContact, "UID:phone\r\n", "", false}, Change{olAppointment, "", "", true},
+        Change{olAppointment, "Meeting 1", "Meeting 2", false},
+        Change{olAppointment, "T100000Z", "T093000Z", false},
+        Change{olAppointment, "T110000Z", "T113000Z", false},
+        Change{olAppointment, "UID:phone\r\n", "", true}, Change{olTask, "", "", false},
+        Change{olNote, "", "", true}, Change{olNote, "Note 1", "note 1", false},
+        Change{olNote, "X-IRMC-LUID:phone\r\n", "", true}}) {
+    if (c.kind != GetParam().kind) continue;
+    std::string text = Text(1, "phone");
+    const size_t at = text.find(c.from);
+    ASSERT_NE(at, text.npos) << c.from;
+    text.replace(at, std::strlen(c.from), c.to);
+    ASSERT_EQ(s.store->PrepareSlowSync(), S_OK);
+    std::u16string match;
+    EXPECT_EQ(Duplicate(text, &match), S_OK);
+    EXPECT_EQ(match, c.matches ? id : u"") << c.from << " -> " << c.to;
+  }
 }
 
 TEST_P(StoreContract, AFailedStatusRowKeepsTheEntryForAnotherTry) {
@@ -205,9 +275,9 @@ TEST_P(StoreContract, ConflictsAreDecidedByTheLaterTime) {
         expected);
     return result;
   };
-  EXPECT_EQ(outcome(Text(1, "u1", "20240305T060707Z")), RESV_CONFLTLASTMODIFIED_SERVERWIN);
-  EXPECT_EQ(outcome(Text(1, "u1", "20240305T060709Z")), RESV_CONFLTLASTMODIFIED_CLIENTWIN);
-  EXPECT_EQ(outcome(Text(1, "u1", "20240305T060708Z")), RESV_CONFLTLASTMODIFIED_IGNORE);
+  EXPECT_EQ(outcome(Text(1, "u1", "20240705T060707Z")), RESV_CONFLTLASTMODIFIED_SERVERWIN);
+  EXPECT_EQ(outcome(Text(1, "u1", "20240705T060709Z")), RESV_CONFLTLASTMODIFIED_CLIENTWIN);
+  EXPECT_EQ(outcome(Text(1, "u1", "20240705T060708Z")), RESV_CONFLTLASTMODIFIED_IGNORE);
   EXPECT_EQ(outcome(Text(1, "u1", nullptr)), RESV_CONFLTLASTMODIFIED_NONE);
   EXPECT_EQ(outcome("rubbish", E_FAIL), RESV_CONFLTLASTMODIFIED_NONE);
 }
@@ -225,7 +295,7 @@ TEST_P(StoreContract, AConfirmedCommandBringsTheStatusRowUpToDate) {
   EXPECT_EQ(confirm(SENTCMD_EXEC), E_FAIL);
   EXPECT_EQ(confirm(static_cast<SENTCMD_TYPE>(77)), E_FAIL);
   EXPECT_EQ(confirm(SENTCMD_DEL), S_OK);
-  EXPECT_EQ(StatusRows() + Rows(u"DataStoreMap"), 0u);
+  EXPECT_EQ(Known({u"DataStoreMap", u"ExtraDB", u"HiddenDB"}).size() + StatusRows(), 0u);
   EXPECT_EQ(s.Current().size(), 1u) << "the item itself is not the phone's to confirm away";
 }
 
@@ -243,13 +313,20 @@ TEST_P(StoreContract, DeleteAllLeavesTheStatusRowsAndThePurgeTakesThem) {
       ASSERT_EQ(s.outlook.DeleteItem(GetParam().kind, id), S_OK);
     }
   }
+  s.OnPcFile("ALTER TABLE items RENAME TO away");
+  EXPECT_EQ(s.status->DeleteAllStatusBackupDB(), E_FAIL);
+  EXPECT_EQ(Rows(u"DataStoreMap"), 3u) << "what cannot be listed is not gone";
+  s.OnPcFile("ALTER TABLE away RENAME TO items");
   ASSERT_EQ(s.status->DeleteAllStatusBackupDB(), S_OK);
-  EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"datastore_id"}), (Table{{alive}}));
+  for (const char16_t* table : {u"DataStoreMap", u"ExtraDB", u"HiddenDB"}) {
+    if (table[0] == u'H' && !isContact()) continue;
+    EXPECT_EQ(Known({table}), std::set{alive}) << ToUtf8(table);
+  }
   EXPECT_EQ(StatusRows(), 0u);
   s.Add(Text(4, "u4"));
   EXPECT_EQ(s.store->DeleteAll(), S_OK);
   EXPECT_TRUE(s.Current().empty());
-  EXPECT_EQ(Rows(u"DataStoreMap"), 0u);
+  EXPECT_TRUE(Known({u"DataStoreMap", u"ExtraDB", u"HiddenDB"}).empty());
   EXPECT_EQ(StatusRows(), 1u);
 }
 

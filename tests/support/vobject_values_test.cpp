@@ -34,6 +34,8 @@ TEST(VObjectDecode, ValuesInBothDialects) {
       {"A:a\r\n  b\n\tc", u"a  b\tc", u"a bc"},
       {"A:a\\;b\\\\n\\,c\\nd\\Ne\\x\\", u"a;b\\n\\,c\\nd\\Ne\\x\\", u"a;b\\n,c\r\nd\r\ne\\x\\"},
       {"A;QUOTED-PRINTABLE:a=3D=3b=\r\n b\r\n c=zz=4", u"a=; b c=zz=4", u"a=; bc=zz=4"},
+      {"A;QUOTEDPRINTABLE:=C=\r\n3=\r\n=A=\n9==\r\n41=4\r\n 1=4=\r\n", u"\u00E9AA=4",
+       u"\u00E9AA=4"},
       {"A;QUOTED-PRINTABLE:C:=5Cnew=0Ax", u"C:\\new\nx", u"C:\r\new\nx"},
       // An octet sequence folded in the middle is one character.
       {"A:Z\xC3\r\n\xA9", u"Z\u00C3", u"Z\u00C3"},
@@ -82,7 +84,8 @@ TEST(VObjectDecode, ComponentsAreCutOnceAndSurplusJoinsTheLast) {
       {u"a;b", Surplus::Join, u"a", u"b"},
       {u"a", Surplus::Join, u"a", u""},
       {u"", Surplus::Join, u"", u""},
-      {u"a\\;b;c\\\\;d", Surplus::Join, u"a;b", u"c\\;d"},
+      {u"a\\;b;c\\\\;d", Surplus::Join, u"a;b", u"c\\\\;d"},
+      {u"a;R\\;D;x\\\\y", Surplus::Join, u"a", u"R\\;D;x\\y"},
       {u"a;b;c;", Surplus::Join, u"a", u"b;c;"},
       {u"a;b;c;;", Surplus::JoinTrimmed, u"a", u"b;c"},
       {u"a;b\\;;;", Surplus::JoinTrimmed, u"a", u"b;"},
@@ -114,10 +117,10 @@ TEST(VObjectEncode, ValuesAsWritten) {
   writer.Begin("N");
   writer.Parts(parts);
   writer.Begin("ORG");
-  writer.NameAndRest(u"a;b", u"c;d");
+  writer.NameAndRest(u"a;b", u"c\\;d;e\\\\;f\\g\\");
   writer.Begin("ORG");
   writer.NameAndRest(u"a", u"");
-  EXPECT_EQ(writer.Take(), "N:a\\;b;;c\\\\d\r\nORG:a\\;b;c;d\r\nORG:a\r\n");
+  EXPECT_EQ(writer.Take(), "N:a\\;b;;c\\\\d\r\nORG:a\\;b;c\\;d;e\\\\;f\\\\g\\\\\r\nORG:a\r\n");
 }
 
 TEST(VObjectEncode, NoLineIsWiderThan76AndCharactersStayWhole) {

@@ -144,6 +144,8 @@ TEST_F(PathMapStatements, ARewriteIsOneStatementOverTheRowsThatAreThere) {
   EXPECT_EQ(Ran(), (Statements{std::u16string(kLoad) +
                                    u" WHERE  bookmark_id='2' OR  bookmark_id='' OR  "
                                    u"bookmark_id='4' OR  bookmark_id='99' OR  bookmark_id='1'",
+                               u"DELETE FROM Bookmark_FFPathUidMap WHERE filefolderpath='/C''' OR "
+                               u"(filefolderpath>='/C''\\' AND filefolderpath<'/C'']')",
                                u"UPDATE Bookmark_FFPathUidMap SET filefolderpath = CASE "
                                u"bookmark_id WHEN '1' THEN '/C''' WHEN '2' THEN '/C''\\x' WHEN "
                                u"'4' THEN '/C''\\it''s' END WHERE bookmark_id IN ('1','2','4')"}));
@@ -151,6 +153,29 @@ TEST_F(PathMapStatements, ARewriteIsOneStatementOverTheRowsThatAreThere) {
             (Table{{u"/C'"}, {u"/C'\\x"}, {u"/AB"}, {u"/C'\\it's"}}));
   EXPECT_EQ(map.Rewrite(Statements{u"99"}, u"/A", u"/B"), S_OK);
   EXPECT_TRUE(db->Changes().empty());
+}
+
+TEST_F(PathMapStatements, RowsThatStandAtANewPathGoBeforeIt) {
+  for (const char16_t* path : {u"/old", u"/a", u"/New", u"/New\\a", u"/New(2)", u"/F", u"/F\\a"}) {
+    Assign(path);
+  }
+  ASSERT_EQ(map.Load(), S_OK);
+  EXPECT_EQ(map.SetPath(u"2", u"/old"), S_OK);
+  EXPECT_EQ(map.SetPath(u"2", u"/old"), S_OK) << "its own row is none of them";
+  EXPECT_EQ(map.Rewrite(Statements{u"6", u"7"}, u"/F", u"/New"), S_OK);
+  EXPECT_EQ(map.Rewrite(Statements{u"6", u"7"}, u"/New", u"/New"), S_OK);
+  EXPECT_EQ(map.Rewrite(Statements{u"6", u"7"}, u"/New", u"/F"), S_OK);
+  EXPECT_EQ(map.Rewrite(Statements{u"6", u"7"}, u"/F", u"/New"), S_OK);
+  // Before the next load too nobody finds the old numbers.
+  const std::pair<const char16_t*, const char16_t*> kRows[] = {
+      {u"/old", u"2"}, {u"/New", u"6"}, {u"/New\\a", u"7"}, {u"/New(2)", u"5"}};
+  for (const auto& [path, expected] : kRows) {
+    std::u16string uid;
+    EXPECT_EQ(map.AssignCached(path, uid), S_OK);
+    EXPECT_EQ(uid, expected) << ToUtf8(path);
+  }
+  EXPECT_EQ(db->Rows(u"Bookmark_FFPathUidMap", {u"bookmark_id"}),
+            (Table{{u"2"}, {u"5"}, {u"6"}, {u"7"}}));
 }
 
 TEST(TreePaths, GoBothWays) {

@@ -259,7 +259,8 @@ TEST_F(SyncStatements, HiddenReadKeepsWhatStillHasItsValue) {
                                          {u"EMAIL", u"c@x", u"PREF", false},
                                          {u"ADR", u"0", u"DOM", false},
                                          {u"ADR", u"1", u"DOM", false},
-                                         {u"ADR", u"3", u"X-C", true},
+                                         {u"ADR", u"1234", u"X-C", true},
+                                         {u"ADR", u"100000", u"X-C", true},
                                          {u"ADR", u"-1", u"X-D", true},
                                          {u"ORG", u"", u"X", false},
                                          {u"X-IMPPCUSTOM", u"", u"X", true},
@@ -275,10 +276,10 @@ TEST_F(SyncStatements, HiddenReadKeepsWhatStillHasItsValue) {
   EXPECT_EQ(Ran()[0], u"SELECT property,value,extended,iscustom FROM HiddenDB" + kMapKey);
   const HiddenLabel placeholder = {u"EMAIL", u"", u"", false};
   const std::vector<HiddenLabel> kept = {rows[0], placeholder, rows[2], placeholder,
-                                         rows[4], rows[6],     rows[8]};
+                                         rows[4], rows[6],     rows[7], rows[9]};
   EXPECT_EQ(contact.hidden, kept);
-  ASSERT_EQ(contact.addresses.size(), 4u) << "the label of the user's own made its address";
-  EXPECT_TRUE(contact.addresses[3] && !contact.addresses[1]);
+  ASSERT_EQ(contact.addresses.size(), 1235u) << "the label of the user's own made its address";
+  EXPECT_TRUE(contact.addresses[1234] && !contact.addresses[1]);
   EXPECT_EQ(db->Rows(u"HiddenDB", {u"property"}).size(), kept.size());
   EXPECT_EQ(db->openRowsets(), 0);
 }

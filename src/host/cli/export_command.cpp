@@ -11,6 +11,7 @@
 #include "host/engine/phone_id.h"
 #include "host/engine/sync_database.h"
 #include "host/engine/transfer.h"
+#include "items/item_objects.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
 
@@ -112,15 +113,31 @@ Exit Export(const CommonOptions& common, const Arguments& given) {
   const GroupTable groups(database.session(), QuoteRule::AsTheyStand);
   std::vector<ContentAccount> accounts(jobs.size());
   ProgressLine line(!common.json);
-  TransferRun run = RunExport(
-      profile, phone, jobs,
-      [&](size_t job, IItemCommon& item) {
-        if (jobs[job].row->format != FileFormat::Csv) return;
-        accounts[job].Add(*FindSheetKind(jobs[job].row->kind), item, groups);
-      },
-      [&](std::string_view store, int64_t done, int64_t total) {
-        line.Update(store, done, total);
-      });
+  const CellClock clock;
+  const auto sheetOf = [&](size_t job) {
+    return jobs[job].row->format == FileFormat::Csv ? FindSheetKind(jobs[job].row->kind) : nullptr;
+  };
+  const ExportForm form{
+      .nothing =
+          [&](size_t job, IItemCommon& item) {
+            const SheetKind* const kind = sheetOf(job);
+            return kind == nullptr ? std::string() : NothingInCells(*kind, item, groups);
+          },
+      .mend =
+          [&](size_t job, IItemCommon& item) {
+            Calendar* const calendar = sheetOf(job) == nullptr ? nullptr : CalendarOf(&item);
+            return calendar == nullptr ? std::vector<std::string>()
+                                       : MendForCells(clock, *calendar);
+          },
+      .look =
+          [&](size_t job, IItemCommon& item) {
+            const SheetKind* const kind = sheetOf(job);
+            if (kind != nullptr) accounts[job].Add(*kind, item, groups, clock);
+          }};
+  TransferRun run = RunExport(profile, phone, jobs, form,
+                              [&](std::string_view store, int64_t done, int64_t total) {
+                                line.Update(store, done, total);
+                              });
   line.Erase();
   ordered_json stores = ordered_json::array();
   std::string text;

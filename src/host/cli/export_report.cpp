@@ -51,12 +51,22 @@ std::string AccountText(const ContentAccount& account) {
 
 }  // namespace
 
-void ContentAccount::Add(const SheetKind& kind, IItemCommon& item, const GroupTable& groups) {
+void ContentAccount::Add(const SheetKind& kind, IItemCommon& item, const GroupTable& groups,
+                         const CellClock& clock) {
   const std::vector<FieldCell> cells = kind.fields.write(&item, groups);
   formulas += CountFormulas(cells);
   foreign +=
       std::ranges::count_if(cells, [](const FieldCell& cell) { return IsForeign(cell.text); });
-  incomplete += LosesInCells(kind, item, groups);
+  incomplete += LosesInCells(kind, item, groups, clock);
+}
+
+std::string NothingInCells(const SheetKind& kind, IItemCommon& item, const GroupTable& groups) {
+  const std::vector<FieldCell> cells = kind.fields.write(&item, groups);
+  const bool hasText =
+      std::ranges::any_of(cells, [](const FieldCell& cell) { return !cell.text.empty(); });
+  if (hasText) return {};
+  if (kind.store == "notes") return "it has no text, so there is nothing of it to write";
+  return "it has nothing that a CSV file holds; a vcf or vcs file would hold it";
 }
 
 std::string ExportText(const ExportOutcome& outcome, const std::string& folder) {
@@ -70,6 +80,9 @@ std::string ExportText(const ExportOutcome& outcome, const std::string& folder) 
   if (!report.message.empty()) {
     text += (report.files.empty() ? "" : "  ") + Printable(report.message) + "\n";
   }
+  for (const ItemFailure& altered : report.altered) {
+    text += "  " + Printable(altered.item) + ": " + Printable(altered.reason) + "\n";
+  }
   for (const ItemFailure& failure : report.failed) {
     text += "  " + Printable(failure.item) + ": " + Printable(failure.reason) + "\n";
   }
@@ -77,17 +90,21 @@ std::string ExportText(const ExportOutcome& outcome, const std::string& folder) 
 }
 
 ordered_json ExportJson(const ExportOutcome& outcome) {
-  ordered_json failed = ordered_json::array();
-  for (const ItemFailure& failure : outcome.report.failed) {
-    failed.push_back({{"item", failure.item}, {"reason", failure.reason}});
-  }
+  const auto list = [](const std::vector<ItemFailure>& items) {
+    ordered_json lines = ordered_json::array();
+    for (const ItemFailure& item : items) {
+      lines.push_back({{"item", item.item}, {"reason", item.reason}});
+    }
+    return lines;
+  };
   ordered_json document = {{"store", outcome.row->kind},
                            {"items", outcome.report.done},
                            {"files", outcome.report.files},
                            {"formulas", outcome.account.formulas},
                            {"lacking_characters", outcome.account.foreign},
                            {"incomplete", outcome.account.incomplete},
-                           {"failed", failed}};
+                           {"altered", list(outcome.report.altered)},
+                           {"failed", list(outcome.report.failed)}};
   if (!outcome.report.message.empty()) document["message"] = outcome.report.message;
   return document;
 }

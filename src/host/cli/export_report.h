@@ -16,8 +16,12 @@ struct ContentAccount {
   int64_t foreign = 0;     // cells with characters that the code page lacks
   int64_t incomplete = 0;  // items
 
-  void Add(const SheetKind& kind, IItemCommon& item, const GroupTable& groups);
+  void Add(const SheetKind& kind, IItemCommon& item, const GroupTable& groups,
+           const CellClock& clock);
 };
+
+// Why a file of cells would hold nothing of an item; empty for one of which it holds something.
+std::string NothingInCells(const SheetKind& kind, IItemCommon& item, const GroupTable& groups);
 
 struct ExportOutcome {
   const FileStoreRow* row = nullptr;

@@ -10,6 +10,8 @@
 #include "host/cli/stop_signal.h"
 #include "host/cli/sync_report.h"
 #include "host/engine/sync_database.h"
+#include "platform/system/files.h"
+#include "platform/system/service.h"
 #include "support/text.h"
 
 namespace qv {
@@ -59,7 +61,10 @@ void CheckArguments(const Arguments& given) {
         "--map, --map-file, --save-map, --code-page, --separator and --dates are for .csv files, "
         "and there is none");
   }
-  if (given.import.saveMap.empty()) return;
+  if (given.import.saveMap.empty()) {
+    if (given.import.replaceMap) throw UsageError("--replace-map is for --save-map");
+    return;
+  }
   if (sheets != 1) {
     throw UsageError("--save-map keeps the mapping of one CSV file; there are " +
                      std::to_string(sheets));
@@ -69,6 +74,14 @@ void CheckArguments(const Arguments& given) {
     if (std::filesystem::equivalent(file, given.import.saveMap, error)) {
       throw UsageError("--save-map " + given.import.saveMap + " is a file to import; name another");
     }
+  }
+  EntryStat taken;
+  const bool isTaken = !Service<Files>::Get().StatEntry(AbsolutePath(given.import.saveMap), taken);
+  if (isTaken && (!given.import.replaceMap || taken.kind == EntryKind::Folder)) {
+    throw UsageError("--save-map " + given.import.saveMap +
+                     (taken.kind == EntryKind::Folder
+                          ? " is a folder; name a file"
+                          : " would replace a file; name another, or --replace-map replaces it"));
   }
 }
 
@@ -91,12 +104,13 @@ std::vector<ImportFile> Prepare(const Arguments& given, ScratchFolder& scratch) 
 }
 
 // Once the phone has been met. Empty, or why the mapping could not be kept.
-std::string SaveMap(const std::vector<ImportFile>& files, const std::string& path) {
+std::string SaveMap(const std::vector<ImportFile>& files, const ImportArguments& given) {
+  const std::string& path = given.saveMap;
   const auto file =
       std::ranges::find_if(files, [](const ImportFile& f) { return f.sheet.has_value(); });
   if (path.empty() || file == files.end()) return {};
   try {
-    SaveMapping(file->sheet->asMapped, AbsolutePath(path));
+    SaveMapping(file->sheet->asMapped, AbsolutePath(path), given.replaceMap);
   } catch (const UsageError& error) {
     return error.what();
   }
@@ -155,8 +169,9 @@ Exit Import(const CommonOptions& common, Arguments given) {
                               });
   line.Erase();
   Exit exit = ResultOf(run, files);
-  if (run.result != SyncResult::Refused && !given.options.dryRun) {
-    if (const std::string trouble = SaveMap(files, given.import.saveMap); !trouble.empty()) {
+  const bool isBroken = run.result == SyncResult::Refused || run.result == SyncResult::Stopped;
+  if (!isBroken && !given.options.dryRun) {
+    if (const std::string trouble = SaveMap(files, given.import); !trouble.empty()) {
       run.message = trouble;
       exit = Exit::Failed;
     }
@@ -183,6 +198,8 @@ void AddImportCommand(CLI::App& app, Action& chosen) {
   command->add_option("--map-file", given->import.mapFile, "Take a mapping that was kept")
       ->type_name("FILE");
   command->add_option("--save-map", given->import.saveMap, "Keep the mapping")->type_name("FILE");
+  command->add_flag("--replace-map", given->import.replaceMap,
+                    "Let --save-map replace a file that stands there");
   command
       ->add_option("--code-page", given->codePage,
                    "Encoding of a CSV file without a mark (default: UTF-8, else windows-1252)")

@@ -7,10 +7,12 @@
 #include "host/cli/item_files.h"
 #include "host/spreadsheet/labels.h"
 #include "items/item_objects.h"
+#include "items/vcard.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
 #include "support/text.h"
 #include "support/vobject/item_files.h"
+#include "support/vobject/lines.h"
 
 namespace qv {
 namespace {
@@ -79,6 +81,7 @@ void PrepareSheet(const Desk& desk, ImportFile& file) {
                     std::back_inserter(import.conversions));
   import.leftOut = DropUselessRows(import.sheet, import.mapping);
   import.account = AccountFor(import.sheet, import.mapping, desk.groups);
+  file.job.moments = HandOverDates(import.sheet, import.mapping);
   file.job.row = FindFileStore(FileFormat::Csv, import.mapping.kind->store);
   HandOver(desk, StoreForm(import.sheet), file.job);
   const std::u16string path = file.job.folder + u"\\" + file.job.fileNames;
@@ -124,21 +127,45 @@ bool IsFoundWhole(std::string_view item, std::string_view begin, std::string_vie
          item.find(begin, begin.size()) == item.npos;
 }
 
-// Whether a store finds the very items in the file as it stands.
-bool IsPlain(const ItemFile& source, const std::vector<WholeItem>& items, std::string_view begin,
-             std::string_view end) {
-  if (!source.IsAsItStands()) return false;
-  const auto blocks = SplitBlocks(source.text(), begin, end);
-  return std::ranges::equal(blocks, items, [&](std::string_view block, const WholeItem& item) {
-    return block == source.TextOf(*item.found) && IsFoundWhole(block, begin, end);
-  });
-}
-
 // A NUL would cut off what stands behind it.
 std::string WithoutNuls(std::string_view text, ImportFile& file) {
   std::string bytes(text);
-  if (std::erase(bytes, '\0') > 0) file.notes.push_back("NUL characters were left out");
+  constexpr const char* kNote = "NUL characters were left out";
+  const bool isTold = !file.notes.empty() && file.notes.back() == kNote;
+  if (std::erase(bytes, '\0') > 0 && !isTold) file.notes.push_back(kNote);
   return bytes;
+}
+
+// A card with its first and last line spelled as the stores know them: letter case, blanks and
+// groups may stand there otherwise.
+std::string WithPlainEnds(std::string_view text) {
+  LineReader reader(text);
+  Line line;
+  reader.Next(line);
+  const size_t from = reader.position();
+  size_t to = from;
+  while (reader.Next(line)) to = line.begin;
+  std::string card(kBeginCard);
+  return card.append("\r\n").append(text.substr(from, to - from)).append(kEndCard);
+}
+
+// Whether a store reads that one card of it, from begin to end: by the store's own cutting, and by
+// what the card it cuts then is.
+bool IsReadWhole(const std::string& card) {
+  if (!IsFoundWhole(card, kBeginCard, kEndCard)) return false;
+  std::string cut;
+  if (!VCardCutter(card).Next(cut)) return false;
+  const std::vector<std::string_view> cards = VCardsIn(cut);
+  return cards.size() == 1 && cards[0].size() == cut.size();
+}
+
+// Whether a store finds the very items in the file as it stands.
+bool IsPlain(const ItemFile& source, const std::vector<WholeItem>& items) {
+  if (!source.IsAsItStands()) return false;
+  const auto blocks = SplitBlocks(source.text(), kBeginCard, kEndCard);
+  return std::ranges::equal(blocks, items, [&](std::string_view block, const WholeItem& item) {
+    return block == source.TextOf(*item.found) && IsReadWhole(std::string(block));
+  });
 }
 
 // Nothing of the file can be imported: the first reason, or that there is nothing.
@@ -156,18 +183,14 @@ void PrepareCards(const Desk& desk, ImportFile& file) {
   const ItemFile source(file.path, kind);
   const auto items = ReadItems(source, file);
   file.job.row = FindFileStore(FileFormat::VCard, kind.name);
-  if (!items.empty() && IsPlain(source, items, kBeginCard, kEndCard) &&
-      NameInPlace(file.path, file.job)) {
+  if (!items.empty() && IsPlain(source, items) && NameInPlace(file.path, file.job)) {
     for (const WholeItem& item : items) file.job.places.push_back(item.found->place);
     return;
   }
   std::string cards;
   for (const auto& [found, item] : items) {
-    const std::string_view text = source.TextOf(*found);
-    std::string card(kBeginCard);
-    card.append(text.substr(kBeginCard.size(), text.size() - kBeginCard.size() - kEndCard.size()))
-        .append(kEndCard);
-    if (IsFoundWhole(card, kBeginCard, kEndCard)) {
+    const std::string card = WithPlainEnds(WithoutNuls(source.TextOf(*found), file));
+    if (IsReadWhole(card)) {
       cards.append(card).append("\r\n");
       file.job.places.push_back(found->place);
       continue;
@@ -177,7 +200,7 @@ void PrepareCards(const Desk& desk, ImportFile& file) {
                            "add contacts` puts it on the PC, and the next sync on the phone"});
   }
   if (cards.empty()) RefuseAll(file, "contact");
-  HandOver(desk, WithoutNuls(cards, file), file.job);
+  HandOver(desk, cards, file.job);
 }
 
 // Events alone; tasks and others that share the form are told.
@@ -203,7 +226,7 @@ void PrepareCalendar(const Desk& desk, ImportFile& file) {
                         [](const WholeItem& read) { return ExceptionIn(read.item) == nullptr; });
   std::string calendar(kCalendarFileHead);
   for (const auto& [found, item] : items) {
-    const std::string text = WriteItem(kind, item.get());
+    const std::string text = WithoutNuls(WriteItem(kind, item.get()), file);
     const std::string_view event = EventStretch(text);
     if (!IsFoundWhole(event, kBeginEvent, kEndEvent)) {
       file.unread.push_back({"file", found->place,
@@ -216,7 +239,7 @@ void PrepareCalendar(const Desk& desk, ImportFile& file) {
     calendar.append(event).append("\r\n");
   }
   if (file.job.places.empty()) RefuseAll(file, "appointment");
-  HandOver(desk, WithoutNuls(calendar.append(kCalendarFileTail), file), file.job);
+  HandOver(desk, calendar.append(kCalendarFileTail), file.job);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ struct ImportArguments {
   MapArguments map;
   std::string mapFile;
   std::string saveMap;
+  bool replaceMap = false;
   SheetForm form;
   DateOrder dates = DateOrder::Guess;
 };

@@ -29,12 +29,17 @@ std::error_code ReadStandardInput(std::string& bytes) {
   }
 }
 
-// Where `opening` (capitals) stands in `text` in any letter case; npos for nowhere.
-size_t FindOpening(std::string_view text, std::string_view opening) {
-  const auto found = std::search(
-      text.begin(), text.end(), opening.begin(), opening.end(),
-      [](char a, char b) { return (a >= 'a' && a <= 'z' ? static_cast<char>(a - 32) : a) == b; });
-  return found == text.end() ? text.npos : static_cast<size_t>(found - text.begin());
+// Whether a line means to begin an item, whatever a reader makes of it: letter case, blanks, NULs
+// and what else stands before the colon do not count. `opening` is in capitals, "BEGIN:VCARD".
+bool MeansToBegin(std::string_view line, std::string_view opening) {
+  std::string plain;
+  for (const char c : line) {
+    if (c == ' ' || c == '\t' || c == '\0') continue;
+    plain.push_back(c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c);
+  }
+  const size_t colon = opening.find(':');
+  const size_t begin = plain.find(opening.substr(0, colon));
+  return begin != plain.npos && plain.find(opening.substr(colon), begin) != plain.npos;
 }
 
 }  // namespace
@@ -75,10 +80,14 @@ std::string_view ItemFile::TextOf(const FoundItem& found) const {
 }
 
 void ItemFile::AddGap(size_t begin, size_t end) {
-  const size_t at = FindOpening(text_.substr(begin, end - begin), kind_.opening);
-  if (at == std::string_view::npos) return;
-  found_.push_back(
-      {PlaceAt(begin + at), 0, "the text that begins here has no end; it may be cut off"});
+  while (begin < end) {
+    const size_t lineEnd = std::min(text_.find_first_of("\r\n", begin), end);
+    if (MeansToBegin(text_.substr(begin, lineEnd - begin), kind_.opening)) {
+      found_.push_back(
+          {PlaceAt(begin), 0, "the text that begins here has no end; it may be cut off"});
+    }
+    begin = lineEnd + 1;
+  }
 }
 
 std::string ItemFile::PlaceAt(size_t offset) {

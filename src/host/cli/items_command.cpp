@@ -61,7 +61,9 @@ std::string TreeTable(const std::vector<PcFolder::Entry>& items) {
 Exit ListItems(const CommonOptions& common, const ItemArguments& given) {
   const StoreKind& kind = KindNamed(given.store);
   const OpenedProfile profile(common);
-  const std::vector<PcFolder::Entry> items = PcFolder::Open(profile, kind)->List();
+  const std::unique_ptr<PcFolder> pc = PcFolder::Open(profile, kind);
+  const std::vector<PcFolder::Entry> items = pc->List();
+  for (const std::string& line : pc->Hidden()) PrintMessage("note: " + line);
   if (common.json) {
     PrintJson(ListJson(items, kind.isTree));
     return Exit::Ok;

@@ -21,9 +21,11 @@ struct Range {
   char32_t last;
 };
 
-// C0, DEL and C1; separators that break lines; marks that turn the writing direction.
-constexpr Range kUnprintable[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x200E, 0x200F},
-                                  {0x2028, 0x202E}, {0x2066, 0x2069}, {0xFEFF, 0xFEFF}};
+// C0, DEL and C1; separators that break lines; marks that turn the writing direction, or that no
+// reader sees.
+constexpr Range kUnprintable[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
+                                  {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x206F},
+                                  {0xFEFF, 0xFEFF}, {0xFFF9, 0xFFFB}, {0xE0000, 0xE007F}};
 // The blocks that matter in names; the rest counts as one column.
 constexpr Range kNoWidth[] = {{0x0300, 0x036F}, {0x0591, 0x05BD}, {0x064B, 0x065F},
                               {0x0E34, 0x0E3A}, {0x0E47, 0x0E4E}, {0x200B, 0x200D},

@@ -76,6 +76,7 @@ void ImportPage(ShortcutFolder& pc, const std::vector<PageEntry>& page, const st
                 Changes& changes) {
   PageImport import(pc, place, changes);
   for (const PageEntry& entry : page) import.Add(entry);
+  pc.Settle();
   import.Finish();
 }
 

@@ -33,6 +33,8 @@ class PcFolder {
   const StoreKind& kind() const { return kind_; }
 
   virtual std::vector<Entry> List() = 0;
+  // What is there and the last `List` could not show, a line with the way out for each.
+  virtual std::vector<std::string> Hidden() { return {}; }
   virtual int64_t Count() = 0;
   // Exceptions of series are items too, see outlook_manager.h. Null for an unknown identifier.
   virtual ComPtr<IItemCommon> Get(const std::string& id) = 0;

@@ -32,9 +32,22 @@ const Bookmark& BookmarkIn(const ComPtr<IItemCommon>& item) {
 }
 
 // A bookmark without a title goes by its address.
-std::u16string FileNameOf(const Bookmark& bookmark) {
-  const std::u16string title = PcTitle(bookmark.title.empty() ? bookmark.url : bookmark.title);
-  return std::u16string(FittingStem(title)).append(kShortcutTail);
+std::u16string StemFor(const Bookmark& bookmark) {
+  return PcTitle(bookmark.title.empty() ? bookmark.url : bookmark.title);
+}
+
+std::u16string FileNameOf(std::u16string_view stem) {
+  return std::u16string(stem).append(kShortcutTail);
+}
+
+std::string WhyHidden(const BlindSpot& spot) {
+  const std::string name = Printable(ToUtf8(spot.path));
+  if (spot.kind == TREE_BLINDSPOT_FOLDER) {
+    return name + " cannot be read (system error " + std::to_string(spot.error) +
+           "); make it readable, until then nothing in it takes part";
+  }
+  return name + " is there and takes no part: its name holds : * ? \" < > | \\, a control " +
+         "character or bytes that are no UTF-8; rename it";
 }
 
 std::u16string StemOf(std::u16string_view fileName) {
@@ -88,9 +101,21 @@ std::string ShortcutFolder::UrlOf(const std::u16string& full) const {
   return ReadFileBytes(full, bytes) == kNoError ? ToUtf8(ShortcutUrl(bytes)) : std::string();
 }
 
+// Throws CommandError for a root that cannot be read: it is not empty.
+HRESULT ShortcutFolder::Walk(const BookmarkTree::Visit& visit) {
+  std::vector<BlindSpot> blind;
+  const HRESULT status = tree_.Walk(kTreeRoot, visit, &blind);
+  hidden_.clear();
+  for (const BlindSpot& spot : blind) {
+    if (spot.folder == kTreeRoot) CheckDone(spot.error, "read the folder", tree_.root());
+    hidden_.push_back(WhyHidden(spot));
+  }
+  return status;
+}
+
 std::vector<PcFolder::Entry> ShortcutFolder::List() {
   std::vector<Entry> entries;
-  tree_.Walk(kTreeRoot, [&](std::u16string_view path, const EntryInfo& info) {
+  Walk([&](std::u16string_view path, const EntryInfo& info) {
     Entry entry;
     entry.isFolder = info.kind == EntryKind::Folder;
     entry.id = IdOf(path, entry.isFolder);
@@ -108,7 +133,7 @@ std::vector<PcFolder::Entry> ShortcutFolder::List() {
 
 int64_t ShortcutFolder::Count() {
   int64_t count = 0;
-  tree_.Walk(kTreeRoot, [&](std::u16string_view, const EntryInfo&) {
+  Walk([&](std::u16string_view, const EntryInfo&) {
     ++count;
     return S_OK;
   });
@@ -135,38 +160,61 @@ ComPtr<IItemCommon> ShortcutFolder::Get(const std::string& id) {
 
 void ShortcutFolder::MakeRoot() {
   const std::u16string& root = tree_.root();
-  if (!EntryExists(root)) CheckDone(qv::MakeFolder(root), "make the folder", root);
+  if (EntryExists(root)) return;
+  CheckDone(qv::MakeFolder(root), "make the folder", root);
+  changes_.Made(root, EntryKind::Folder);
+}
+
+void ShortcutFolder::Settle() {
+  CheckDone(changes_.Settle(), "put on disk what was changed in", tree_.root());
+}
+
+std::u16string ShortcutFolder::FreeName(const std::u16string& folder, const Bookmark& bookmark) {
+  const std::u16string stem = StemFor(bookmark);
+  const std::u16string name = names_.Unique(folder, FileNameOf(stem), false);
+  return NameFits(name) ? name : names_.Unique(folder, FileNameOf(FittingStem(stem)), false);
 }
 
 std::string ShortcutFolder::MakeFolder(const std::string& folder, const std::string& name) {
   MakeRoot();
   const std::u16string parent = FullPath(folder);
-  const std::u16string base(FittingStem(PcTitle(FromUtf8(name.empty() ? "untitled" : name))));
+  std::u16string base = PcTitle(FromUtf8(name.empty() ? "untitled" : name));
+  if (!NameFits(base)) base = FittingStem(base);
   const std::u16string full = parent + u"\\" + base;
   EntryInfo info;
   const bool isThere = FindEntry(full, info) == kNoError;
-  if (!isThere) CheckDone(qv::MakeFolder(full), "make the folder", full);
+  if (!isThere) {
+    CheckDone(qv::MakeFolder(full), "make the folder", full);
+    changes_.Made(full, EntryKind::Folder);
+  }
   if (isThere && info.kind != EntryKind::Folder) {
     throw UsageError("there is a file of this name: " + Native(full));
   }
   return IdOf(AbsoluteToRelative(tree_.root(), full), true);
 }
 
+// Each of the bookmarks that have the title is opened once, whatever comes behind it.
 std::optional<std::string> ShortcutFolder::AddTo(const std::string& folder,
                                                  const std::string& title, const std::string& url) {
   MakeRoot();
   Bookmark bookmark;
   bookmark.title = FromUtf8(title);
   bookmark.url = FromUtf8(url);
-  const std::u16string parent = FullPath(folder);
-  const std::u16string name = FileNameOf(bookmark);
-  const std::u16string stem = parent + u"\\" + StemOf(name);
-  std::u16string full = stem + std::u16string(kShortcutTail);
-  for (int n = 2; EntryExists(full); ++n) {
-    if (UrlOf(full) == url) return std::nullopt;
-    full = stem + u"(" + Decimal(n) + u")" + std::u16string(kShortcutTail);
+  std::u16string stem = StemFor(bookmark);
+  if (!NameFits(FileNameOf(stem))) stem = FittingStem(stem);
+  const std::u16string start = FullPath(folder) + u"\\" + stem;
+  Series& series = series_[start];
+  const auto candidate = [&] {
+    return FileNameOf(series.next == 1 ? start : start + u"(" + Decimal(series.next) + u")");
+  };
+  std::u16string full = candidate();
+  for (; EntryExists(full); full = candidate()) {
+    series.urls.insert(UrlOf(full));
+    ++series.next;
   }
+  if (series.urls.contains(url)) return std::nullopt;
   CheckDone(CreateNewFile(full, ShortcutBytes(bookmark.url)), "write", full);
+  changes_.Made(full, EntryKind::File);
   return IdOf(AbsoluteToRelative(tree_.root(), full), false);
 }
 
@@ -174,8 +222,12 @@ std::string ShortcutFolder::Add(const ComPtr<IItemCommon>& item) {
   const Bookmark& bookmark = BookmarkIn(item);
   MakeRoot();
   const std::u16string& root = tree_.root();
-  const std::u16string full = root + u"\\" + UniqueEntryName(root, FileNameOf(bookmark), false);
+  const std::u16string name = FreeName(root, bookmark);
+  const std::u16string full = root + u"\\" + name;
   CheckDone(CreateNewFile(full, ShortcutBytes(bookmark.url)), "write", full);
+  names_.Added(root, name);
+  changes_.Made(full, EntryKind::File);
+  Settle();
   return IdOf(AbsoluteToRelative(tree_.root(), full), false);
 }
 
@@ -192,20 +244,36 @@ bool ShortcutFolder::Replace(const std::string& id, const ComPtr<IItemCommon>& i
   const Bookmark& bookmark = BookmarkIn(item);
   InternetShortcut shortcut;
   CheckDone(shortcut.Load(found->full), "read", found->full);
-  shortcut.SetURL(bookmark.url, 1);
-  CheckDone(shortcut.Save(found->full), "write", found->full);
-  const std::u16string name = FileNameOf(bookmark);
-  if (name == found->info.name || bookmark.title.empty()) return true;
-  const std::u16string parent = found->full.substr(0, found->full.rfind(u'\\'));
-  const std::u16string fresh = parent + u"\\" + UniqueEntryName(parent, name, false);
-  CheckDone(RenameEntry(found->full, fresh), "rename to", fresh);
+  if (shortcut.SetURL(bookmark.url, 1)) {
+    CheckDone(shortcut.Save(found->full), "write", found->full);
+    changes_.Made(found->full, EntryKind::File);
+  }
+  series_.clear();
+  if (FileNameOf(StemFor(bookmark)) != found->info.name && !bookmark.title.empty()) {
+    const std::u16string parent = found->full.substr(0, found->full.rfind(u'\\'));
+    const std::u16string fresh = parent + u"\\" + FreeName(parent, bookmark);
+    CheckDone(RenameEntry(found->full, fresh), "rename to", fresh);
+    changes_.Moved(found->full, fresh);
+  }
+  Settle();
   return true;
 }
 
 bool ShortcutFolder::Delete(const std::string& id) {
   const std::optional<Found> found = Find(id);
   if (!found) return false;
+  const Obstacle odd = found->info.kind == EntryKind::Folder
+                           ? tree_.FindObstacle(AbsoluteToRelative(tree_.root(), found->full), true)
+                           : Obstacle{};
+  if (odd.kind != TREE_OBSTACLE_NONE) {
+    throw UsageError("it holds " + Printable(ToUtf8(odd.path)) +
+                     ", whose name cannot be used and which is not listed; rename it or move it "
+                     "away first");
+  }
+  series_.clear();
   CheckDone(RecycleEntry(found->full), "delete", found->full);
+  changes_.Removed(found->full);
+  Settle();
   return true;
 }
 

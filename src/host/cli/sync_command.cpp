@@ -101,6 +101,8 @@ void AddSyncCommand(CLI::App& app, Action& chosen) {
   command->add_flag("--dry-run", given->options.dryRun, "Print the steps and change nothing");
   command->add_flag("--allow-mass-delete", given->options.allowMassDelete,
                     "Delete even when that is most of the items of a side");
+  command->add_flag("--allow-mass-add", given->options.allowMassAdd,
+                    "Add even when that more than doubles the items of a side");
   command->add_flag("--new-phone", given->options.newPhone,
                     "Take the folder as a phone that was not met before");
   command->callback([given, &chosen] {

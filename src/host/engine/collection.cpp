@@ -2,6 +2,7 @@
 
 #include "host/engine/content.h"
 #include "host/engine/errors.h"
+#include "host/engine/left_alone.h"
 #include "host/engine/pc_side.h"
 #include "support/vobject/marked_text.h"
 
@@ -21,6 +22,8 @@ void Collection::List() {
 
 void Collection::LearnContents() {
   if (isLearned_) return;
+  const std::string stop = FormStop(kind_, folder(), phone_.left());
+  if (!stop.empty()) throw StoreRefusal(stop);
   for (const FolderEntry& file : files_) Learn(file.name);
   isLearned_ = true;
 }
@@ -28,6 +31,11 @@ void Collection::LearnContents() {
 // All items of a file count, also where a sync would refuse it.
 void Collection::Learn(const std::string& name) {
   std::string text;
+  if (const PhoneFolder::NoFile* noFile = phone_.NoFileAt(name)) {
+    if (!noFile->mayBeItem) return;
+    throw StoreFailure("cannot read " + folder() + "/" + name + ": " + noFile->reason +
+                       ". It may hold what is to come, so nothing was added; repair or remove it");
+  }
   if (const std::error_code error = phone_.Read(name, text)) {
     if (error == std::errc::no_such_file_or_directory) return;
     throw StoreFailure("cannot read " + folder() + "/" + name + ": " + error.message() +

@@ -29,7 +29,8 @@ class Collection {
   const std::vector<FolderEntry>& files() const { return files_; }
 
   // These read once, however often they are called. A missing folder has no files. Throw
-  // StoreFailure: for a file whose bytes cannot be had, too, since it may be one of those to come.
+  // StoreRefusal where new files do not belong, and StoreFailure: for a file whose bytes cannot be
+  // had, too, since it may be one of those to come.
   void List();
   void LearnContents();
 
@@ -38,8 +39,12 @@ class Collection {
   const Known& Find(IItemCommon& item, const std::u16string& uid);
 
   std::error_code Read(const std::string& name, std::string& text) const {
+    // What is no file is never opened.
+    if (phone_.NoFileAt(name) != nullptr) return std::make_error_code(std::errc::invalid_argument);
     return phone_.Read(name, text);
   }
+  // What lies there and is no item.
+  const std::vector<LeftAlone>& left() const { return phone_.left(); }
   std::error_code Add(const std::u16string& uid, std::string_view text);
   // Throw StoreFailure.
   void Make() const;

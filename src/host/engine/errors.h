@@ -26,6 +26,12 @@ class StoreFailure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The store must not be touched as things stand, and was not. The text tells the way out.
+class StoreRefusal : public StoreFailure {
+ public:
+  using StoreFailure::StoreFailure;
+};
+
 // The user has pressed stop.
 class SyncStopped : public std::runtime_error {
  public:

@@ -11,6 +11,7 @@
 #include "platform/com/lists.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
+#include "stores/file_names.h"
 #include "support/text.h"
 #include "syncdb/status_item.h"
 
@@ -92,18 +93,26 @@ const char* FormatWord(FileFormat format) {
   return kWords[static_cast<size_t>(format)];
 }
 
-std::optional<std::string> ProbeFolder(const std::string& folder) {
+std::optional<std::string> ProbeFolder(const std::string& folder, size_t bytes) {
   Files& files = Service<Files>::Get();
   const std::string probe = folder + "/.qvsync-probe";
   files.Remove(probe);  // of a run that was killed
-  const std::error_code error = files.CreateNew(probe, std::string(4096, ' '));
+  const std::error_code error = files.CreateNew(probe, std::string(bytes, ' '));
   if (error) return error.message();
   files.Remove(probe);
   return std::nullopt;
 }
 
+std::optional<std::string> LacksRoom(std::u16string_view folder, std::u16string_view name) {
+  if (folder.size() + 1 + name.size() < kPathLimit) return std::nullopt;
+  return "its path is too long: with the name of a file it has " +
+         std::to_string(folder.size() + 1 + name.size()) + " characters, and " +
+         std::to_string(kPathLimit - 1) + " are the most; name a folder nearer to the root";
+}
+
 FileStore::FileStore(Profile& profile, const FileJob& job)
     : type_(FindStoreKind(job.row->kind)->mimeType),
+      modulePath_(job.folder),
       folder_(ToNativePath(job.folder).value_or("")) {
   const DatabaseReason reason;
   manager_ = CreateInstance<IDataStoreMgr>(ClassId(u"DataStoreManager"));
@@ -143,20 +152,26 @@ void FileStore::Sent(int32_t index) {
   store_->OnProcesseSentCmdSuccess(SENTCMD_ADD, Bstr(Decimal(index)), Bstr(u"/"), kFalse);
 }
 
-void FileStore::Add(std::string_view text) {
+void FileStore::Add(std::string_view text, const std::function<void(IItemCommon&)>& change) {
   const ComPtr<IContentData> content = MakeContentData(text);
   if (Failed(store_->CachParseData(nullptr, type_, content.get()))) {
     store_->UnCachParseData();
     throw ItemError("its text cannot be read");
+  }
+  if (change) {
+    ComPtr<IUnknown> parsed;
+    Check(store_->GetCachedParseData(parsed.Out()));
+    change(*Query<IItemCommon>(parsed));
   }
   Bstr uid;
   const HRESULT status = store_->Add(content.get(), type_, Bstr(u"/"), uid.Out());
   store_->UnCachParseData();
   if (Succeeded(status)) return;
   if (uid.get() == nullptr) throw ItemError("the file cannot hold it");
-  if (const auto reason = ProbeFolder(folder_)) {
-    throw StoreFailure("cannot write to " + folder_ + ": " + *reason);
-  }
+  // Names are cut to fit, but not to nothing.
+  std::optional<std::string> reason = LacksRoom(modulePath_, std::u16string(10, u'x'));
+  if (!reason) reason = ProbeFolder(folder_, text.size());
+  if (reason) throw StoreFailure("cannot write to " + folder_ + ": " + *reason);
   throw ItemError(
       "no file could be written for it: its name has a sign that no file name can have");
 }

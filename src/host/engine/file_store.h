@@ -4,6 +4,7 @@
 // Such a store has a bag of its own: the profile's, in which no other store is switched on.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "framework/store_contract.h"
+#include "host/engine/right_moments.h"
 #include "host/profile.h"
 #include "syncdb/status_interfaces.h"
 
@@ -46,10 +48,15 @@ struct FileJob {
   // Where its items name each other: the identifiers that they have in the file, in the
   // order of the items, a series before its exceptions.
   std::vector<std::u16string> uids;
+  // By place, of appointments whose moments the store cannot make of any cell: they are set behind
+  // it.
+  std::map<size_t, RightMoments> moments;
 };
 
-// Why nothing can be made in a folder (a native path); nothing where a small file can.
-std::optional<std::string> ProbeFolder(const std::string& folder);
+// Why nothing can be made in a folder (a native path); nothing where a file of so many bytes can.
+std::optional<std::string> ProbeFolder(const std::string& folder, size_t bytes);
+// Why a folder (in the module's form) has no room for a name; nothing where it has.
+std::optional<std::string> LacksRoom(std::u16string_view folder, std::u16string_view name);
 
 class FileStore {
  public:
@@ -64,11 +71,13 @@ class FileStore {
   std::string Get(int32_t index, ComPtr<IItemCommon>& item);
   // The phone has taken it over.
   void Sent(int32_t index);
-  // Export. Throws ItemError, and StoreFailure when nothing more can be written to the folder.
-  void Add(std::string_view text);
+  // Export. `change` may change the item behind the text before the store takes it. Throws
+  // ItemError, and StoreFailure when nothing more can be written to the folder.
+  void Add(std::string_view text, const std::function<void(IItemCommon&)>& change = {});
 
  private:
   Bstr type_;
+  std::u16string modulePath_;
   std::string folder_;  // native
   ComPtr<IDataStoreMgr> manager_;
   ComPtr<IDataStore> store_;

@@ -41,6 +41,8 @@ struct PhoneItem {
   // What a text that was looked into says of recurrence.
   bool isSeries = false;
   std::u16string seriesUid;  // of an exception: the uid of its series; empty for any other item
+  std::string title;         // for a person, of a text that was looked into
+  std::string pcLacks;  // what of such a text the PC has no field for, where that shows; else empty
 };
 
 // Against what the two sides last agreed on. `New` means that they never did, `Filtered` that the

@@ -7,6 +7,7 @@
 #include "stores/bookmark/favorites_root.h"
 #include "support/text.h"
 #include "support/user_flags.h"
+#include "syncdb/identifier_map.h"
 #include "syncdb/status_class_ids.h"
 
 namespace qv {
@@ -56,6 +57,7 @@ PcSide::PcSide(Profile& profile) : profile_(profile) {
       const CreatedObject created = real();
       if (created.root != nullptr) {
         transaction_ = Query<IDBTransaction>(created.root->Inner());
+        accessor_ = Query<IDBAccessor>(created.root->Inner());
       }
       return created;
     });
@@ -108,7 +110,17 @@ void PcSide::ExplainStart(HRESULT status, const std::string& reason) {
 }
 
 void PcSide::SetTargetKey(const std::string& phoneId) {
+  phoneId_ = phoneId;
   manager_->SetTargetKey(Bstr(FromUtf8(phoneId)));
+}
+
+SyncSession PcSide::Session(const StoreKind& kind, const std::string& phoneId) {
+  SyncSession session;
+  session.accessor = accessor_;
+  if (accessor_) Check(accessor_->GetSessionId(&session.session));
+  session.sourceUri = FromUtf8(profile_.Value(Key(kind, ".SourceURI")));
+  session.targetKey = FromUtf8(phoneId);
+  return session;
 }
 
 ComPtr<IDataStore> PcSide::Store(const StoreKind& kind) {
@@ -284,7 +296,24 @@ std::string PcStore::Refused(std::string_view text) {
   if (calendar) Check(calendar->get_ParentRecurUid(series.Out()));
   if (series.view().empty()) return "the PC cannot take it";
   return "the PC cannot take it: it is an exception of the series " + ToUtf8(series.view()) +
-         ", which is not there or has another one of the same occurrence";
+         (HasSeries(series.str())
+              ? ", which has another one of the same occurrence there; remove one of the two"
+              : ", which is not there; bring the series too, or remove this file");
+}
+
+// As the store looks for it.
+bool PcStore::HasSeries(const std::u16string& uid) {
+  const SyncSession session = SessionOf(side_.phoneId());
+  std::u16string id;
+  if (Failed(IdentifierMap(session).FindByUid(uid, id)) || id.empty()) {
+    return false;
+  }
+  try {
+    Get(id, false);
+    return true;
+  } catch (const ItemError&) {
+    return false;
+  }
 }
 
 void PcStore::Replace(const std::u16string& id, std::string_view text, const PcPlace& place) {

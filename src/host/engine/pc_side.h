@@ -15,6 +15,7 @@
 #include "platform/com/class_factory.h"
 #include "platform/database/accessor.h"
 #include "syncdb/status_interfaces.h"
+#include "syncdb/sync_session.h"
 
 namespace qv {
 
@@ -29,7 +30,11 @@ class PcSide {
 
   // The phone that all stores work for from now on.
   void SetTargetKey(const std::string& phoneId);
+  const std::string& phoneId() const { return phoneId_; }
   ComPtr<IDataStore> Store(const StoreKind& kind);
+  // The rows of the sync database that a store has for a phone; without an accessor before the
+  // manager has made one.
+  SyncSession Session(const StoreKind& kind, const std::string& phoneId);
 
   // What the stores write from now on can be thrown away, up to `Commit`. False when this
   // database object cannot do that.
@@ -44,6 +49,8 @@ class PcSide {
   Profile& profile_;
   ClassCreator realAccessor_;
   ComPtr<IDBTransaction> transaction_;
+  ComPtr<IDBAccessor> accessor_;
+  std::string phoneId_;
   bool open_ = false;
   ComPtr<IDataStoreMgr> manager_;
 };
@@ -88,6 +95,7 @@ class PcStore {
 
   const StoreKind& kind() const { return kind_; }
   PcSide& side() { return side_; }
+  SyncSession SessionOf(const std::string& phoneId) { return side_.Session(kind_, phoneId); }
 
   // What is there, in the store's order, then what has gone since the last agreement, or has left
   // the filter; with `all` everything that the filter keeps back. `present` counts what is there.
@@ -146,7 +154,9 @@ class PcStore {
   // What seems to be gone from folders that are there must not be so because they cannot be read.
   void RequireReadable(const std::vector<PcItem>& items);
   std::string Refused(std::string_view text);
+  bool HasSeries(const std::u16string& uid);
   std::u16string PathOf(const std::u16string& id);
+  std::string FileNameOf(const std::u16string& id);
   std::string OtherFileIn(const std::u16string& id);
   bool IsFiltered() const;
   std::vector<std::u16string> AllIds();

@@ -9,6 +9,7 @@
 #include "stores/bookmark/bookmark_tree.h"
 #include "stores/bookmark/favorites_root.h"
 #include "support/text.h"
+#include "syncdb/path_map.h"
 
 namespace qv {
 namespace {
@@ -92,6 +93,14 @@ bool PcStore::IsAt(const std::u16string& id, std::u16string_view title,
          Succeeded(store_->GetParentUid(Bstr(id), now.Out())) && now.view() == parent;
 }
 
+// Of an entry whose title cannot be had.
+std::string PcStore::FileNameOf(const std::u16string& id) {
+  const SyncSession session = SessionOf(side_.phoneId());
+  std::u16string path;
+  const bool isKnown = Succeeded(PathMap(session).PathOf(id, path)) && !path.empty();
+  return isKnown ? ToUtf8(NameInPath(path)) : "number " + ToUtf8(id);
+}
+
 std::string PcStore::Label(const PcItem& item) {
   if (!kind_.isTree) return ToUtf8(item.id);
   std::string label;
@@ -102,7 +111,7 @@ std::string PcStore::Label(const PcItem& item) {
     } catch (const ItemError&) {
       // It has but its number.
     }
-    std::string part = title.empty() ? "number " + ToUtf8(id) : ToUtf8(title);
+    std::string part = title.empty() ? FileNameOf(id) : ToUtf8(title);
     label = label.empty() ? std::move(part) : part.append("/").append(label);
     Bstr parent;
     if (Failed(store_->GetParentUid(Bstr(id), parent.Out()))) break;

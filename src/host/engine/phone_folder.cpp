@@ -70,28 +70,80 @@ bool PhoneFolder::IsItem(std::string_view name) const {
 }
 
 std::error_code PhoneFolder::ListBelow(const std::string& folder, std::vector<FolderEntry>& items) {
-  std::vector<FolderEntry> entries;
-  if (const std::error_code error = TheFiles().List(PathOf(folder), entries)) return error;
-  for (FolderEntry& entry : entries) {
-    if (entry.name.starts_with('.')) continue;
-    entry.name.insert(0, folder);
-    if (!entry.info.isFolder) {
-      if (IsItem(entry.name)) items.push_back(std::move(entry));
+  std::vector<PlainEntry> entries;
+  if (const std::error_code error = TheFiles().ListEntries(PathOf(folder), true, entries)) {
+    return error;
+  }
+  std::vector<PlainEntry> others;
+  for (PlainEntry& entry : entries) {
+    const bool isItem = IsItem(entry.name);
+    if (entry.name.starts_with('.')) {
+      if (isItem) Leave(folder + entry.name, LeftKind::Hidden);
       continue;
     }
-    EntryStat stat;
-    const std::error_code error =
-        isTree_ ? TheFiles().StatEntry(PathOf(entry.name), stat) : std::error_code();
-    if (error && error != std::errc::no_such_file_or_directory) return error;
-    if (!isTree_ || error || stat.kind != EntryKind::Folder) continue;
-    entry.name += '/';
-    items.push_back(std::move(entry));
+    if (entry.kind == EntryKind::Other) {
+      others.push_back(std::move(entry));
+      continue;
+    }
+    FolderEntry item;
+    item.name = folder + entry.name;
+    item.info.size = entry.size;
+    item.info.modifiedNs = entry.modifiedNs;
+    item.info.changedNs = entry.changedNs;
+    item.info.inode = entry.inode;
+    item.info.isFolder = entry.kind == EntryKind::Folder;
+    if (item.info.isFolder && isItem && !isTree_) {
+      noFiles_.emplace(item.name, NoFile{"it is a folder, not a file", false});
+      item.info = {};
+    }
+    if (item.info.isFolder) item.name += '/';
+    if (item.info.isFolder ? isTree_ : isItem) {
+      items.push_back(std::move(item));
+    } else {
+      Leave(std::move(item.name), item.info.isFolder ? LeftKind::Folder : LeftKind::File);
+    }
+  }
+  return others.empty() ? std::error_code() : Follow(folder, others, items);
+}
+
+// A link to a file is as good as the file. None of the rest is ever opened: that could wait for
+// ever.
+std::error_code PhoneFolder::Follow(const std::string& folder, std::vector<PlainEntry>& others,
+                                    std::vector<FolderEntry>& items) {
+  std::vector<FolderEntry> entries;
+  if (const std::error_code error = TheFiles().List(PathOf(folder), entries)) return error;
+  std::unordered_map<std::string_view, const FileInfo*> reached;
+  for (const FolderEntry& entry : entries) reached.emplace(entry.name, &entry.info);
+  for (const PlainEntry& other : others) {
+    const auto found = reached.find(other.name);
+    std::string name = folder + other.name;
+    if (found != reached.end() && found->second->isFolder) {
+      Leave(std::move(name), LeftKind::Link);
+    } else if (!IsItem(name)) {
+      Leave(std::move(name), found == reached.end() ? LeftKind::Special : LeftKind::File);
+    } else if (found != reached.end()) {
+      items.push_back({std::move(name), *found->second});
+    } else {
+      FileInfo info;
+      const std::error_code error = TheFiles().Stat(PathOf(name), info);
+      NoFile noFile{"it is a pipe or a device, not a file; remove it", false};
+      if (error) noFile = {"it is a link that leads nowhere (" + error.message() + ")", true};
+      noFiles_.emplace(name, std::move(noFile));
+      items.push_back({std::move(name), {}});
+    }
   }
   return {};
 }
 
+const PhoneFolder::NoFile* PhoneFolder::NoFileAt(const std::string& name) const {
+  const auto found = noFiles_.find(name);
+  return found == noFiles_.end() ? nullptr : &found->second;
+}
+
 std::error_code PhoneFolder::List(std::vector<FolderEntry>& items) {
   items.clear();
+  left_.clear();
+  noFiles_.clear();
   std::error_code error = ListBelow("", items);
   for (size_t i = 0; !error && i < items.size(); ++i) {
     if (!items[i].info.isFolder) continue;
@@ -101,6 +153,7 @@ std::error_code PhoneFolder::List(std::vector<FolderEntry>& items) {
   }
   if (error) items.clear();
   std::ranges::sort(items, {}, &FolderEntry::name);
+  std::ranges::sort(left_, {}, &LeftAlone::name);
   return error;
 }
 
@@ -154,10 +207,10 @@ std::string PhoneFolder::Numbered(std::string_view folder, const std::string& st
                                   std::string_view tail, std::string_view own) {
   const auto [taken, isNew] = taken_.try_emplace(std::string(folder));
   if (isNew) {
-    std::vector<FolderEntry> entries;
+    std::vector<PlainEntry> entries;
     // A folder that cannot be listed cannot be written to either.
-    static_cast<void>(TheFiles().List(PathOf(folder), entries));
-    for (FolderEntry& entry : entries) ++taken->second[Lower(std::move(entry.name))];
+    static_cast<void>(TheFiles().ListEntries(PathOf(folder), false, entries));
+    for (PlainEntry& entry : entries) ++taken->second[Lower(std::move(entry.name))];
   }
   if (!own.empty() && FolderOfName(own) == folder) {
     std::string base(BaseOfName(own));

@@ -1,8 +1,10 @@
 // One collection of a phone: a folder with one item a file (vdir), or a tree of such folders.
 //
 // Hidden files and files with another extension are no items; neither are folders, unless this is a
-// tree, and links to folders never. Names are paths below the collection, see model.h. Failures
-// come as error codes; a name is always one that `List` gave or a `FreeName` made.
+// tree, and links to folders never: these are left alone, and `left` tells of them. What is named
+// like an item and is no file (a pipe, a link that leads nowhere) is one that cannot be read.
+// Names are paths below the collection, see model.h. Failures come as error codes; a name is always
+// one that `List` gave or a `FreeName` made.
 #pragma once
 
 #include <set>
@@ -18,6 +20,13 @@
 
 namespace qv {
 
+// What lies among the items and is none. Hidden: a hidden file that is named like an item.
+enum class LeftKind : uint8_t { File, Folder, Link, Special, Hidden };
+struct LeftAlone {
+  std::string name;
+  LeftKind kind = LeftKind::File;
+};
+
 class PhoneFolder {
  public:
   PhoneFolder(std::string folder, std::string_view extension, bool isTree = false);
@@ -27,6 +36,15 @@ class PhoneFolder {
   // The items, by name, a folder before what is in it. All of them or none: a folder below that
   // cannot be read fails the list, one that went meanwhile does not.
   std::error_code List(std::vector<FolderEntry>& items);
+  // What the last list left out, by name.
+  const std::vector<LeftAlone>& left() const { return left_; }
+  // Of an item of that list that is no file: what it is instead, and whether an item may have been
+  // put behind it. Null for any other.
+  struct NoFile {
+    std::string reason;
+    bool mayBeItem = false;
+  };
+  const NoFile* NoFileAt(const std::string& name) const;
   std::error_code Stat(const std::string& name, FileInfo& info) const;
   std::error_code Read(const std::string& name, std::string& text) const;
   // Whole or not at all; kept through a power loss only after `Sync`.
@@ -51,6 +69,9 @@ class PhoneFolder {
   std::string PathOf(std::string_view name) const;
   void Touch(std::string_view name) { touched_.emplace(FolderOfName(name)); }
   std::error_code ListBelow(const std::string& folder, std::vector<FolderEntry>& items);
+  std::error_code Follow(const std::string& folder, std::vector<PlainEntry>& others,
+                         std::vector<FolderEntry>& items);
+  void Leave(std::string name, LeftKind kind) { left_.push_back({std::move(name), kind}); }
   bool IsItem(std::string_view name) const;
   std::string Numbered(std::string_view folder, const std::string& stem, std::string_view tail,
                        std::string_view own = {});
@@ -58,6 +79,8 @@ class PhoneFolder {
   std::string folder_;
   std::string extension_;
   bool isTree_;
+  std::vector<LeftAlone> left_;
+  std::unordered_map<std::string, NoFile> noFiles_;
   std::set<std::string> touched_;  // folders whose entries are to be brought to disk
   // Names in use by folder, in lower case; filled when the first name there is asked for.
   std::unordered_map<std::string, std::unordered_map<std::string, int>> taken_;

@@ -6,6 +6,7 @@
 
 #include "host/engine/plan_recurrence.h"
 #include "host/engine/plan_tree.h"
+#include "host/engine/report_words.h"
 #include "support/text.h"
 
 namespace qv {
@@ -212,9 +213,19 @@ bool IsDoubtful(const Doubts& doubts, const PlanStep& step) {
          (doubts.additions && step.act == Act::PhoneAdd);
 }
 
-constexpr std::string_view kActWords[] = {
-    "",     "pc add", "pc replace", "pc move",      "phone add", "phone move", "phone replace",
-    "pair", "",       "pc delete",  "phone delete", "",
+constexpr ActWords kActWords[] = {
+    {},  // Adopt
+    {"pc", "add"},
+    {"pc", "replace"},
+    {"pc", "move"},
+    {"phone", "add"},
+    {"phone", "move"},
+    {"phone", "replace"},
+    {"", "pair"},  // Pair
+    {},            // Remember
+    {"pc", "delete"},
+    {"phone", "delete"},
+    {},  // Forget
 };
 
 // Of an act, and of the same act upon an exception.
@@ -292,6 +303,8 @@ SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides) {
   }
   sides.isTree ? PlanTree(sides, plan) : PlanRecurrence(sides, plan);
   for (const PlanStep& step : plan.steps) {
+    plan.pcAdds += step.act == Act::PcAdd;
+    plan.phoneAdds += step.act == Act::PhoneAdd;
     plan.pcDeletes += step.act == Act::PcDelete;
     if (step.act != Act::PhoneDelete) continue;
     ++plan.phoneDeletes;
@@ -316,10 +329,16 @@ std::string ItemOf(const PlanStep& step, const Inventory& sides) {
   return item.label.empty() ? ToUtf8(item.id) : item.label;
 }
 
-std::string DescribeStep(const PlanStep& step, const Inventory& sides) {
-  std::string line(kActWords[static_cast<size_t>(step.act)]);
-  if (line.empty()) return line;
-  line.append(" ").append(ItemOf(step, sides));
+ActWords WordsOf(Act act) {
+  return kActWords[static_cast<size_t>(act)];
+}
+
+std::string DescribeStep(const PlanStep& step, const Inventory& sides, std::string_view name) {
+  const ActWords words = WordsOf(step.act);
+  if (words.action.empty()) return {};
+  std::string line(words.side);
+  if (!line.empty()) line += ' ';
+  line.append(words.action).append(" ").append(WithName(ItemOf(step, sides), name));
   if (step.conflict == Conflict::PcWon) line += " (conflict: the PC wins)";
   if (step.conflict == Conflict::PhoneWon) line += " (conflict: the phone wins)";
   return line;

@@ -54,6 +54,8 @@ struct SyncPlan {
   int64_t matched = 0;   // pairs that were found rather than known
   // Changed on the phone, which has deleted the series: kept there.
   std::vector<PlanStep> orphaned;
+  int64_t pcAdds = 0;
+  int64_t phoneAdds = 0;
   int64_t pcDeletes = 0;
   int64_t phoneDeletes = 0;
   int64_t phoneFiltered = 0;  // of these: items that stay on the PC, outside the filter
@@ -85,7 +87,13 @@ int RankOf(const PlanStep& step);
 
 // The item of a step: the phone's file name, or the PC's identifier.
 std::string ItemOf(const PlanStep& step, const Inventory& sides);
-// One line for a person, without a line end; empty for a step that shows nowhere.
-std::string DescribeStep(const PlanStep& step, const Inventory& sides);
+// One line for a person, without a line end; empty for a step that shows nowhere. `name` is what
+// people call the item.
+std::string DescribeStep(const PlanStep& step, const Inventory& sides, std::string_view name = {});
+// The side and the word of an act: "phone", "delete". Empty for one that shows nowhere.
+struct ActWords {
+  std::string_view side, action;
+};
+ActWords WordsOf(Act act);
 
 }  // namespace qv

@@ -180,6 +180,11 @@ bool Scan::MayBeExchanged(const PhoneItem& item) const {
 void Scan::LookAt(int32_t index) {
   PhoneItem& item = At(items_, index);
   if (item.isFolder) return LookAtFolder(index);
+  if (const PhoneFolder::NoFile* noFile = phone_.NoFileAt(item.name)) {
+    item.unread = noFile->mayBeItem;
+    item.isAlien = !noFile->mayBeItem;
+    return Fail(item, noFile->reason);
+  }
   if (!rules_.readAll && item.record >= 0) {
     const RecordRow& row = At(records_, item.record);
     if (item.size == row.size && item.modifiedNs == row.modifiedNs &&

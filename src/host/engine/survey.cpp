@@ -3,6 +3,8 @@
 #include <utility>
 
 #include "host/engine/bookmark_text.h"
+#include "host/engine/item_names.h"
+#include "host/engine/lacking.h"
 #include "host/engine/plan.h"
 #include "host/engine/report_words.h"
 #include "host/engine/tree_links.h"
@@ -22,6 +24,8 @@ void CheckStop() {
 
 void NoteText(IItemCommon& parsed, PhoneItem& item) {
   item.uid = UidOf(parsed);
+  item.title = NameOfItem(parsed);
+  item.pcLacks = WhatPcLacks(parsed);
   const auto calendar = Query<ICalendarItem>(&parsed);
   if (!calendar) return;
   Bstr series;

@@ -5,6 +5,9 @@
 #include <set>
 
 #include "host/engine/engine_record.h"
+#include "host/engine/item_names.h"
+#include "host/engine/left_alone.h"
+#include "host/engine/parts.h"
 #include "host/engine/phone_id.h"
 #include "host/engine/plan.h"
 #include "host/engine/report_words.h"
@@ -117,7 +120,8 @@ class StoreSync {
   void Sync(PcStore& pc, PcTransaction& planning);
   // False when the phone's folder must not be taken for what it looks like.
   bool List(PcStore& pc, const std::vector<RecordRow>& rows, std::vector<FolderEntry>& files);
-  void Show(const SyncPlan& plan, const Inventory& sides);
+  void NoteUndone(const SyncPlan& plan, const Inventory& sides);
+  void Show(const SyncPlan& plan, const Inventory& sides, const ItemNames& names);
   void Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& plan, Inventory& sides);
   bool AllPairsRecorded(const Inventory& sides);
   void Finish(const Inventory& sides);
@@ -142,6 +146,11 @@ class StoreSync {
 bool StoreSync::List(PcStore& pc, const std::vector<RecordRow>& rows,
                      std::vector<FolderEntry>& files) {
   const std::error_code error = phone_.List(files);
+  report_.left = phone_.left();
+  if (std::string stop = FormStop(kind_, phone_.folder(), phone_.left()); !stop.empty()) {
+    Refuse(stop);
+    return false;
+  }
   if (!error) return true;
   makeFolder_ = rows.empty() && error == std::errc::no_such_file_or_directory;
   if (makeFolder_) return true;
@@ -171,11 +180,38 @@ void StoreSync::Sync(PcStore& pc, PcTransaction& planning) {
   Inventory sides =
       Survey(pc, phone_, report_.failed).Load(report_.mode, std::move(rows), files, state_.endedNs);
   const SyncPlan plan = BuildPlan(report_.mode, sides);
-  if (!session_.options.allowMassDelete) {
-    const std::string stop = SafetyStop(plan, sides, kind_.items);
-    if (!stop.empty()) return Refuse(stop);
+  const ItemNames names(pc, phone_, sides);
+  SafetyRules rules;
+  rules.allowMassDelete = session_.options.allowMassDelete;
+  rules.allowMassAdd = session_.options.allowMassAdd;
+  rules.isFirst = !state_.slowDone;
+  rules.nameOf = [&](const PlanStep& step) { return names.Of(At(sides.links, step.link)); };
+  const std::string stop = SafetyStop(plan, sides, kind_.items, rules);
+  if (!stop.empty()) {
+    names.NameAll(report_);
+    return Refuse(stop);
   }
   report_.matched = plan.matched;
+  NoteUndone(plan, sides);
+  Parts parts(pc, session_.record, id, sides, names);
+  parts.Find(plan);
+  if (session_.options.dryRun) {
+    for (PcItem& item : sides.pc) {
+      if (sides.isTree && item.change == PcChange::New) item.label = pc.Label(item);
+    }
+    Show(plan, sides, names);
+  } else {
+    Execute(pc, planning, plan, sides);
+  }
+  parts.Tell(report_, session_.options.dryRun);
+  names.NameAll(report_);
+  if (report_.result == SyncResult::Ok && !report_.failed.empty()) {
+    report_.result = SyncResult::Partial;
+  }
+}
+
+// What the plan leaves out, each with its reason.
+void StoreSync::NoteUndone(const SyncPlan& plan, const Inventory& sides) {
   for (const PlanStep& step : plan.held) {
     const bool deletes = step.act == Act::PcDelete;
     report_.failed.push_back(
@@ -188,24 +224,17 @@ void StoreSync::Sync(PcStore& pc, PcTransaction& planning) {
                               "it changed on the phone, but its series was deleted there; put the "
                               "series back, or remove this file"});
   }
-  if (session_.options.dryRun) {
-    for (PcItem& item : sides.pc) {
-      if (sides.isTree && item.change == PcChange::New) item.label = pc.Label(item);
-    }
-    Show(plan, sides);
-  } else {
-    Execute(pc, planning, plan, sides);
-  }
-  if (report_.result == SyncResult::Ok && !report_.failed.empty()) {
-    report_.result = SyncResult::Partial;
-  }
 }
 
-void StoreSync::Show(const SyncPlan& plan, const Inventory& sides) {
+void StoreSync::Show(const SyncPlan& plan, const Inventory& sides, const ItemNames& names) {
   for (const PlanStep& step : plan.steps) {
     CountStep(step, report_);
-    std::string line = DescribeStep(step, sides);
-    if (!line.empty()) report_.steps.push_back(std::move(line));
+    const ActWords words = WordsOf(step.act);
+    if (words.action.empty()) continue;
+    std::string name = names.Of(At(sides.links, step.link));
+    report_.steps.push_back(DescribeStep(step, sides, name));
+    report_.actions.push_back(
+        {std::string(words.side), std::string(words.action), ItemOf(step, sides), std::move(name)});
   }
 }
 

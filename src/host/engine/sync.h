@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "framework/store_contract.h"
+#include "host/engine/phone_folder.h"
 #include "host/profile.h"
 
 namespace qv {
@@ -21,6 +22,7 @@ struct SyncOptions {
   DS_SYNCTYPE mode = DS_SYNCTYPE_NONE;
   bool dryRun = false;
   bool allowMassDelete = false;
+  bool allowMassAdd = false;
   bool newPhone = false;
 };
 
@@ -37,12 +39,30 @@ struct ItemFailure {
   std::string side;  // "pc" or "phone": where the item could not be read or written
   std::string item;  // file name or identifier
   std::string reason;
+  std::string name = {};  // what a person calls the item; empty where that is not known
 };
 
 struct ConflictNote {
   std::string item;    // the phone's file name
   std::string winner;  // "pc" or "phone"
   std::string kept;    // path of the losing text, relative to the profile
+  std::string name = {};
+};
+
+// Part of an item that stays on the side it came from; told when the item goes to the other.
+struct PartNote {
+  std::string side;  // "pc" or "phone": where it does not go
+  std::string item;
+  std::string reason;
+  std::string name = {};
+};
+
+// One planned action.
+struct PlannedAction {
+  std::string side;    // "pc" or "phone"; empty for a pair, which changes neither
+  std::string action;  // "add", "replace", "move", "delete", "pair"
+  std::string item;
+  std::string name = {};
 };
 
 enum class SyncResult { Ok, Partial, Refused, Stopped, Failed };
@@ -59,8 +79,11 @@ struct StoreReport {
   int64_t same = 0;
   std::vector<ItemFailure> failed;
   std::vector<ConflictNote> conflicts;
-  std::vector<std::string> steps;  // one line per planned action, as `--dry-run` prints them
-  std::string message;             // why refused or failed, and the way out
+  std::vector<PartNote> parts;
+  std::vector<LeftAlone> left;         // what lies in the phone's folder and is no item
+  std::vector<std::string> steps;      // one line per planned action, as `--dry-run` prints them
+  std::vector<PlannedAction> actions;  // the same for programs
+  std::string message;                 // why refused or failed, and the way out
 };
 
 struct SyncReport {

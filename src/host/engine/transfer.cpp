@@ -10,6 +10,7 @@
 #include "host/engine/content.h"
 #include "host/engine/engine_record.h"
 #include "host/engine/errors.h"
+#include "host/engine/exported_files.h"
 #include "host/engine/pc_side.h"
 #include "host/engine/phone_id.h"
 #include "host/engine/report_words.h"
@@ -81,6 +82,7 @@ class Import {
     ComPtr<IItemCommon> item;
     std::string text = store_.Get(index, item);
     FollowSeries(*item, text);
+    SetRight(index, *item, text);
     const std::u16string uid = UidOf(*item);
     const ComPtr<IItemCommon> copy = ReadItem(phone_.kind(), text);
     if (!copy) throw ItemError("its text cannot be read again");
@@ -109,6 +111,14 @@ class Import {
     text = WriteItem(phone_.kind(), &item);
   }
 
+  // Moments that the store could not make of a cell.
+  void SetRight(int32_t index, IItemCommon& item, std::string& text) {
+    const auto right = job_.moments.find(static_cast<size_t>(index));
+    if (right == job_.moments.end()) return;
+    SetMoments(*CalendarOf(&item), right->second);
+    text = WriteItem(phone_.kind(), &item);
+  }
+
   void Write(const std::u16string& uid, const std::string& text) {
     const std::error_code error = phone_.Add(uid, text);
     if (!error) return;
@@ -128,15 +138,21 @@ class Import {
 
 class Export {
  public:
-  Export(Profile& profile, Collection& phone, const FileJob& job, TransferReport& report)
-      : phone_(phone), job_(job), folder_(ToNativePath(job.folder).value_or("")), report_(report) {
+  Export(Profile& profile, Collection& phone, const FileJob& job, size_t place,
+         const ExportForm& form, TransferReport& report)
+      : phone_(phone),
+        job_(job),
+        place_(place),
+        form_(form),
+        folder_(ToNativePath(job.folder).value_or("")),
+        report_(report) {
     before_ = FilesInFolder();
     store_.emplace(profile, job);
   }
 
-  void Run(const ProgressSink& progress, const std::function<void(IItemCommon&)>& look) {
+  void Run(const ProgressSink& progress) {
     try {
-      HandOver(progress, look);
+      HandOver(progress);
     } catch (const SyncStopped&) {
       Finish();
       RemoveHalf();
@@ -146,23 +162,25 @@ class Export {
       throw;
     }
     Finish();
-    if (report_.done == 0 || !report_.files.empty()) return;
-    throw StoreFailure(
-        "nothing was written to " + folder_ + ": " +
-        ProbeFolder(folder_).value_or("the disk may be full, or the path of the folder too long"));
+    if (report_.done >= handed_) return;
+    if (report_.files.empty())
+      throw StoreFailure("nothing was written to " + folder_ + ": " + Why());
+    throw StoreFailure("of " + std::to_string(handed_) + " items " + std::to_string(report_.done) +
+                       " are in what was written to " + folder_ +
+                       "; export them again, or in another format");
   }
 
  private:
-  void HandOver(const ProgressSink& progress, const std::function<void(IItemCommon&)>& look) {
+  void HandOver(const ProgressSink& progress) {
     ProgressMeter meter(progress, phone_.kind().name, phone_.files().size());
     for (const FolderEntry& file : phone_.files()) {
       if (IsSyncStopped()) throw SyncStopped();
-      Try(report_, "phone", file.name, [&] { One(file.name, look); });
+      Try(report_, "phone", file.name, [&] { One(file.name); });
       meter.Done();
     }
   }
 
-  void One(const std::string& name, const std::function<void(IItemCommon&)>& look) {
+  void One(const std::string& name) {
     const StoreKind& kind = phone_.kind();
     std::string text;
     if (const std::error_code error = phone_.Read(name, text)) throw ItemError(error.message());
@@ -173,20 +191,51 @@ class Export {
     if (const StoreKind& itsKind = KindOf(kind, *item); &itsKind != &kind) {
       throw ItemError("it belongs in the folder \"" + std::string(itsKind.name) + "\"");
     }
+    if (form_.nothing) {
+      if (const std::string why = form_.nothing(place_, *item); !why.empty()) throw ItemError(why);
+    }
     // A file of events has no room for what stands round them: zones, a mark, a newer version.
     const bool isCalendar = job_.row->format == FileFormat::VCal;
-    store_->Add(isCalendar ? WriteItem(kind, item.get())
-                           : WithWholeLineEnds(WithoutMark(text, buffer)));
-    ++report_.done;
-    if (look) look(*item);
+    const std::string whole =
+        isCalendar ? WriteItem(kind, item.get()) : WithWholeLineEnds(WithoutMark(text, buffer));
+    store_->Add(whole, [&](IItemCommon& given) {
+      if (!form_.mend) return;
+      for (std::string& what : form_.mend(place_, given)) {
+        report_.altered.push_back({"phone", name, std::move(what)});
+      }
+    });
+    ++handed_;
+    bytes_ += whole.size();
+    if (form_.look) form_.look(place_, *item);
   }
 
-  // What the store still has to write it writes now.
+  // What the store still has to write it writes now. What counts is what lies there then, for good.
   void Finish() {
     store_.reset();
+    std::vector<std::string> paths;
     for (const std::string& name : FilesInFolder()) {
-      if (!before_.contains(name)) report_.files.push_back(name);
+      if (before_.contains(name)) continue;
+      report_.files.push_back(name);
+      paths.push_back(folder_ + "/" + name);
     }
+    for (const std::string& path : paths) report_.done += CountExported(*job_.row, path);
+    if (paths.empty()) return;
+    const std::string folders[] = {folder_};
+    if (const std::error_code error = Service<Files>::Get().Settle(paths, folders)) {
+      throw StoreFailure("what was written to " + folder_ + " may not last: " + error.message());
+    }
+  }
+
+  // Why there is no file. The store does not say.
+  std::string Why() const {
+    const auto name = FromUtf8(std::string(job_.row->filePrefix).append(job_.row->extension));
+    if (job_.row->format == FileFormat::VCal) {
+      if (const auto reason = LacksRoom(job_.folder, name)) return *reason;
+    }
+    constexpr size_t kMostProbed = size_t{64} << 20;
+    return ProbeFolder(folder_, std::min(bytes_, kMostProbed))
+        .value_or(
+            "the store of files could not make one, and does not say why; try another folder");
   }
 
   // One file of some of the items would look like one of all of them.
@@ -214,8 +263,12 @@ class Export {
 
   Collection& phone_;
   const FileJob& job_;
+  const size_t place_;
+  const ExportForm& form_;
   const std::string folder_;
   TransferReport& report_;
+  int64_t handed_ = 0;  // items
+  size_t bytes_ = 0;    // of them
   std::set<std::string> before_;
   std::optional<FileStore> store_;
 };
@@ -229,9 +282,11 @@ TransferReport RunJob(Body&& body) {
   };
   try {
     body(report);
-    if (!report.failed.empty()) report.result = SyncResult::Partial;
+    if (!report.failed.empty() || !report.altered.empty()) report.result = SyncResult::Partial;
   } catch (const SyncStopped&) {
     fail(SyncResult::Stopped, "stopped before all of it was done");
+  } catch (const StoreRefusal& refusal) {
+    fail(SyncResult::Refused, refusal.what());
   } catch (const StatusError& error) {
     fail(SyncResult::Failed, StatusWords(error.status()));
   } catch (const std::bad_alloc&) {
@@ -288,13 +343,11 @@ TransferRun RunImport(Profile& profile, const std::string& phoneFolder,
 }
 
 TransferRun RunExport(Profile& profile, const std::string& phoneFolder,
-                      const std::vector<FileJob>& jobs, const ExportLook& look,
+                      const std::vector<FileJob>& jobs, const ExportForm& form,
                       const ProgressSink& progress) {
   return RunJobs(profile, phoneFolder, jobs, {}, false,
                  [&](Collection& phone, size_t job, TransferReport& report) {
-                   Export(profile, phone, jobs[job], report).Run(progress, [&](IItemCommon& item) {
-                     if (look) look(job, item);
-                   });
+                   Export(profile, phone, jobs[job], job, form, report).Run(progress);
                  });
 }
 

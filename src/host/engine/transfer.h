@@ -23,18 +23,27 @@ struct TransferOptions {
 // Of one job.
 struct TransferReport {
   SyncResult result = SyncResult::Ok;
-  int64_t done = 0;          // items written, or that would be
+  int64_t done = 0;          // items written, or that would be; of an export those in its files
   int64_t alreadyThere = 0;  // import: the phone holds one with the same content
   int64_t repeated = 0;      // import: this run has brought one with the same content
   // Import: exceptions whose series went in under a new identifier follow it there; those of a
   // series that is not among the items are failures.
   std::vector<ItemFailure> failed;
-  std::vector<std::string> files;  // export: the names of those that were made
-  std::string message;             // why it ended early, and the way out
+  std::vector<ItemFailure> altered;  // export: what its files say otherwise than the item
+  std::vector<std::string> files;    // export: the names of those that were made
+  std::string message;               // why it ended early, and the way out
 };
 
-// An item of an export, after it was handed over.
-using ExportLook = std::function<void(size_t job, IItemCommon& item)>;
+// What whoever knows the form of the files has to say of each item of an export.
+struct ExportForm {
+  // Before it is handed over: why nothing of it would be in a file; empty for an item that goes.
+  std::function<std::string(size_t job, IItemCommon& item)> nothing;
+  // Changes what a store was given, so that the file says what the item means; what it will say
+  // otherwise all the same.
+  std::function<std::vector<std::string>(size_t job, IItemCommon& item)> mend;
+  // After it was handed over.
+  std::function<void(size_t job, IItemCommon& item)> look;
+};
 
 struct TransferRun {
   SyncResult result = SyncResult::Ok;  // the worst of the jobs
@@ -47,7 +56,7 @@ TransferRun RunImport(Profile& profile, const std::string& phoneFolder,
                       const std::vector<FileJob>& jobs, const TransferOptions& options,
                       const ProgressSink& progress = {});
 TransferRun RunExport(Profile& profile, const std::string& phoneFolder,
-                      const std::vector<FileJob>& jobs, const ExportLook& look,
+                      const std::vector<FileJob>& jobs, const ExportForm& form,
                       const ProgressSink& progress = {});
 
 }  // namespace qv

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/engine/content.h"
+#include "host/spreadsheet/date_cells.h"
 #include "host/store_kinds.h"
 #include "items/item_objects.h"
 #include "support/date_time.h"
@@ -19,16 +20,13 @@ std::string Shown(std::u16string_view text) {
   return std::string("\"").append(ToUtf8(text.substr(0, kMaxShown))) + (isLong ? "...\"" : "\"");
 }
 
-// Quotes round telephones come and go, a day gets its midnight: neither is a change.
+// A store writes quotes round telephones, and takes all that are there away.
 bool IsSame(std::u16string_view in, std::u16string_view out) {
-  const auto bare = [](std::u16string_view text) {
-    std::u16string plain(text);
-    std::erase(plain, u'"');
-    return plain;
-  };
-  if (in == out || bare(in) == bare(out)) return true;
-  const DateTimeValue before = ParseLooseDateTime(in);
-  return before.IsDate() && before == ParseLooseDateTime(out);
+  if (in == out) return true;
+  if (out.size() < 2 || !out.starts_with(u'"') || !out.ends_with(u'"')) return false;
+  std::u16string bare(in);
+  std::erase(bare, u'"');
+  return bare == out.substr(1, out.size() - 2);
 }
 
 // A title has its column beside an organisation.
@@ -69,7 +67,8 @@ class Accountant {
         lostPlaces_.push_back(i);
         account_.lost.push_back({sheet.header[i], mapping.columns[i].reason, 0});
       } else {
-        places_.push_back({i, static_cast<size_t>(FieldNumber(set_, field))});
+        places_.push_back({i, static_cast<size_t>(FieldNumber(set_, field)), IsDateField(field),
+                           FindMomentField(*mapping.kind, field)});
         account_.fields.push_back({field, sheet.header[i], 0, 0, 0, {}});
       }
     }
@@ -85,6 +84,8 @@ class Accountant {
   struct Place {
     size_t column;
     size_t field;
+    bool isDate;
+    const MomentField* moment;  // null for none
   };
 
   std::u16string_view CellOf(const SheetRow& row, size_t column) const {
@@ -96,52 +97,99 @@ class Accountant {
     for (size_t i = 0; i < lostPlaces_.size(); ++i) {
       account_.lost[i].cells += !CellOf(row, lostPlaces_[i]).empty();
     }
-    for (const Place& place : places_) texts_[place.field] = CellOf(row, place.column);
-    const ComPtr<IItemCommon> item = set_.read(texts_, groups_);
+    RightMoments right;
+    const ComPtr<IItemCommon> item = ItemOf(row, right);
     ShowTitles(item.get());
     const std::vector<FieldCell> cells = set_.write(item.get(), groups_);
+    const Calendar* const calendar = CalendarOf(item.get());
+    const RightMoments held = calendar == nullptr ? RightMoments() : MomentsOf(*calendar);
     for (size_t i = 0; i < places_.size(); ++i) {
-      Add(row, texts_[places_[i].field], cells, places_[i].field, account_.fields[i]);
+      const Place& place = places_[i];
+      const std::u16string_view cell = CellOf(row, place.column);
+      if (cell.empty()) continue;
+      FieldAccount& account = account_.fields[i];
+      if (place.moment != nullptr) {
+        const DATE moment = held.*(place.moment->moment);
+        const bool isKept = CompareDateTime(moment, right.*(place.moment->moment)) == 0;
+        const bool isLost = texts_[place.field].empty() || moment == 0.0;
+        Add(row, cell,
+            isLost   ? u""
+            : isKept ? cell
+                     : PlainDateText(clock_.WallTime(moment)),
+            account);
+      } else {
+        const auto found =
+            std::ranges::find(cells, static_cast<int32_t>(place.field), &FieldCell::field);
+        Add(row, cell, found == cells.end() ? std::u16string() : found->text, account);
+      }
     }
   }
 
-  void Add(const SheetRow& row, const std::u16string& text, const std::vector<FieldCell>& cells,
-           size_t field, FieldAccount& account) {
-    if (text.empty()) return;
-    const auto found = std::ranges::find(cells, static_cast<int32_t>(field), &FieldCell::field);
-    if (found != cells.end() && IsSame(text, found->text)) {
+  // As it comes to the phone: what the store makes of the row, and the moments behind it.
+  ComPtr<IItemCommon> ItemOf(const SheetRow& row, RightMoments& right) {
+    bool isExact = true;
+    for (const Place& place : places_) {
+      const std::u16string_view cell = CellOf(row, place.column);
+      std::u16string& text = texts_[place.field];
+      text = cell;
+      if (place.moment != nullptr) {
+        const auto handed = clock_.HandOver(cell);
+        text = handed ? handed->cell : std::u16string();
+        right.*(place.moment->moment) = handed ? handed->utc : 0.0;
+        isExact = isExact && (!handed || handed->isExact);
+      } else if (place.isDate && !ReadPlainDate(cell)) {
+        text.clear();
+      }
+    }
+    ComPtr<IItemCommon> item = set_.read(texts_, groups_);
+    if (!isExact) SetMoments(*CalendarOf(item.get()), right);
+    return item;
+  }
+
+  // `out` is empty for a cell of which nothing comes.
+  void Add(const SheetRow& row, std::u16string_view text, std::u16string_view out,
+           FieldAccount& account) {
+    if (!out.empty() && IsSame(text, out)) {
       ++account.kept;
       return;
     }
-    const bool isChanged = found != cells.end();
-    ++(isChanged ? account.changed : account.dropped);
+    ++(out.empty() ? account.dropped : account.changed);
     if (account.examples.size() >= kMaxExamples) return;
     std::string example = "line " + std::to_string(row.line) + ": " + Shown(text);
-    example += isChanged ? " became " + Shown(found->text) : " cannot be held";
+    example += out.empty() ? " cannot be held" : " became " + Shown(out);
     account.examples.push_back(std::move(example));
   }
 
   const Sheet& sheet_;
   const CsvFieldSet& set_;
   const GroupTable& groups_;
+  const CellClock clock_;
   FieldTexts texts_;
   std::vector<Place> places_;
   std::vector<size_t> lostPlaces_;
   SheetAccount account_;
 };
 
-// Null for a row that counts.
-const char* WhyUseless(const SheetRow& row, const SheetMapping& mapping, bool needsStart) {
+// Empty for a row that counts. A date that cannot be read is nothing.
+std::string WhyUseless(const SheetRow& row, const SheetMapping& mapping, bool needsStart) {
   bool isEmpty = true;
   bool hasStart = false;
+  std::u16string_view start;
   for (size_t i = 0; i < std::min(row.cells.size(), mapping.columns.size()); ++i) {
     const std::u16string& field = mapping.columns[i].field;
-    if (field.empty() || row.cells[i].empty()) continue;
-    isEmpty = false;
-    hasStart |= field == u"Start Date" && ParseLooseDateTime(row.cells[i]).IsDate();
+    const std::u16string& cell = row.cells[i];
+    if (field.empty() || cell.empty()) continue;
+    const bool isRead = !IsDateField(field) || ReadPlainDate(cell);
+    isEmpty = isEmpty && !isRead;
+    if (field != u"Start Date") continue;
+    hasStart = isRead;
+    start = cell;
   }
-  if (isEmpty) return "nothing in a column that is taken; left out";
-  return needsStart && !hasStart ? "no start that can be read; left out" : nullptr;
+  const std::string what = start.empty() ? "" : " (" + Shown(start) + ")";
+  if (needsStart && !hasStart && !(isEmpty && start.empty())) {
+    return "no start that can be read" + what + "; left out";
+  }
+  return isEmpty ? "nothing in a column that is taken; left out" : "";
 }
 
 }  // namespace
@@ -154,9 +202,10 @@ std::vector<SheetProblem> DropUselessRows(Sheet& sheet, const SheetMapping& mapp
   const bool needsStart = mapping.kind->store == "calendar";
   std::vector<SheetProblem> told;
   std::erase_if(sheet.rows, [&](const SheetRow& row) {
-    const char* why = WhyUseless(row, mapping, needsStart);
-    if (why != nullptr) told.push_back({row.line, why});
-    return why != nullptr;
+    std::string why = WhyUseless(row, mapping, needsStart);
+    const bool isUseless = !why.empty();
+    if (isUseless) told.push_back({row.line, std::move(why)});
+    return isUseless;
   });
   return told;
 }
@@ -168,13 +217,21 @@ int64_t CountFormulas(const std::vector<FieldCell>& cells) {
   });
 }
 
-bool LosesInCells(const SheetKind& kind, IItemCommon& item, const GroupTable& groups) {
+bool LosesInCells(const SheetKind& kind, IItemCommon& item, const GroupTable& groups,
+                  const CellClock& clock) {
   FieldTexts texts(kind.fields.names.size());
-  for (FieldCell& cell : kind.fields.write(&item, groups)) {
+  ComPtr<IItemCommon> mended(&item);
+  if (const Calendar* calendar = CalendarOf(&item)) {
+    Calendar copy = *calendar;
+    MendForCells(clock, copy);
+    mended = MakeCalendarItem(std::move(copy));
+  }
+  for (FieldCell& cell : kind.fields.write(mended.get(), groups)) {
     texts[static_cast<size_t>(cell.field)] = std::move(cell.text);
   }
   const StoreKind& store = *FindStoreKind(kind.store);
   const ComPtr<IItemCommon> back = kind.fields.read(texts, groups);
+  if (Calendar* calendar = CalendarOf(back.get())) ReadMended(clock, texts, kind, *calendar);
   const ComPtr<IItemCommon> copy = ReadItem(store, WriteItem(store, &item));
   if (!copy) return true;
   for (IUnknown* one : {static_cast<IUnknown*>(copy.get()), static_cast<IUnknown*>(back.get())}) {

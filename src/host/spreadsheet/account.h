@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/spreadsheet/mapping.h"
+#include "host/spreadsheet/moments.h"
 #include "syncdb/group_table.h"
 
 namespace qv {
@@ -42,6 +42,7 @@ std::vector<SheetProblem> DropUselessRows(Sheet& sheet, const SheetMapping& mapp
 int64_t CountFormulas(const std::vector<FieldCell>& cells);
 
 // Whether a file of cells loses something of the item: what comes back of it is not the same.
-bool LosesInCells(const SheetKind& kind, IItemCommon& item, const GroupTable& groups);
+bool LosesInCells(const SheetKind& kind, IItemCommon& item, const GroupTable& groups,
+                  const CellClock& clock);
 
 }  // namespace qv

@@ -3,15 +3,12 @@
 #include <algorithm>
 #include <optional>
 
+#include "host/spreadsheet/moments.h"
 #include "support/date_time.h"
 #include "support/text.h"
 
 namespace qv {
 namespace {
-
-constexpr std::u16string_view kDateFields[] = {u"BirthDay",   u"Anniversary",
-                                               u"Start Date", u"End Date",
-                                               u"Alarm Date", u"Recurrence UntileDate"};
 
 constexpr size_t kMaxWords = 8;
 struct Words {
@@ -42,12 +39,19 @@ std::optional<std::u16string> WordNumber(std::u16string_view field, std::u16stri
   return std::nullopt;
 }
 
-bool IsDateField(std::u16string_view field) {
-  return std::ranges::find(kDateFields, field) != std::end(kDateFields);
-}
-
 bool IsPastField(std::u16string_view field) {
   return field == u"BirthDay" || field == u"Anniversary";
+}
+
+// The time of a column of its own takes the place of a midnight that programs put behind each day.
+void AddTime(std::u16string& day, std::u16string_view time) {
+  const size_t blank = day.find(u' ');
+  const bool hasMidnight = blank != day.npos && (day.compare(blank, day.npos, u" 0:00") == 0 ||
+                                                 day.compare(blank, day.npos, u" 00:00") == 0 ||
+                                                 day.compare(blank, day.npos, u" 0:00:00") == 0 ||
+                                                 day.compare(blank, day.npos, u" 00:00:00") == 0);
+  if (hasMidnight) day.resize(blank);
+  day.append(u" ").append(time);
 }
 
 bool IsNumber(std::u16string_view text) {
@@ -121,19 +125,30 @@ class Converter {
     ForCells(column, [&](const std::u16string& cell) { dates_.Vote(cell); });
   }
 
+  bool IsAllDay(const SheetRow& row, size_t allDay) const { return CellOf(row, allDay) == u"1"; }
+
   void ReadDates(size_t column) {
-    const bool isPast = IsPastField(mapping_.columns[column].field);
+    const std::u16string& field = mapping_.columns[column].field;
+    const bool isEdge = field == u"Start Date" || field == u"End Date";
+    const size_t allDay = ColumnOf(u"AllDay");
     int64_t counts[kDateReadings] = {};
-    ForCells(column, [&](std::u16string& cell) {
+    int64_t zones = 0;
+    for (SheetRow& row : sheet_.rows) {
+      if (column >= row.cells.size() || row.cells[column].empty()) continue;
+      const DateUse use = IsPastField(field)                ? DateUse::PastDay
+                          : isEdge && IsAllDay(row, allDay) ? DateUse::DayOfAllDay
+                                                            : DateUse::Moment;
       DateReading reading = DateReading::None;
-      std::optional<std::u16string> date = dates_.Convert(cell, isPast, reading);
-      if (!date || *date == cell) return;
-      cell = std::move(*date);
+      std::optional<std::u16string> date = dates_.Convert(row.cells[column], use, reading);
+      if (!date || *date == row.cells[column]) continue;
+      zones += date->ends_with(u'Z');
+      row.cells[column] = std::move(*date);
       ++counts[static_cast<size_t>(reading)];
-    });
+    }
     for (size_t i = 0; i < kDateReadings; ++i) {
       Note(column, TextOf(static_cast<DateReading>(i)), counts[i]);
     }
+    Note(column, "times taken in the zone that they name", zones);
   }
 
   void ReplaceWords(size_t column) {
@@ -159,9 +174,8 @@ class Converter {
     const size_t allDay = ColumnOf(u"AllDay");
     std::vector<size_t> rows;
     for (size_t i = 0; i < sheet_.rows.size(); ++i) {
-      const std::vector<std::u16string>& cells = sheet_.rows[i].cells;
-      if (std::max(end, allDay) >= cells.size()) continue;
-      if (cells[allDay] == u"1" && IsDayAlone(cells[end])) rows.push_back(i);
+      const SheetRow& row = sheet_.rows[i];
+      if (IsAllDay(row, allDay) && IsDayAlone(CellOf(row, end))) rows.push_back(i);
     }
     return rows;
   }
@@ -171,9 +185,9 @@ class Converter {
     int64_t ends = 0;
     for (const size_t row : rows) {
       std::u16string& cell = sheet_.rows[row].cells[end];
-      const DateTimeValue after = ParseLooseDateTime(cell) + DateTimeSpan(1, 0, 0, 0);
-      if (cell.empty() || !after.IsDate()) continue;
-      cell = FormatDateTimeMinutes(after);
+      const std::optional<PlainDate> day = ReadPlainDate(cell);
+      if (!day) continue;
+      cell = PlainDateText((DateTimeValue(day->date) + DateTimeSpan(1, 0, 0, 0)).value);
       ++ends;
     }
     Note(end, "last days of all-day rows became the midnight after", ends);
@@ -220,7 +234,7 @@ class Converter {
       const std::u16string_view text = CellOf(row, time);
       if (text.empty()) continue;
       const bool hasDay = day < row.cells.size() && !row.cells[day].empty();
-      if (hasDay) row.cells[day].append(u" ").append(text);
+      if (hasDay) AddTime(row.cells[day], text);
       ++(hasDay ? joined : alone);
     }
     Note(day, "joined with the times of \"" + ToUtf8(sheet_.header[time]) + "\"", joined);

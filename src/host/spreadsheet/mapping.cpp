@@ -4,6 +4,7 @@
 
 #include "host/profile.h"
 #include "host/spreadsheet/labels.h"
+#include "host/whole_file.h"
 #include "platform/system/files.h"
 #include "support/text.h"
 #include "support/xml/xml_tree.h"
@@ -332,12 +333,17 @@ SheetMapping LoadMapping(const Sheet& sheet, const std::string& store, const Map
   return mapping;
 }
 
-void SaveMapping(const SheetMapping& mapping, const std::string& file) {
-  const std::optional<std::u16string> path = FromNativePath(file);
-  const XmlError error =
-      path ? MappingTree(mapping, {}).WriteFile(*path, true) : XmlError::CannotOpen;
-  if (error == XmlError::None) return;
-  throw UsageError("the mapping cannot be written to " + file + ": " + ToUtf8(XmlErrorText(error)));
+void SaveMapping(const SheetMapping& mapping, const std::string& file, bool replaces) {
+  // UTF-16 with its mark, as mappings are read.
+  const std::u16string text = u"\uFEFF<?xml version=\"1.0\" encoding=\"utf-16\"?>\n" +
+                              MappingTree(mapping, {}).ToText(true);
+  const std::error_code error = WriteWholeFile(file, ToUtf16Le(text), replaces);
+  if (!error) return;
+  const bool isTaken = error == std::errc::file_exists;
+  throw UsageError("the mapping cannot be written to " + file + ": " +
+                   (isTaken
+                        ? "something stands there, and stays as it is; --replace-map replaces it"
+                        : error.message()));
 }
 
 std::u16string MappingXml(const SheetMapping& mapping, std::u16string_view path) {

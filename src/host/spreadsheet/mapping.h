@@ -38,8 +38,9 @@ SheetMapping MapColumns(const Sheet& sheet, const std::string& store, const MapA
 // file that is none, or that is for another number of columns.
 SheetMapping LoadMapping(const Sheet& sheet, const std::string& store, const MapArguments& given,
                          const std::string& file);
-// Throws UsageError.
-void SaveMapping(const SheetMapping& mapping, const std::string& file);
+// Whole or not at all. Throws UsageError, also where something stands there that is not to be
+// replaced.
+void SaveMapping(const SheetMapping& mapping, const std::string& file, bool replaces);
 
 // As the store takes it; `path` (in the module's form) is the file to read.
 std::u16string MappingXml(const SheetMapping& mapping, std::u16string_view path);

@@ -213,13 +213,7 @@ class Reader {
     }
   }
 
-  void Problem(size_t line, std::string text) {
-    if (sheet_.problems.size() < kMaxProblems) {
-      sheet_.problems.push_back({line, std::move(text)});
-    } else {
-      ++sheet_.moreProblems;
-    }
-  }
+  void Problem(size_t line, std::string text) { AddProblem(sheet_, line, std::move(text)); }
 
   std::u16string_view text_;
   Sheet& sheet_;
@@ -252,6 +246,14 @@ void AppendRow(std::string& bytes, const std::vector<std::u16string>& cells, siz
 }
 
 }  // namespace
+
+void AddProblem(Sheet& sheet, size_t line, std::string text) {
+  if (sheet.problems.size() < kMaxProblems) {
+    sheet.problems.push_back({line, std::move(text)});
+  } else {
+    ++sheet.moreProblems;
+  }
+}
 
 Sheet ReadSheet(std::string_view bytes, const SheetForm& form) {
   if (bytes.size() >= 2 * kTextLimit) {

@@ -33,6 +33,9 @@ struct Sheet {
   char16_t separator = u',';
 };
 
+// One more, where there are not too many yet.
+void AddProblem(Sheet& sheet, size_t line, std::string text);
+
 // Quotes as in RFC 4180. A quote that is never closed is a problem, and from there on quotes are
 // ordinary characters, so that nothing is swallowed. Throws UsageError for a file without a header,
 // an unknown code page, and more than can be held: 1 Gi characters, 16384 columns, 100 million

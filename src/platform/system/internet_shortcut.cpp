@@ -1,6 +1,7 @@
 #include "platform/system/internet_shortcut.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "platform/system/code_page.h"
 #include "platform/system/service.h"
@@ -30,21 +31,149 @@ std::string PercentEncoded(std::u16string_view url) {
   return bytes;
 }
 
+// As the shortcut's own reader will see it.
+std::u16string NarrowUrl(std::string_view bytes) {
+  std::u16string url;
+  if (!AppendUtf8(bytes, url)) url = Service<CodePages>::Get().Decode(bytes, kAnsiPage);
+  return url;
+}
+
 std::string UrlBytes(std::u16string_view url) {
-  CodePages& pages = Service<CodePages>::Get();
-  std::string bytes = pages.Encode(url, kAnsiPage);
-  return pages.Decode(bytes, kAnsiPage) == url ? bytes : PercentEncoded(url);
+  std::string bytes = Service<CodePages>::Get().Encode(url, kAnsiPage);
+  return NarrowUrl(bytes) == url ? bytes : PercentEncoded(url);
+}
+
+// How the file's characters are written.
+struct Form {
+  size_t width = 1;     // bytes in each, of which
+  size_t low = 0;       // this one has the low eight bits
+  bool isUtf8 = false;  // a mark says so
+};
+
+Form FormOf(std::string_view bytes) {
+  if (bytes.starts_with("\xEF\xBB\xBF")) return {1, 0, true};
+  if (bytes.starts_with("\xFF\xFE")) return {2, 0};
+  if (bytes.starts_with("\xFE\xFF")) return {2, 1};
+  if (bytes.size() < 2 || (bytes[0] == 0) == (bytes[1] == 0)) return {};
+  return {2, bytes[0] == 0 ? size_t{1} : size_t{0}};
+}
+
+// One byte for each character of wide text; what is not ASCII becomes something that no key or
+// section holds.
+std::string Skeleton(std::string_view bytes, const Form& form) {
+  std::string skeleton;
+  skeleton.reserve(bytes.size() / 2);
+  for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
+    const bool isAscii = bytes[at + 1 - form.low] == 0;
+    skeleton.push_back(isAscii ? bytes[at + form.low] : '\x80');
+  }
+  return skeleton;
+}
+
+std::u16string WholeShortcut(std::u16string_view url) {
+  return FromUtf8(kSection) + FromUtf8(kLineEnd) + FromUtf8(kUrl) + std::u16string(url) +
+         FromUtf8(kLineEnd);
+}
+
+std::string Wide(std::u16string_view text, const Form& form) {
+  std::string bytes;
+  for (const char16_t unit : text) {
+    const char pair[] = {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+    bytes.push_back(pair[form.low]);
+    bytes.push_back(pair[1 - form.low]);
+  }
+  return bytes;
+}
+
+std::u16string FromWide(std::string_view bytes, const Form& form) {
+  std::u16string text;
+  for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
+    const auto low = static_cast<uint8_t>(bytes[at + form.low]);
+    const auto high = static_cast<uint8_t>(bytes[at + 1 - form.low]);
+    text.push_back(static_cast<char16_t>(high << 8 | low));
+  }
+  return text;
+}
+
+// The old bytes, which mean another URL, tell the manner.
+std::string NewBytes(std::u16string_view url, std::string_view old, const Form& form) {
+  std::u16string unused;
+  if (form.width == 2) return Wide(url, form);
+  const bool isUtf8 = form.isUtf8 || (!IsAscii(old) && AppendUtf8(old, unused));
+  return isUtf8 ? ToUtf8(url) : UrlBytes(url);
+}
+
+std::u16string UrlIn(std::string_view bytes, const Form& form) {
+  return form.width == 1 ? NarrowUrl(bytes) : FromWide(bytes, form);
+}
+
+char Lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool StartsLike(std::string_view text, std::string_view pattern) {
+  return text.size() >= pattern.size() &&
+         std::equal(pattern.begin(), pattern.end(), text.begin(),
+                    [](char a, char b) { return Lower(a) == Lower(b); });
+}
+
+size_t SkipBlanks(std::string_view text, size_t at) {
+  return std::min(text.find_first_not_of(" \t", at), text.size());
+}
+
+// Where the value begins, of a line that starts at `at`; npos for another key.
+size_t LooseValue(std::string_view text, size_t at) {
+  at = SkipBlanks(text, at);
+  if (!StartsLike(text.substr(at), kUrl.substr(0, 3))) return text.npos;
+  at = SkipBlanks(text, at + 3);
+  return at < text.size() && text[at] == '=' ? at + 1 : text.npos;
+}
+
+// Behind the header of the section; npos for none.
+size_t FindSection(std::string_view text) {
+  size_t at = text.find(kSection);
+  for (size_t line = 0; at == text.npos && line < text.size();) {
+    const size_t start = SkipBlanks(text, line);
+    if (StartsLike(text.substr(start), kSection)) at = start;
+    line = std::min(text.find_first_of(kLineEnd, line), text.size() - 1) + 1;
+  }
+  return at == text.npos ? at : at + kSection.size();
+}
+
+// Of a value: as this system writes it, or as any INI file may, in the section itself; else the
+// first one behind it.
+size_t FindValue(std::string_view text, size_t section) {
+  std::vector<size_t> lines;
+  size_t end = section;
+  while (end < text.size()) {
+    end = std::min(text.find_first_of(kLineEnd, end), text.size() - 1) + 1;
+    const size_t start = SkipBlanks(text, end);
+    if (start < text.size() && text[start] == '[') break;
+    lines.push_back(end);
+  }
+  const size_t strict = text.find(kUrl, section);
+  if (strict < end) return strict + kUrl.size();
+  for (const size_t line : lines) {
+    if (const size_t value = LooseValue(text, line); value != text.npos) return value;
+  }
+  return strict == text.npos ? strict : strict + kUrl.size();
 }
 
 }  // namespace
 
 std::optional<UrlRange> FindUrlRange(std::string_view bytes) {
-  const size_t section = bytes.find(kSection);
-  if (section == bytes.npos) return std::nullopt;
-  const size_t line = bytes.find(kUrl, section + kSection.size());
-  if (line == bytes.npos) return std::nullopt;
-  const size_t begin = line + kUrl.size();
-  return UrlRange{begin, std::min(bytes.find_first_of(kLineEnd, begin), bytes.size()) - begin};
+  const Form form = FormOf(bytes);
+  const std::string skeleton = form.width == 1 ? std::string() : Skeleton(bytes, form);
+  const std::string_view text = form.width == 1 ? bytes : skeleton;
+  const size_t section = FindSection(text);
+  if (section == text.npos) return std::nullopt;
+  const size_t value = FindValue(text, section);
+  if (value == text.npos) return std::nullopt;
+  size_t begin = value;
+  size_t end = std::min(text.find_first_of(kLineEnd, begin), text.size());
+  begin = std::min(SkipBlanks(text, begin), end);
+  while (end > begin && (text[end - 1] == ' ' || text[end - 1] == '\t')) --end;
+  return UrlRange{begin * form.width, (end - begin) * form.width};
 }
 
 std::string ShortcutBytes(std::u16string_view url) {
@@ -56,20 +185,29 @@ std::string ShortcutBytes(std::u16string_view url) {
 std::u16string ShortcutUrl(std::string_view bytes) {
   const std::optional<UrlRange> range = FindUrlRange(bytes);
   if (!range) return {};
-  return Service<CodePages>::Get().Decode(bytes.substr(range->begin, range->length), kAnsiPage);
+  return UrlIn(bytes.substr(range->begin, range->length), FormOf(bytes));
 }
 
 SystemError InternetShortcut::Load(std::u16string_view path) {
   return ReadFileBytes(path, bytes_);
 }
 
-void InternetShortcut::SetURL(std::u16string_view url, uint32_t) {
-  if (const std::optional<UrlRange> range = FindUrlRange(bytes_)) {
-    bytes_.replace(range->begin, range->length, UrlBytes(url));
-    return;
+bool InternetShortcut::SetURL(std::u16string_view url, uint32_t) {
+  if (bytes_.find_first_not_of('\0') == bytes_.npos) bytes_.clear();
+  const Form form = FormOf(bytes_);
+  const std::optional<UrlRange> range = FindUrlRange(bytes_);
+  if (!range) {
+    const bool startsLine =
+        bytes_.empty() || bytes_.find('\n', bytes_.size() - form.width) != bytes_.npos;
+    const std::string own = startsLine ? std::string() : std::string(kLineEnd);
+    bytes_ +=
+        form.width == 1 ? own + ShortcutBytes(url) : Wide(FromUtf8(own) + WholeShortcut(url), form);
+    return true;
   }
-  if (!bytes_.empty() && bytes_.back() != '\n') bytes_.append(kLineEnd);
-  bytes_.append(ShortcutBytes(url));
+  const std::string_view old = std::string_view(bytes_).substr(range->begin, range->length);
+  if (UrlIn(old, form) == url) return false;
+  bytes_.replace(range->begin, range->length, NewBytes(url, old, form));
+  return true;
 }
 
 SystemError InternetShortcut::Save(std::u16string_view path) const {

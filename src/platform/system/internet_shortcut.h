@@ -3,8 +3,11 @@
 //   [InternetShortcut]
 //   URL=http://example.org/
 //
-// The URL stands in the ANSI code page behind the first "URL=" that follows the first
-// "[InternetShortcut]", up to the line end. Everything else in a file belongs to whoever wrote it.
+// The URL stands behind the first "URL=" that follows the first "[InternetShortcut]", up to the
+// line end and without blanks around it. What writes such files by hand or as any other INI file
+// is read too: "url = ...", "[internetshortcut]", and UTF-16 with a mark or without. The bytes are
+// UTF-8 where they can be, else of the ANSI code page; new ones are written in that page.
+// Everything else in a file belongs to whoever wrote it.
 #pragma once
 
 #include <cstddef>
@@ -29,13 +32,15 @@ std::string ShortcutBytes(std::u16string_view url);
 // The URL of a file's bytes; empty for none.
 std::u16string ShortcutUrl(std::string_view bytes);
 
-// One file on its way from and to the disk. `SetURL` replaces the URL's stretch and keeps every
-// other byte; where there is none it appends section and URL.
+// One file on its way from and to the disk. `SetURL` replaces the URL's stretch, in the manner of
+// the file, and keeps every other byte; where there is none it appends section and URL, and a file
+// of nothing but zeros becomes a new one.
 class InternetShortcut {
  public:
   SystemError Load(std::u16string_view path);
-  // The text as it is given. `flags` is accepted and not acted on.
-  void SetURL(std::u16string_view url, uint32_t flags);
+  // The text as it is given. `flags` is accepted and not acted on. False, and no byte changes, when
+  // the file says this already.
+  bool SetURL(std::u16string_view url, uint32_t flags);
   SystemError Save(std::u16string_view path) const;
 
  private:

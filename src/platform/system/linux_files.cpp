@@ -122,6 +122,17 @@ std::error_code WriteTo(const std::string& path, int flags, std::string_view byt
   return error ? error : closeError;
 }
 
+// For file systems that know no files without a name.
+std::error_code CreateNamed(const std::string& path, std::string_view bytes) {
+  UniqueFd fd = Open(path, kCreateNew, 0666);
+  if (!fd.IsOpen()) return LastError();
+  std::error_code error = WriteAll(fd.get(), bytes);
+  const std::error_code closeError = Close(std::move(fd));
+  if (!error) error = closeError;
+  if (error) unlink(path.c_str());
+  return error;
+}
+
 // The file system of what stands there, unless it has been waited for. False when nothing does.
 bool SettleFileSystem(const std::string& path, std::set<dev_t>& settled, std::error_code& error) {
   struct stat data;
@@ -389,14 +400,21 @@ class LinuxFiles final : public Files {
     return error;
   }
 
+  // The file has no name until all of it is there: not even a kill leaves half of one.
   std::error_code CreateNew(const std::string& path, std::string_view bytes) override {
-    UniqueFd fd = Open(path, kCreateNew, 0666);
-    if (!fd.IsOpen()) return LastError();
-    std::error_code error = WriteAll(fd.get(), bytes);
-    const std::error_code closeError = Close(std::move(fd));
-    if (!error) error = closeError;
-    if (error) unlink(path.c_str());
-    return error;
+    struct stat taken;
+    if (lstat(path.c_str(), &taken) == 0) return Error(std::errc::file_exists);
+    const size_t slash = path.rfind('/');
+    const UniqueFd fd = errno != ENOENT ? UniqueFd()
+                                        : Open(slash == path.npos ? "." : path.substr(0, slash + 1),
+                                               O_WRONLY | O_TMPFILE, 0666);
+    if (!fd.IsOpen()) return CreateNamed(path, bytes);
+    if (const std::error_code error = WriteAll(fd.get(), bytes)) return error;
+    const std::string nameless = "/proc/self/fd/" + std::to_string(fd.get());
+    if (linkat(AT_FDCWD, nameless.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+      return {};
+    }
+    return errno == EEXIST ? LastError() : CreateNamed(path, bytes);
   }
 
   std::error_code RenameNew(const std::string& from, const std::string& to) override {

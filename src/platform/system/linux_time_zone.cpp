@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/system/files.h"
+#include "platform/system/local_zone.h"
 #include "platform/system/service.h"
 #include "platform/system/time_zone.h"
 #include "platform/system/zone_file.h"
@@ -12,8 +13,6 @@
 namespace qv {
 namespace {
 
-constexpr char kLocalTime[] = "/etc/localtime";
-constexpr char kZoneFolder[] = "/usr/share/zoneinfo";
 constexpr off_t kMaxZoneFile = 1 << 20;
 
 // What tells one state of a file from another; all zero for a file that cannot be used.
@@ -32,15 +31,6 @@ FileState StateOf(const std::string& path) {
   if (path.empty() || stat(path.c_str(), &data) != 0) return {};
   if (!S_ISREG(data.st_mode) || data.st_size > kMaxZoneFile) return {};
   return {data.st_dev, data.st_ino, data.st_size, data.st_mtim.tv_sec, data.st_mtim.tv_nsec};
-}
-
-// Empty for what can only be a rule: no zone has a comma in its name.
-std::string PathOf(const std::optional<std::string>& name) {
-  if (!name) return kLocalTime;
-  if (name->find(',') != name->npos) return {};
-  if (name->empty() || name->front() == '/') return *name;
-  const char* folder = std::getenv("TZDIR");
-  return std::string(folder != nullptr && *folder != '\0' ? folder : kZoneFolder) + "/" + *name;
 }
 
 // Reads a file only when TZ or the file has changed since the last call.
@@ -68,7 +58,7 @@ class LinuxTimeZone final : public TimeZone {
       value_ = value;
       name_ = value_->starts_with(':') ? value_->substr(1) : *value_;
     }
-    path_ = PathOf(name_);
+    path_ = LocalZonePath(value);
   }
 
   // As the C library: a zone file by that name, else a rule, else UTC.

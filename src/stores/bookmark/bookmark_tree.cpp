@@ -48,16 +48,6 @@ int64_t FileSeconds(DATE local) {
   return UnixSecondsFromDate(LocalToUtc(local, true).value);
 }
 
-std::u16string UniqueEntryName(std::u16string_view folder, std::u16string_view name,
-                               bool isFolder) {
-  const std::u16string_view stem = isFolder ? name : name.substr(0, name.rfind(u'.'));
-  std::u16string candidate(name);
-  for (int n = 2; EntryExists(Concat({folder, u"\\", candidate})); ++n) {
-    candidate = Concat({stem, u"(", Decimal(n), u")", isFolder ? u"" : kShortcutTail});
-  }
-  return candidate;
-}
-
 std::u16string BookmarkTree::FullPath(std::u16string_view path) const {
   std::u16string full = RelativeToAbsolute(root_, path);
   if (root_.empty() || (full != root_ && LeavesTree(root_, full))) full.clear();

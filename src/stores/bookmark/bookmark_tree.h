@@ -16,18 +16,13 @@
 #include "platform/com/types.h"
 #include "platform/system/file_system.h"
 #include "stores/bookmark/bookmark_tree_info.h"
+#include "stores/bookmark/entry_names.h"
 
 namespace qv {
 
 // The time of a file as local wall-clock time, and back. 0.0 is no time.
 DATE FileDate(int64_t utcSeconds);
 int64_t FileSeconds(DATE local);
-
-inline constexpr std::u16string_view kShortcutTail = u".url";
-
-// Counts up to a name that nothing in the folder has: "News(2).url", "Work(2)". Starts with `name`
-// itself. A file's number stands before its last ".".
-std::u16string UniqueEntryName(std::u16string_view folder, std::u16string_view name, bool isFolder);
 
 // One thing of a walk that it could not show.
 struct BlindSpot {

@@ -13,13 +13,19 @@ bool IsRoot(std::u16string_view uid) {
   return uid == kTreeRoot;
 }
 
-// A bookmark's name without the ".url" that `UniqueEntryName` knows where to find.
+// A bookmark's name without the ".url" that `EntryNames` knows where to find.
 std::u16string FileName(std::u16string_view stem) {
   return Concat({stem, kShortcutTail});
 }
 
 std::u16string InFolder(std::u16string_view folder, std::u16string_view name) {
   return Concat({folder, u"\\", name});
+}
+std::u16string_view FolderIn(std::u16string_view full) {
+  return full.substr(0, full.rfind(u'\\'));
+}
+std::u16string_view NameIn(std::u16string_view full) {
+  return full.substr(full.rfind(u'\\') + 1);
 }
 
 }  // namespace
@@ -75,6 +81,22 @@ ComPtr<IItemCommon> BookmarkTreeStore::CachedOrParsed(const IncomingText& text) 
   return item;
 }
 
+void BookmarkTreeStore::NoteMade(const std::u16string& full, EntryKind kind) {
+  changes_.Made(full, kind);
+  names_.Added(FolderIn(full), NameIn(full));
+}
+
+void BookmarkTreeStore::NoteMoved(const std::u16string& from, const std::u16string& to) {
+  changes_.Moved(from, to);
+  names_.Removed(FolderIn(from), NameIn(from));
+  names_.Added(FolderIn(to), NameIn(to));
+}
+
+void BookmarkTreeStore::NoteRemoved(const std::u16string& full) {
+  changes_.Removed(full);
+  names_.Removed(FolderIn(full), NameIn(full));
+}
+
 void BookmarkTreeStore::LogError(std::u16string_view message, SystemError error) const {
   if (!message.empty()) OutputDebugStringW(Concat({message, Decimal(error)}));
 }
@@ -104,22 +126,21 @@ HRESULT BookmarkTreeStore::OnAdd(const IncomingText& text, std::u16string& sourc
   return AddBookmark(AsBookmark(item), FindParent(text), sourceUid);
 }
 
-std::u16string BookmarkTreeStore::NameForNewFile(const Bookmark& bookmark,
-                                                 const Place& parent) const {
+std::u16string BookmarkTreeStore::NameForNewFile(const Bookmark& bookmark, const Place& parent) {
   const std::u16string title = TitleName(bookmark);
   std::u16string_view stem = title;
-  std::u16string name = UniqueEntryName(parent.full, FileName(stem), false);
+  std::u16string name = names_.Unique(parent.full, FileName(stem), false);
   if (InFolder(parent.full, name).size() >= kPathLimit) {
     if (parent.full.size() >= kCutPathLength) {
       OutputDebugStringW(policy_.tooLong);
       throw StatusError(E_FAIL);
     }
     stem = CutStem(stem, kCutPathLength - parent.full.size());
-  } else if (FittingStem(stem).size() == stem.size()) {
+  } else if (NameFits(name)) {
     return name;
   }
   // A number that is appended now may pass the limit again, deliberately.
-  return UniqueEntryName(parent.full, FileName(FittingStem(stem)), false);
+  return names_.Unique(parent.full, FileName(FittingStem(stem)), false);
 }
 
 // The identity of the item goes with the number, whatever its file is called.
@@ -140,7 +161,7 @@ HRESULT BookmarkTreeStore::AddBookmark(Bookmark& bookmark, const Place& parent,
   Place place{{}, ChildPath(parent.path, name), InFolder(parent.full, name)};
   const std::string bytes = bookmark.url.empty() ? std::string() : ShortcutBytes(bookmark.url);
   if (CreateNewFile(place.full, bytes) != kNoError) return E_FAIL;
-  changes_.Made(place.full, EntryKind::File);
+  NoteMade(place.full, EntryKind::File);
   // The empty file stays behind, deliberately.
   if (bookmark.url.empty()) return E_FAIL;
   Check(map_.Assign(place.path, place.uid));
@@ -152,10 +173,10 @@ HRESULT BookmarkTreeStore::AddBookmark(Bookmark& bookmark, const Place& parent,
 
 HRESULT BookmarkTreeStore::AddFolder(Folder& folder, const Place& parent, std::u16string& uid) {
   std::u16string name = FolderName(folder);
-  if (policy_.folderNamesAreSafe) name = UniqueEntryName(parent.full, name, true);
+  if (policy_.folderNamesAreSafe) name = names_.Unique(parent.full, name, true);
   Place place{{}, ChildPath(parent.path, name), InFolder(parent.full, name)};
   if (MakeFolder(place.full) != kNoError) return E_FAIL;
-  changes_.Made(place.full, EntryKind::Folder);
+  NoteMade(place.full, EntryKind::Folder);
   Check(map_.Assign(place.path, place.uid));
   uid = place.uid;
   const HRESULT status = Check(WriteStatus(STATDBUPDATE_ADD, place, parent.uid, true));
@@ -179,8 +200,10 @@ void BookmarkTreeStore::Rename(const std::u16string& from, const std::u16string&
                                std::u16string_view message) {
   EntryInfo entry;
   const SystemError error = from == to ? FindEntry(from, entry) : RenameEntry(from, to);
-  if (error == kNoError && from != to) changes_.Moved(from, to);
-  if (error == kNoError) return;
+  if (error == kNoError) {
+    if (from != to) NoteMoved(from, to);
+    return;
+  }
   LogError(message, error);
   throw StatusError(E_FAIL);
 }
@@ -190,16 +213,17 @@ HRESULT BookmarkTreeStore::ReplaceBookmark(Bookmark& bookmark, const Place& old,
   std::u16string name = FileName(TitleName(bookmark));
   const Place parent = FindParent(text);
   if (!EqualsIgnoreCase(name, NameInPath(old.path))) {
-    name = UniqueEntryName(parent.full, name, false);
+    name = names_.Unique(parent.full, name, false);
   }
   const Place fresh{old.uid, ChildPath(parent.path, name), InFolder(parent.full, name)};
   Rename(old.full, fresh.full, policy_.renameFileFailed);
   if (bookmark.url.empty()) return E_FAIL;
   InternetShortcut shortcut;
   if (shortcut.Load(fresh.full) != kNoError) return E_FAIL;
-  shortcut.SetURL(bookmark.url, 1);
-  if (shortcut.Save(fresh.full) != kNoError) return E_FAIL;
-  changes_.Made(fresh.full, EntryKind::File);
+  if (shortcut.SetURL(bookmark.url, 1)) {
+    if (shortcut.Save(fresh.full) != kNoError) return E_FAIL;
+    NoteMade(fresh.full, EntryKind::File);
+  }
   Check(map_.SetPath(fresh.uid, fresh.path));
   WriteIdentity(fresh.uid, bookmark.fields, fresh.full);
   const HRESULT status = Check(WriteStatus(STATDBUPDATE_REPL, fresh, parent.uid, false));
@@ -208,11 +232,11 @@ HRESULT BookmarkTreeStore::ReplaceBookmark(Bookmark& bookmark, const Place& old,
 
 HRESULT BookmarkTreeStore::ReplaceFolder(Folder& folder, const Place& old,
                                          const IncomingText& text) {
-  if (!policy_.foldersMove) return RenameFolder(folder, old, text);
+  if (!policy_.foldersMove) return RenameFolder(folder, old);
   std::u16string name = FolderName(folder);
   const Place parent = FindParent(text);
   if (!EqualsIgnoreCase(name, NameInPath(old.path))) {
-    name = UniqueEntryName(parent.full, name, true);
+    name = names_.Unique(parent.full, name, true);
   }
   return MoveFolder(old, {old.uid, ChildPath(parent.path, name), InFolder(parent.full, name)},
                     parent.uid);
@@ -228,16 +252,15 @@ HRESULT BookmarkTreeStore::MoveFolder(const Place& old, const Place& fresh,
   return TouchParents(old, parentUid);
 }
 
-// In its place, and without the paths below it: they are wrong until the map is cleaned.
-HRESULT BookmarkTreeStore::RenameFolder(const Folder& folder, const Place& old,
-                                        const IncomingText& text) {
+// In its place, whatever parent the phone names, and without the paths below it: they are wrong
+// until the map is cleaned.
+HRESULT BookmarkTreeStore::RenameFolder(const Folder& folder, const Place& old) {
   const std::u16string name = FolderName(folder);
-  const Place parent = FindParent(text);  // the phone's; it places nothing
   const Place fresh{old.uid, ChildPath(ParentPath(old.path), name),
                     tree_.FullPath(ChildPath(ParentPath(old.path), name))};
   Rename(old.full, fresh.full, policy_.renameFolderFailed);
   Check(map_.SetPath(fresh.uid, fresh.path));
-  return WriteStatus(STATDBUPDATE_REPL, fresh, parent.uid, true);
+  return WriteStatus(STATDBUPDATE_REPL, fresh, ParentUid(fresh.path), true);
 }
 
 HRESULT BookmarkTreeStore::OnDelete(const std::u16string& sourceUid, bool softDelete) {
@@ -265,7 +288,7 @@ void BookmarkTreeStore::RequireUsableNames(const std::u16string& path) const {
 HRESULT BookmarkTreeStore::DeleteBookmark(const Place& place) {
   const SystemError error = DeleteFile(place.full);
   if (error != kNoError && error != kFileNotFound) return E_FAIL;
-  changes_.Removed(place.full);
+  NoteRemoved(place.full);
   const std::u16string parent = ParentUid(place.path);
   Check(map_.Delete(place.uid));
   StatusRow gone;
@@ -277,7 +300,7 @@ HRESULT BookmarkTreeStore::DeleteBookmark(const Place& place) {
 
 HRESULT BookmarkTreeStore::DeleteEmptyFolder(const Place& place) {
   if (RemoveFolder(place.full) != kNoError) return E_FAIL;
-  changes_.Removed(place.full);
+  NoteRemoved(place.full);
   const std::u16string parent = ParentUid(place.path);
   Check(map_.Delete(place.uid));
   StatusRow gone;
@@ -293,7 +316,7 @@ HRESULT BookmarkTreeStore::DeleteFullFolder(const Place& place, std::vector<std:
     LogError(policy_.removeFolderFailed, error);
     return E_FAIL;
   }
-  changes_.Removed(place.full);
+  NoteRemoved(place.full);
   const std::u16string parent = ParentUid(place.path);
   uids.push_back(place.uid);
   Check(status_.Delete(uids));

@@ -70,13 +70,13 @@ class BookmarkTreeStore : public StoreBase {
   ComPtr<IItemCommon> CachedOrParsed(const IncomingText& text);
   std::u16string TitleName(const Bookmark& bookmark) const;
   std::u16string FolderName(const Folder& folder) const;
-  std::u16string NameForNewFile(const Bookmark& bookmark, const Place& parent) const;
+  std::u16string NameForNewFile(const Bookmark& bookmark, const Place& parent);
   HRESULT AddBookmark(Bookmark& bookmark, const Place& parent, std::u16string& uid);
   HRESULT AddFolder(Folder& folder, const Place& parent, std::u16string& uid);
   HRESULT ReplaceBookmark(Bookmark& bookmark, const Place& old, const IncomingText& text);
   HRESULT ReplaceFolder(Folder& folder, const Place& old, const IncomingText& text);
   HRESULT MoveFolder(const Place& old, const Place& fresh, const std::u16string& parentUid);
-  HRESULT RenameFolder(const Folder& folder, const Place& old, const IncomingText& text);
+  HRESULT RenameFolder(const Folder& folder, const Place& old);
   void Rename(const std::u16string& from, const std::u16string& to, std::u16string_view message);
   void WriteIdentity(const std::u16string& uid, const ItemFields& fields,
                      const std::u16string& full);
@@ -89,6 +89,9 @@ class BookmarkTreeStore : public StoreBase {
   HRESULT DeleteEmptyFolder(const Place& place);
   HRESULT DeleteFullFolder(const Place& place, std::vector<std::u16string> uids);
   std::vector<std::u16string> Subtree(const Place& place);
+  void NoteMade(const std::u16string& full, EntryKind kind);
+  void NoteMoved(const std::u16string& from, const std::u16string& to);
+  void NoteRemoved(const std::u16string& full);
   void LogError(std::u16string_view message, SystemError error) const;
 
   ComPtr<IItemCommon> ReadBookmark(const Place& place);
@@ -103,6 +106,7 @@ class BookmarkTreeStore : public StoreBase {
   PathMap map_{session()};
   StatusTable status_{session(), kBookmarkStatus};
   TreeMatches matches_;
+  EntryNames names_;
   UnsettledChanges changes_;
   TreeInfo info_{*static_cast<IDataStore*>(this), tree_, map_, changes_};
   bool statusReady_ = false;

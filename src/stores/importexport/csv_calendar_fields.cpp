@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "items/calendar_days.h"
 #include "items/item_objects.h"
 #include "items/kinds.h"
 #include "items/stamp.h"
@@ -116,6 +117,8 @@ ComPtr<IItemCommon> ReadCalendar(const FieldTexts& texts, const GroupTable&) {
   for (size_t i = 0; i < kFieldCount; ++i) {
     if (!texts[i].empty()) AddText(calendar, kFields[i], texts[i]);
   }
+  // One that begins or ends within a day keeps its moments as they were told.
+  SettleDaysHere(calendar);
   StampNew(calendar.fields);
   return MakeCalendarItem(std::move(calendar));
 }
@@ -127,19 +130,21 @@ std::u16string CellText(const Calendar& calendar, const Field& field) {
     case Form::Text:
       return calendar.*field.text;
     case Form::Date:
-      return calendar.*field.date == 0.0 ? std::u16string() : DateText(calendar.*field.date);
+      return calendar.*field.date == 0.0 ? std::u16string()
+                                         : DateText(MomentOf(calendar, calendar.*field.date));
     case Form::AllDay:
       return calendar.allDay ? u"1" : u"";
     case Form::Alarm:
       if (!calendar.reminderMinutes) return {};
-      return DateText(DateFromUnixSeconds(UnixSecondsFromDate(calendar.start) -
+      return DateText(DateFromUnixSeconds(UnixSecondsFromDate(MomentOf(calendar, calendar.start)) -
                                           int64_t{*calendar.reminderMinutes} * 60));
     case Form::Type:
       return calendar.isRecurring ? Decimal(static_cast<int32_t>(rule.type)) : std::u16string();
     case Form::Rule:
       return calendar.isRecurring ? Decimal(rule.*field.rule) : std::u16string();
     case Form::Until:
-      return calendar.isRecurring && rule.until != 0.0 ? DateText(rule.until) : std::u16string();
+      return calendar.isRecurring && rule.until != 0.0 ? DateText(MomentOf(calendar, rule.until))
+                                                       : std::u16string();
     case Form::Number:
       return calendar.*field.number == 0 ? std::u16string() : Decimal(calendar.*field.number);
   }

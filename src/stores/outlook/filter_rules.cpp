@@ -1,5 +1,6 @@
 #include "stores/outlook/filter_rules.h"
 
+#include "items/calendar_days.h"
 #include "support/text.h"
 
 namespace qv {
@@ -39,8 +40,8 @@ bool IsOutside(const DateTimeValue& moment, const DateWindow& window) {
 }
 
 bool Touches(const CalendarContent& item, const DateWindow& window) {
-  const DateTimeValue start(item.start);
-  DateTimeValue end(item.end);
+  const DateTimeValue start(MomentOf(item, item.start));
+  DateTimeValue end(MomentOf(item, item.end));
   // A day's appointment ends at midnight and does not reach into the next day.
   if (item.allDay && item.end != 0.0) end = end - DateTimeSpan(0, 0, 0, 1);
   if (item.start == 0.0) return item.end == 0.0 || !IsOutside(end, window);

@@ -40,6 +40,20 @@ void Unfold(std::string_view value, Dialect dialect, std::string& octets) {
   }
 }
 
+// A hexadecimal digit at `i`, or behind the one break, soft or a fold, that may cut a code in two;
+// -1 for none. Moves `i` behind it.
+int TakeHexDigit(std::string_view value, size_t& i) {
+  size_t at = i;
+  const size_t breakAt = at < value.size() && value[at] == '=' ? at + 1 : at;
+  if (breakAt < value.size() && IsBreak(value[breakAt])) {
+    at = BehindFold(value, breakAt, Dialect::Old);
+    while (at < value.size() && IsBlank(value[at])) ++at;
+  }
+  const int digit = at < value.size() ? HexValue(value[at]) : -1;
+  if (digit >= 0) i = at + 1;
+  return digit;
+}
+
 // Takes folds out in the same pass: behind a soft break a blank is text, behind a fold it is not.
 void DecodeQuotedPrintable(std::string_view value, Dialect dialect, std::string& octets) {
   octets.reserve(value.size());
@@ -55,11 +69,11 @@ void DecodeQuotedPrintable(std::string_view value, Dialect dialect, std::string&
     } else if (IsBreak(value[i + 1])) {
       i = BehindFold(value, i + 1, Dialect::Old);
     } else {
-      const int high = HexValue(value[i + 1]);
-      const int low = i + 2 < value.size() ? HexValue(value[i + 2]) : -1;
-      const bool code = high >= 0 && low >= 0;
-      octets += code ? static_cast<char>(high * 16 + low) : c;
-      i += code ? 3 : 1;
+      size_t behind = i + 1;
+      const int high = TakeHexDigit(value, behind);
+      const int low = high >= 0 ? TakeHexDigit(value, behind) : -1;
+      octets += low >= 0 ? static_cast<char>(high * 16 + low) : c;
+      i = low >= 0 ? behind : i + 1;
     }
   }
 }
@@ -161,6 +175,17 @@ std::optional<std::u16string_view> ValueDecoder::Text(const Line& line, Dialect 
   return text_;
 }
 
+std::optional<std::string_view> ValueDecoder::Token(const Line& line, Dialect dialect) {
+  const std::optional<std::string_view> octets = Octets(line, Dialect::Modern);
+  if (!octets || dialect == Dialect::Old || line.encoding == ValueEncoding::Base64) return octets;
+  const bool plain = std::all_of(octets->begin(), octets->end(), [](char c) {
+    return static_cast<unsigned char>(c) < 0x80 && c != '\\';
+  });
+  if (plain && IsUtf8Name(line.charset)) return octets;
+  token_ = ToUtf8(OldEscapes(*Text(line, Dialect::Modern, true)));
+  return token_;
+}
+
 std::u16string Unescape(std::u16string_view text, Dialect dialect) {
   if (text.find(u'\\') == text.npos) return std::u16string(text);
   std::u16string result;
@@ -169,12 +194,49 @@ std::u16string Unescape(std::u16string_view text, Dialect dialect) {
   return result;
 }
 
+std::u16string OldEscapes(std::u16string_view modern, bool isList) {
+  std::u16string old;
+  old.reserve(modern.size());
+  for (size_t i = 0; i < modern.size(); ++i) {
+    const char16_t next = modern[i] == u'\\' && i + 1 < modern.size() ? modern[i + 1] : u'\0';
+    const char16_t escaped = EscapedCharacter(next, Dialect::Modern);
+    if (escaped == 0) {
+      old += isList && modern[i] == u',' ? u';' : modern[i];
+      continue;
+    }
+    ++i;
+    if (escaped == u'n') {
+      old += u"\r\n";
+      continue;
+    }
+    if (EscapedCharacter(escaped, Dialect::Old) != 0) old += u'\\';
+    old += escaped;
+  }
+  return old;
+}
+
+// The escapes undone but for those before a ';', which tell the ones that separate from the others.
+std::u16string UnescapeUnits(std::u16string_view text, Dialect dialect) {
+  std::u16string units;
+  units.reserve(text.size());
+  while (!text.empty()) {
+    const size_t slash = std::min(text.find(u'\\'), text.size());
+    const size_t behind = std::min(text.find_first_not_of(u'\\', slash), text.size());
+    units.append(text, 0, slash);
+    const size_t end = std::min(behind + 1, text.size());
+    const std::u16string_view run = text.substr(slash, end - slash);
+    units += run.ends_with(u';') ? std::u16string(run) : Unescape(run, dialect);
+    text.remove_prefix(end);
+  }
+  return units;
+}
+
 void SplitValue(std::u16string_view text, Dialect dialect, Surplus surplus,
                 std::span<std::u16string> parts) {
   for (size_t i = 0; i < parts.size() && !text.empty(); ++i) {
     if (i + 1 == parts.size()) {
       if (surplus == Surplus::JoinTrimmed) text = WithoutTail(text);
-      parts[i] = Unescape(text, dialect);
+      parts[i] = surplus == Surplus::Join ? UnescapeUnits(text, dialect) : Unescape(text, dialect);
       return;
     }
     parts[i].clear();

@@ -6,13 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "support/vobject/dialect.h"
 #include "support/vobject/lines.h"
 
 namespace qv {
-
-// Old: vCard 2.1, vCalendar 1.0, vNote, vBookmark. Modern: vCard 3.0 and 4.0, iCalendar 2.0.
-// They differ in whether the blank of a fold belongs to the text, and in the escapes.
-enum class Dialect : uint8_t { Old, Modern };
 
 // Keeps its buffers from value to value; each result is valid until the next call.
 class ValueDecoder {
@@ -23,9 +20,14 @@ class ValueDecoder {
   // and bytes that are no valid UTF-8 for the ANSI page. With `keepNul` unset, U+0000 becomes
   // U+FFFD.
   std::optional<std::u16string_view> Text(const Line& line, Dialect dialect, bool keepNul = false);
+  // A date, a picture or a URI: free of folds in either dialect, a modern one with the escapes that
+  // the old grammar would give it. So what is read of a property that is no text does not change
+  // when it is put down in the old grammar.
+  std::optional<std::string_view> Token(const Line& line, Dialect dialect);
 
  private:
   std::string octets_;
+  std::string token_;
   std::u16string text_;
 };
 
@@ -34,10 +36,15 @@ class ValueDecoder {
 // which give CR LF.
 std::u16string Unescape(std::u16string_view text, Dialect dialect);
 
+// The same text with the escapes of the old grammar: what separates still separates, a comma needs
+// no backslash, and line breaks stand for themselves. `isList`: commas separate its values, which
+// is done by ';' in the old grammar.
+std::u16string OldEscapes(std::u16string_view modern, bool isList = false);
+
 // What becomes of components beyond the last part.
 enum class Surplus {
-  Join,         // they join the last part, each ';' kept
-  JoinTrimmed,  // the same, but a run of ';' at the very end goes
+  Join,         // they join the last part, each ';' kept, and the backslashes before any
+  JoinTrimmed,  // they join the last part, each ';' kept, but a run of ';' at the very end goes
 };
 // Cuts at each ';' that is not escaped and undoes the escapes. Parts that the text does not reach
 // stay as they are.

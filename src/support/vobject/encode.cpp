@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "support/vobject/raw_text.h"
-
 namespace qv {
 namespace {
 
@@ -35,6 +33,18 @@ void AppendEscaped(std::u16string_view text, Separator separator, std::u16string
     if (i == text.size()) break;
     out += u'\\';
     out += text[i++];
+  }
+}
+
+// Backslashes before a ';' say already whether it separates; all others are doubled.
+void AppendUnits(std::u16string_view text, std::u16string& out) {
+  while (!text.empty()) {
+    const size_t slash = std::min(text.find(u'\\'), text.size());
+    const size_t behind = std::min(text.find_first_not_of(u'\\', slash), text.size());
+    const std::u16string_view run = text.substr(slash, behind - slash);
+    out.append(text, 0, slash).append(run);
+    if (!text.substr(behind).starts_with(u';')) out.append(run);
+    text.remove_prefix(behind);
   }
 }
 
@@ -132,7 +142,7 @@ void LineWriter::NameAndRest(std::u16string_view name, std::u16string_view rest)
   AppendEscaped(name, Separator::Escaped, escaped_);
   if (!rest.empty()) {
     escaped_ += u';';
-    AppendEscaped(rest, Separator::Plain, escaped_);
+    AppendUnits(rest, escaped_);
   }
   Finish(escaped_);
 }
@@ -176,13 +186,6 @@ void LineWriter::Base64(std::string_view bytes) {
     put(count > 2 ? kLetters[bits & 63] : '=');
   }
   text_ += kBreak;
-  text_ += kBreak;
-}
-
-void LineWriter::Raw(std::u16string_view header, std::u16string_view value) {
-  AppendRaw(header, text_);
-  text_ += ':';
-  AppendRaw(value, text_);
   text_ += kBreak;
 }
 

@@ -22,17 +22,19 @@ class LineWriter {
   // A text. Anything but printable ASCII goes out in UTF-8 as quoted-printable, marked in the
   // header and broken at 76 columns. A backslash is doubled.
   void Text(std::u16string_view value);
+  // A text that has its escapes already.
+  void Escaped(std::u16string_view value) { Finish(value); }
   // Parts joined by ';', one within a part escaped.
   void Parts(std::span<const std::u16string> parts);
-  // Two parts, of which the second may have been several: each ';' in it separates again. It is
-  // left out when empty.
+  // Two parts, of which the second may have been several: each ';' in it separates again, unless a
+  // backslash stands before it. It is left out when empty.
   void NameAndRest(std::u16string_view name, std::u16string_view rest);
   // Characters that need no encoding: numbers, dates.
   void Plain(std::string_view value);
   // Folded at 76 columns and ended by a blank line. The header names the encoding.
   void Base64(std::string_view bytes);
-  // A whole line as it stood, carried as support/vobject/raw_text.h tells.
-  void Raw(std::u16string_view header, std::u16string_view value);
+  // The header is the whole line.
+  void Bare() { text_ += "\r\n"; }
 
   void Reserve(size_t bytes) { text_.reserve(bytes); }
   std::string_view text() const { return text_; }

@@ -37,12 +37,6 @@ constexpr auto kBase64Letters = [] {
   return table;
 }();
 
-bool IsBase64Text(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) {
-    return kBase64Letters[static_cast<unsigned char>(c)] || IsBlank(c) || IsBreak(c);
-  });
-}
-
 struct HeaderEnd {
   size_t length = 0;
   bool colon = false;
@@ -95,8 +89,11 @@ struct EncodingWord {
 
 constexpr EncodingWord kEncodingWords[] = {
     {"QUOTED-PRINTABLE", ValueEncoding::QuotedPrintable, true},
+    {"QUOTEDPRINTABLE", ValueEncoding::QuotedPrintable, true},  // as some write it, too
+    {"QUOTED_PRINTABLE", ValueEncoding::QuotedPrintable, true},
     {"BASE64", ValueEncoding::Base64, true},
     {"B", ValueEncoding::Base64, false},
+    {"BASE-64", ValueEncoding::Base64, false},
     {"8BIT", ValueEncoding::Plain, true},
     {"7BIT", ValueEncoding::Plain, true},
 };
@@ -187,10 +184,12 @@ bool LineReader::Next(Line& line) {
   const HeaderEnd header = FindHeaderEnd(text_.substr(line.begin, place_.end - line.begin));
   line.header = text_.substr(line.begin, header.length);
   line.malformed = header.malformed;
+  line.bare = !header.colon;
   ReadHeader(line, line.begin + header.length > firstEnd);
   const size_t valueBegin = line.begin + header.length + (header.colon ? 1 : 0);
-  if (line.encoding == ValueEncoding::QuotedPrintable) TakeSoftBreaks(valueBegin);
-  if (line.encoding == ValueEncoding::Base64) TakeBase64Lines();
+  // Where no value begins none goes on.
+  if (header.colon && line.encoding == ValueEncoding::QuotedPrintable) TakeSoftBreaks(valueBegin);
+  if (header.colon && line.encoding == ValueEncoding::Base64) TakeBase64Lines();
   line.value = text_.substr(valueBegin, place_.end - valueBegin);
   line.folded = place_.end != firstEnd && HasBreak(line.value);
   line.end = place_.end;
@@ -268,6 +267,12 @@ bool IsTransport(const Parameter& parameter) {
   if (parameter.name.empty()) return FindEncoding(parameter.value, true) != nullptr;
   return SameWord(parameter.name, "ENCODING") || SameWord(parameter.name, "CHARSET") ||
          SameWord(parameter.name, "VALUE");
+}
+
+bool IsBase64Text(std::string_view line) {
+  return std::all_of(line.begin(), line.end(), [](char c) {
+    return kBase64Letters[static_cast<unsigned char>(c)] || IsBlank(c) || IsBreak(c);
+  });
 }
 
 std::string_view Trimmed(std::string_view text) {

@@ -26,6 +26,7 @@ struct Line {
   ValueEncoding encoding = ValueEncoding::Plain;
   bool folded = false;     // the value holds line breaks
   bool malformed = false;  // a quote in the parameters is not closed
+  bool bare = false;       // there is no ':'
   size_t begin = 0;        // of the header, in the text
   size_t end = 0;          // of the value, in the text
 };
@@ -86,6 +87,8 @@ bool NextWord(std::string_view& list, std::string_view& word);
 bool IsGroupName(std::string_view group);
 // Parameters say how the value is written down, not what it means: ENCODING, CHARSET, VALUE.
 bool IsTransport(const Parameter& parameter);
+// Could the line be more of a base64 value above it?
+bool IsBase64Text(std::string_view line);
 // Without the blanks at both ends.
 std::string_view Trimmed(std::string_view text);
 // ASCII letters compare without regard to case.

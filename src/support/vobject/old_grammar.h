@@ -1,0 +1,34 @@
+// Properties of a modern text put down in the old grammar, for texts that are written in it.
+//
+// What a reader of the new line sees is what one of the old line saw: the same group and name, the
+// same parameters in the old spelling, the same value. The value goes out as any other text does
+// (see encode.h), bytes in base64 stay bytes.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "support/vobject/dialect.h"
+#include "support/vobject/encode.h"
+#include "support/vobject/lines.h"
+
+namespace qv {
+
+// What the looks of a line say of the text that it stands in; nothing where both dialects could
+// have it.
+std::optional<Dialect> DialectByLook(const Line& line);
+
+// A modern parameter in the old spelling: each word of a TYPE by itself, no quotes that only the
+// modern grammar needs, URL for the kind of value that is called URI.
+std::string OldParameter(const Parameter& parameter);
+
+// Writes the lines of `modern`, a property or a component from its BEGIN to its END, line break
+// included. `lists` names the properties whose values are lists in both grammars. Of a component
+// that says its VERSION itself, and of a line whose end of the header cannot be told or whose
+// base64 is none, the bytes stay as they are.
+void WriteInOldGrammar(std::string_view modern, std::span<const std::string_view> lists,
+                       LineWriter& writer);
+
+}  // namespace qv
