@@ -68,7 +68,9 @@ OutlookSettings& TheOutlookSettings() {
 }
 
 OutlookManager::OutlookManager() : state_(std::make_unique<State>()) {}
-OutlookManager::~OutlookManager() = default;
+OutlookManager::~OutlookManager() {
+  state_->EndGroups();
+}
 
 int OutlookManager::isOutlookInstalled() {
   return TheOutlookSettings().installed ? 1 : 0;
@@ -88,10 +90,12 @@ int OutlookManager::initialize(const std::u16string& profileName) {
         profileName.empty() ? std::u16string(kDefaultProfile) : profileName;
     if (state_->file != nullptr && state_->profile == profile) return;
     // Another profile's file is closed first: nothing may go into it by mistake.
+    state_->EndGroups();
     state_->file.reset();
     state_->keptParents.clear();
     state_->file = std::make_unique<ProfileFile>(ProfilePath(profile), NewEntryId);
     state_->profile = profile;
+    if (TheOutlookSettings().opened) TheOutlookSettings().opened(*this);
   });
   return Succeeded(status) ? 1 : 0;
 }
@@ -210,6 +214,24 @@ HRESULT OutlookManager::ListItems(OlObjectClass kind, const std::u16string& fold
       if (found == changed.end()) return;
       for (ListedItem& item : found->second) items.push_back(std::move(item));
     });
+  });
+}
+
+HRESULT OutlookManager::Begin() {
+  return state_->Run([&] { state_->groups.push_back(state_->File().Group()); });
+}
+
+HRESULT OutlookManager::Commit() {
+  return state_->Run([&] {
+    state_->Group().Commit();
+    state_->groups.pop_back();
+  });
+}
+
+HRESULT OutlookManager::Rollback() {
+  return state_->Run([&] {
+    state_->Group();
+    state_->groups.pop_back();
   });
 }
 

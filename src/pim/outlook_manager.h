@@ -4,8 +4,8 @@
 // Results: an `int` is a truth value, 0 or 1; an HRESULT is negative on failure, E_FAIL for an
 // identifier that is not there. Out vectors are cleared and filled, in the order of creation.
 // Entry identifiers are 32 upper-case hexadecimal digits (so they never hold the letters "sub").
-// Each change is on disk when the call returns. An item keeps exactly the content fields of its
-// kind: no extras, no hidden labels, no identifier of the text.
+// Each change is on disk when the call returns, or with the group that is open. An item keeps
+// exactly the content fields of its kind: no extras, no hidden labels, no identifier of the text.
 //
 // A changed occurrence of a series of appointments or tasks is a sub-item: an item of its own
 // within the series, with a content and a time of its own and an identifier that extends the
@@ -20,6 +20,7 @@
 // does stamp them.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -57,12 +58,17 @@ struct OLSubMetaData {
   std::u16string md5;
 };
 
+class OutlookManager;
+
 // Where profiles lie, and whether the program is installed and of a usable version; set before
 // `initialize`.
 struct OutlookSettings {
   std::string folder;     // native path; made when missing
   bool installed = true;  // what isOutlookInstalled answers
   bool valid = true;      // what isOutlookValid answers
+  // Told of each manager that has opened a profile, where it is set: so a host gets hold of the one
+  // that the module's stores use, to group what they write. It must not throw.
+  std::function<void(OutlookManager&)> opened = {};
 };
 OutlookSettings& TheOutlookSettings();
 
@@ -138,6 +144,14 @@ class OutlookManager {
   // Sub-items stand behind their series.
   HRESULT ListItems(OlObjectClass kind, const std::u16string& folderId,
                     std::vector<ListedItem>& items);
+  // For the program that hosts the stores; these never ask for it. What is written between Begin
+  // and Commit waits for the disk once, when Commit returns, and goes altogether with Rollback.
+  // Other processes read what was there before, and wait to write. A Begin within a group begins a
+  // part of it: `Rollback` undoes the part alone, `Commit` keeps it with the whole. After a Commit
+  // that has failed the group is still to be rolled back.
+  HRESULT Begin();
+  HRESULT Commit();
+  HRESULT Rollback();
   // Why the last call failed, for a person; UTF-8.
   const std::string& lastError() const;
 

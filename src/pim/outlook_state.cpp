@@ -38,6 +38,11 @@ ProfileFile& OutlookManager::State::File() {
   return *file;
 }
 
+SqliteTransaction& OutlookManager::State::Group() {
+  if (groups.empty()) Refuse("no group is open");
+  return *groups.back();
+}
+
 const ItemKind& OutlookManager::State::Kind(OlObjectClass kind) {
   const ItemKind* row = FindItemKind(kind);
   if (row == nullptr) Refuse("items of the kind " + std::to_string(kind) + " are not kept");

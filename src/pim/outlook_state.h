@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "pim/outlook_manager.h"
 #include "pim/profile_file.h"
@@ -53,6 +54,11 @@ struct OutlookManager::State {
 
   // These throw a Refusal that names the file and the thing.
   ProfileFile& File();
+  SqliteTransaction& Group();
+  // Undoes what was not committed.
+  void EndGroups() {
+    while (!groups.empty()) groups.pop_back();
+  }
   const ItemKind& Kind(OlObjectClass kind);
   int64_t Folder(OlObjectClass kind, const std::u16string& folderId);
   PackedItem Pack(OlObjectClass kind, IItemCommon* item);
@@ -62,6 +68,7 @@ struct OutlookManager::State {
   [[noreturn]] void NoSuchItem(OlObjectClass kind, const std::u16string& entryId);
 
   std::unique_ptr<ProfileFile> file;
+  std::vector<std::unique_ptr<SqliteTransaction>> groups;  // each within the one before
   std::u16string profile;
   std::string error;
   // Whose parent items were asked to be kept at hand.

@@ -1,11 +1,13 @@
 // The file of one profile: its folders, the items in them and the sub-items of these, as rows.
 //
-// Each change is a transaction of its own and on disk when the call returns. Several processes may
+// Each change is a transaction of its own and on disk when the call returns, or a part of the group
+// that is open. Several processes may
 // have the file open. Failures throw SqliteError.
 #pragma once
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -55,6 +57,8 @@ class ProfileFile {
   // Runs `change` in one transaction of its own, which is undone when it throws. What it writes of
   // items goes through `Rewrite`.
   void Change(const std::function<void(SubItemTable&)>& change);
+  // What is written while it lives is one transaction.
+  std::unique_ptr<SqliteTransaction> Group() { return std::make_unique<SqliteTransaction>(db_); }
   // As Update, within a change.
   bool Rewrite(OlObjectClass kind, const ItemRow& row, std::string_view content);
 

@@ -9,6 +9,7 @@
 #include "host/engine_rig.h"
 #include "host/series_texts.h"
 #include "host/tree_rig.h"
+#include "kit/disk_waits.h"
 #include "support/date_time.h"
 
 namespace qv {
@@ -228,11 +229,13 @@ std::unique_ptr<Scene> MakeScene(Meeting meeting) {
   return std::make_unique<Contacts>(meeting);
 }
 
-// Runs a sync whose database object was prepared; false when that object failed nothing.
-bool SyncWith(Scene& rig, const std::function<void(test::RecordingAccessor&)>& prepare) {
+// Runs with a database object that was prepared; false when that object failed nothing. The run
+// calls its argument when the profile is open.
+bool WithDatabase(const std::function<void(test::RecordingAccessor&)>& prepare,
+                  const std::function<void(const std::function<void()>&)>& run) {
   ComPtr<test::RecordingAccessor> made;
   ClassCreator before;
-  rig.RunOnce([&] {
+  run([&] {
     before = RegisterClass(CLSID_DBAccessor, [&] {
       made = MakeObject<test::RecordingAccessor>();
       prepare(*made);
@@ -242,6 +245,9 @@ bool SyncWith(Scene& rig, const std::function<void(test::RecordingAccessor&)>& p
   });
   RegisterClass(CLSID_DBAccessor, before);
   return made->hasFailed();
+}
+bool SyncWith(Scene& rig, const std::function<void(test::RecordingAccessor&)>& prepare) {
+  return WithDatabase(prepare, [&](const auto& opened) { rig.RunOnce(opened); });
 }
 
 class EngineFailureTest : public testing::TestWithParam<Meeting> {
@@ -263,6 +269,54 @@ TEST_P(EngineFailureTest, AFailedStatementAnywhereIsHealedByTheNextRun) {
     rig.ExpectHealed("statement " + std::to_string(n));
   }
   EXPECT_GT(n, 50u);
+}
+
+// A group of new items of which one fails in every possible way: each is there and counted, or is
+// named.
+TEST(EngineGroupTest, AnItemThatFailsTakesNoOtherWithIt) {
+  constexpr size_t kCards = 5;
+  for (const bool toPc : {true, false}) {
+    Rig rig;
+    for (size_t i = 0; i < kCards; ++i) {
+      const std::string text = CardText({.name = "N" + std::to_string(i), .extra = "X-PET:cat"});
+      if (toPc) {
+        rig.PhonePut("c" + std::to_string(i) + ".vcf", text);
+      } else {
+        rig.PcAdd(text);
+      }
+    }
+    rig.Keep();
+    FailingFiles files;
+    files.Watch([](const FailingFiles::Call& call) {
+      return FailingFiles::IsChange(call) && call.path.find(".vcf") != call.path.npos;
+    });
+    bool wasPartial = false;
+    bool failed = true;
+    for (size_t n = 0; failed; ++n) {
+      rig.Restore();
+      StoreReport report;
+      const auto sync = [&](const std::function<void()>& opened) {
+        Profile profile(rig.profileFolder());
+        opened();
+        report = RunSync(profile, rig.phoneFolder(), {"contacts"}, {}).stores.at(0);
+      };
+      if (toPc) {
+        failed = WithDatabase([n](test::RecordingAccessor& db) { db.FailAt(n); }, sync);
+      } else {
+        const ScopedService<Files> use(files);
+        sync([&] { files.FailAt(n, EIO); });
+        failed = files.hasFailed();
+      }
+      const size_t there = toPc ? rig.PcContents().size() : rig.PhoneFiles().size();
+      EXPECT_EQ(static_cast<size_t>((toPc ? report.pc : report.phone).added), there) << n;
+      if (report.result == SyncResult::Failed) continue;
+      std::set<std::string> named;
+      for (const ItemFailure& failure : report.failed) named.insert(failure.item);
+      EXPECT_EQ(named.size() + there, kCards) << n;
+      wasPartial |= report.result == SyncResult::Partial;
+    }
+    EXPECT_TRUE(wasPartial);
+  }
 }
 
 // Not with a known phone: a store whose last agreement ends early says so to nobody, and what went
@@ -308,11 +362,17 @@ TEST_P(EngineFailureTest, AFailedFileOperationAnywhereIsHealedByTheNextRun) {
 // Kills this process after so many of the calls that a sync makes all the time.
 class Killer final : public Clock, public Md5Provider {
  public:
-  Killer(Clock& clock, size_t calls) : clock_(clock), calls_(calls) {
+  // With a disk, its power goes at the same moment.
+  Killer(Clock& clock, size_t calls, test::LossyDisk* disk)
+      : clock_(clock), calls_(calls), disk_(disk) {
     files_.Watch([this](const FailingFiles::Call&) {
       Count();
       return false;
     });
+    test::onDiskWait = [this](int fd, bool wholeFileSystem) {
+      Count();
+      if (disk_) disk_->Wait(fd, wholeFileSystem);
+    };
   }
   int64_t UtcSeconds() override {
     Count();
@@ -326,25 +386,32 @@ class Killer final : public Clock, public Md5Provider {
 
  private:
   void Count() const {
-    if (calls_-- == 0) kill(getpid(), SIGKILL);
+    if (calls_-- != 0) return;
+    if (disk_) disk_->Cut();
+    kill(getpid(), SIGKILL);
   }
 
   Clock& clock_;
   mutable size_t calls_;
+  test::LossyDisk* disk_;
   FailingFiles files_;
   ScopedService<Files> useFiles_{files_};
   ScopedService<Clock> useClock_{*this};
   ScopedService<Md5Provider> useMd5_{*this};
 };
 
+// Also one that takes with it what was not waited for.
 TEST_P(EngineFailureTest, AKillAnywhereIsHealedByTheNextRun) {
   size_t n = 0;
-  for (bool killed = true; killed; ++n) {
+  bool withPower = false;
+  for (bool killed = true; killed; n += !withPower) {
+    withPower = !withPower;
     rig.Restore();
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-      Killer killer(rig.clock, n);
+      test::LossyDisk disk(rig.folder.path());
+      Killer killer(rig.clock, n, withPower ? &disk : nullptr);
       rig.RunOnce();
       _exit(0);
     }
@@ -352,7 +419,7 @@ TEST_P(EngineFailureTest, AKillAnywhereIsHealedByTheNextRun) {
     ASSERT_EQ(waitpid(child, &status, 0), child);
     killed = WIFSIGNALED(status);
     ASSERT_TRUE(killed || WEXITSTATUS(status) == 0);
-    rig.ExpectHealed("call " + std::to_string(n));
+    rig.ExpectHealed("call " + std::to_string(n) + (withPower ? " and power" : ""));
   }
   EXPECT_GT(n, 60u);
 }

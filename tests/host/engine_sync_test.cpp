@@ -455,7 +455,7 @@ TEST(EngineSyncTest, AFullPhoneFailsTheStoreAndAFreedOneGoesOn) {
   Profile profile(rig.profileFolder());
   test::FailingFiles files;
   files.Watch([](const test::FailingFiles::Call& call) {
-    return call.verb == test::FailingFiles::Verb::WriteAtomic && call.path.ends_with(".vcf");
+    return call.verb == test::FailingFiles::Verb::Stage && call.path.ends_with(".vcf");
   });
   files.FailAt(0, ENOSPC, true);
   SyncReport report;
@@ -467,6 +467,25 @@ TEST(EngineSyncTest, AFullPhoneFailsTheStoreAndAFreedOneGoesOn) {
   EXPECT_THAT(report.stores.at(0).message, HasSubstr("/phone/contacts: No space left"));
   EXPECT_EQ(report.stores[0].failed.size(), 3u);
   EXPECT_EQ(Counts(rig.Sync()), "pc +0~0-0 phone +3~0-0 =1");
+}
+
+// What was written so far takes its places first: that may make room.
+TEST(EngineSyncTest, ADiskThatIsFullInTheMiddleOfAGroupIsTriedOnceMore) {
+  Rig rig;
+  for (int i = 0; i < 3; ++i) rig.PcAdd(CardText({.name = "N" + std::to_string(i)}));
+  // What a run that was cut off has left goes, and nobody else's file does.
+  rig.PhonePut(".gone.vcf.tmp", "half");
+  rig.PhonePut(".kept.tmp", "whole");
+  test::FailingFiles files;
+  files.Watch([](const test::FailingFiles::Call& call) {
+    return call.verb == test::FailingFiles::Verb::Stage && call.path.ends_with(".vcf");
+  });
+  const ScopedService<Files> use(files);
+  files.FailAt(1, ENOSPC);
+  EXPECT_EQ(Counts(rig.Sync()), "pc +0~0-0 phone +3~0-0 =0");
+  EXPECT_TRUE(files.hasFailed());
+  EXPECT_FALSE(fs::exists(rig.collection() + "/.gone.vcf.tmp"));
+  EXPECT_TRUE(fs::exists(rig.collection() + "/.kept.tmp"));
 }
 
 TEST(EngineSyncTest, StatusTellsWhatIsPendingAndChangesNothing) {

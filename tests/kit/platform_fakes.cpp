@@ -174,6 +174,12 @@ std::error_code FailingFiles::WriteAtomic(const std::string& path, std::string_v
   return real_.WriteAtomic(path, bytes);
 }
 
+std::error_code FailingFiles::Stage(const std::string& path, std::string_view bytes,
+                                    StagedFile& staged) {
+  if (const std::error_code error = Count(Verb::Stage, path)) return error;
+  return real_.Stage(path, bytes, staged);
+}
+
 std::error_code FailingFiles::SyncFolder(const std::string& folder) {
   if (const std::error_code error = Count(Verb::SyncFolder, folder)) return error;
   return real_.SyncFolder(folder);

@@ -149,6 +149,7 @@ class FailingFiles final : public Files {
     Write,
     Append,
     WriteAtomic,
+    Stage,
     SyncFolder,
     Settle,
     Remove,
@@ -194,6 +195,8 @@ class FailingFiles final : public Files {
   std::error_code Write(const std::string& path, std::string_view bytes) override;
   std::error_code Append(const std::string& path, std::string_view bytes) override;
   std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override;
+  std::error_code Stage(const std::string& path, std::string_view bytes,
+                        StagedFile& staged) override;
   std::error_code SyncFolder(const std::string& folder) override;
   std::error_code Settle(std::span<const std::string> files,
                          std::span<const std::string> folders) override;

@@ -291,6 +291,47 @@ TEST_F(OutlookManagerTest, TwoManagersShareOneFile) {
   EXPECT_EQ(Ids(other), std::vector<std::u16string>{second});
 }
 
+TEST_F(OutlookManagerTest, AGroupIsKeptOrUndoneAsAWholeAndItsPartsAlone) {
+  OutlookManager* told = nullptr;
+  TheOutlookSettings().opened = [&](OutlookManager& manager) { told = &manager; };
+  OutlookManager other;
+  Open(other);
+  EXPECT_EQ(told, &other);
+  EXPECT_EQ(outlook.Commit(), E_FAIL);
+  EXPECT_EQ(outlook.Rollback(), E_FAIL);
+  const auto names = [&](OutlookManager& manager) {
+    std::vector<OutlookManager::ListedItem> items;
+    EXPECT_EQ(manager.ListItems(olContact, manager.DefaultFolder(olContact), items), S_OK);
+    std::u16string all;
+    for (const auto& item : items) all += item.name;
+    return all;
+  };
+  const auto add = [&](const char16_t* name) {
+    std::u16string id;
+    EXPECT_EQ(outlook.CreateItem(olContact, outlook.DefaultFolder(olContact),
+                                 MakeContactItem(Named(name)), id),
+              S_OK);
+  };
+  for (const bool keep : {false, true}) {
+    ASSERT_EQ(outlook.Begin(), S_OK);
+    add(u"a");
+    for (const bool keepPart : {false, true}) {
+      ASSERT_EQ(outlook.Begin(), S_OK);
+      add(keepPart ? u"b" : u"x");
+      EXPECT_EQ(keepPart ? outlook.Commit() : outlook.Rollback(), S_OK);
+    }
+    EXPECT_EQ(names(outlook), u"ab");
+    EXPECT_EQ(names(other), u"") << "before it is kept";
+    EXPECT_EQ(keep ? outlook.Commit() : outlook.Rollback(), S_OK);
+    EXPECT_EQ(names(other), keep ? u"ab" : u"");
+  }
+  // What is open when the manager goes, or takes another profile, is undone.
+  ASSERT_EQ(outlook.Begin(), S_OK);
+  add(u"c");
+  Open(outlook, u"Second");
+  EXPECT_EQ(names(other), u"ab");
+}
+
 TEST_F(OutlookManagerTest, ProfilesAreFilesOfTheirOwnWhateverTheirName) {
   const std::u16string id = Create(Named(u"a"));
   EXPECT_TRUE(files.Get("pim/deep/Outlook.db"));

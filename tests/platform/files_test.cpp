@@ -104,6 +104,23 @@ TEST(Files, AtomicWriteTakesOverWhatAKilledRunLeft) {
   EXPECT_THAT(folder.Names(), testing::ElementsAre("file", "precious"));
 }
 
+TEST(Files, AStagedFileTakesItsPlaceWithTheBitsOfTheOldOne) {
+  TempFolder folder;
+  folder.Put("file", "old");
+  ASSERT_EQ(chmod(folder.File("file").c_str(), 0640), 0);
+  fs::create_symlink("file", folder.File("link"));
+  StagedFile staged;
+  ASSERT_FALSE(Disk().Stage(folder.File("link"), "new", staged));
+  EXPECT_EQ(folder.Get("file"), "old");
+  EXPECT_EQ(folder.Get(".file.tmp"), "new");
+  EXPECT_EQ(Disk().RenameNew(staged.temporary, staged.target).value(), EEXIST);
+  ASSERT_FALSE(Disk().Rename(staged.temporary, staged.target));
+  EXPECT_EQ(folder.Get("link"), "new");
+  EXPECT_EQ(BitsOf(folder.File("file")), 0640u);
+  EXPECT_TRUE(fs::is_symlink(folder.File("link")));
+  EXPECT_EQ(Disk().Stage(folder.File("missing/file"), "bytes", staged).value(), ENOENT);
+}
+
 TEST(Files, AtomicWriteTakesTheLongestNames) {
   TempFolder folder;
   std::string wide;

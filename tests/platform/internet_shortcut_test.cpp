@@ -64,6 +64,7 @@ TEST(InternetShortcut, TheUrlIsTheFirstBehindTheFirstSection) {
 TEST(InternetShortcut, NoAddressIsLostToTheCodePage) {
   const std::string head = "[InternetShortcut]\r\nURL=";
   EXPECT_EQ(ShortcutBytes(u""), head + "\r\n");
+  EXPECT_EQ(ShortcutBytes(u"http://ü/\r\n?"), head + "http://\xFC/%0D%0A?\r\n");
   EXPECT_EQ(ShortcutBytes(u"http://ü/?"), head + "http://\xFC/?\r\n");
   EXPECT_EQ(ShortcutBytes(u"http://ü/日\U0001F600"),
             head + "http://%C3%BC/%E6%97%A5%F0%9F%98%80\r\n");

@@ -33,6 +33,9 @@ const char* const kSharedStatements[] = {
     "SELECT  bookmark_id FROM Bookmark_FFPathUidMap WHERE filefolderpath='/a'",
     "UPDATE Bookmark_FFPathUidMap SET filefolderpath = CASE bookmark_id WHEN '3' THEN '/b' END "
     "WHERE bookmark_id IN ('3','4')",
+    "DELETE FROM Bookmark_FFPathUidMap WHERE filefolderpath='/b' AND bookmark_id<>'3'",
+    "DELETE FROM Bookmark_FFPathUidMap WHERE filefolderpath='/b' OR (filefolderpath>='/b\\' AND "
+    "filefolderpath<'/b]')",
     "SELECT bookmark_id,filefolderpath FROM Bookmark_FFPathUidMap WHERE  bookmark_id='3' OR  "
     "bookmark_id='4'",
     "SELECT obj_uid FROM ContGrp_NameUidMap WHERE grpname='g'",

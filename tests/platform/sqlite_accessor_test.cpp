@@ -247,12 +247,18 @@ TEST_F(SqliteAccessorTest, ATransactionTakesStatementsAndBatchesBack) {
   EXPECT_EQ(db->Rollback(), E_FAIL);
   for (const bool keep : {false, true}) {
     ASSERT_EQ(db->Begin(), S_OK);
-    EXPECT_EQ(db->Begin(), E_FAIL) << "transactions do not nest";
     EXPECT_EQ(NonQuery(u"INSERT INTO ExtraDB(value) VALUES('one')"), S_OK);
+    // A part is taken back alone, and one that was kept goes with the whole.
+    for (const bool keepPart : {false, true}) {
+      ASSERT_EQ(db->Begin(), S_OK);
+      EXPECT_EQ(NonQuery(u"INSERT INTO ExtraDB(value) VALUES('part')"), S_OK);
+      EXPECT_EQ(keepPart ? db->Commit() : db->Rollback(), S_OK);
+    }
     EXPECT_EQ(Batch(u"INSERT INTO ExtraDB(value) VALUES(?)", {{Variant::Int(2)}, {}}), E_FAIL);
-    EXPECT_EQ(db->Rows(u"ExtraDB", {u"value"}), Table({{u"one"}, {u"2"}}));
+    EXPECT_EQ(db->Rows(u"ExtraDB", {u"value"}), Table({{u"one"}, {u"part"}, {u"2"}}));
     EXPECT_EQ(keep ? db->Commit() : db->Rollback(), S_OK);
-    EXPECT_EQ(db->Rows(u"ExtraDB", {u"value"}).size(), keep ? 2u : 0u);
+    EXPECT_EQ(db->Rows(u"ExtraDB", {u"value"}).size(), keep ? 3u : 0u);
+    EXPECT_EQ(db->Commit(), E_FAIL) << "nothing is open any more";
   }
 }
 

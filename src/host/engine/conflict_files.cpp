@@ -1,5 +1,7 @@
 #include "host/engine/conflict_files.h"
 
+#include <utility>
+
 #include "host/engine/errors.h"
 #include "host/engine/model.h"
 #include "platform/system/clock.h"
@@ -36,17 +38,31 @@ std::string ConflictFiles::Keep(const StoreKind& kind, const std::string& phoneF
   const std::string stem = ToUtf8(FormatCompactDateTime(now)) + "Z-" + std::string(kind.name) +
                            "-" + StemOf(phoneFile, kind.extension) + "-" + side;
   std::string name = stem + std::string(kind.extension);
-  FileInfo info;
-  for (int n = 2; !files.Stat(folder_ + "/" + name, info); ++n) {
+  StagedFile staged;
+  error = files.Stage(folder_ + "/" + name, text, staged);
+  if (!error) error = files.RenameNew(staged.temporary, folder_ + "/" + name);
+  for (int n = 2; error == std::errc::file_exists; ++n) {
     name = stem + "(" + std::to_string(n) + ")" + std::string(kind.extension);
+    error = files.RenameNew(staged.temporary, folder_ + "/" + name);
   }
-  const std::string path = folder_ + "/" + name;
-  error = files.WriteAtomic(path, text);
-  if (!error) error = files.SyncFolder(folder_);
   if (error) {
-    throw ItemError("the losing text cannot be kept in " + path + ": " + error.message());
+    static_cast<void>(files.Remove(staged.temporary));
+    throw ItemError("the losing text cannot be kept in " + folder_ + "/" + name + ": " +
+                    error.message());
   }
+  unsettled_.push_back(folder_ + "/" + name);
   return "conflicts/" + name;
+}
+
+void ConflictFiles::Settle() {
+  if (unsettled_.empty()) return;
+  const std::vector<std::string> files = std::exchange(unsettled_, {});
+  std::vector<std::string> folders = {folder_};
+  if (std::exchange(isNewFolder_, false)) folders.push_back(folder_.substr(0, folder_.rfind('/')));
+  if (const std::error_code error = Service<Files>::Get().Settle(files, folders)) {
+    throw StoreFailure("the losing texts of conflicts cannot be kept in " + folder_ + ": " +
+                       error.message());
+  }
 }
 
 void ConflictFiles::Drop(const std::string& kept) {

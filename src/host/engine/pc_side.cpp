@@ -4,6 +4,7 @@
 #include "host/engine/bookmark_text.h"
 #include "host/engine/report_words.h"
 #include "platform/com/lists.h"
+#include "stores/bookmark/bookmark_tree_info.h"
 #include "stores/bookmark/favorites_root.h"
 #include "support/text.h"
 #include "support/user_flags.h"
@@ -63,6 +64,12 @@ PcSide::PcSide(Profile& profile) : profile_(profile) {
     });
   }
   realAccessor_ = real;
+  // So are the profile's items.
+  struct Hook {
+    ~Hook() { TheOutlookSettings().opened = nullptr; }
+  };
+  const Hook untilMade;
+  TheOutlookSettings().opened = [this](OutlookManager& items) { items_ = &items; };
   const DatabaseReason reason;
   HRESULT status = E_FAIL;
   try {
@@ -79,7 +86,7 @@ PcSide::PcSide(Profile& profile) : profile_(profile) {
 }
 
 PcSide::~PcSide() {
-  Rollback();
+  while (!open_.empty()) Rollback();
   RegisterClass(CLSID_DBAccessor, realAccessor_);
 }
 
@@ -133,31 +140,49 @@ ComPtr<IDataStore> PcSide::Store(const StoreKind& kind) {
   return store;
 }
 
-bool PcSide::Begin() {
-  const DatabaseReason reason;
+bool PcSide::Begin(Extent extent) {
   if (!transaction_) return false;
-  const HRESULT status = transaction_->Begin();
-  if (Failed(status)) throw StoreFailure(reason.Explain("the sync database is not free", status));
-  open_ = true;
+  if (!open_.empty()) extent = open_.back();
+  if (items_ == nullptr) extent = Extent::Notes;
+  if (extent == Extent::NotesAndItems && Failed(items_->Begin())) {
+    throw StoreFailure("the PC's items cannot be changed: " + items_->lastError());
+  }
+  open_.push_back(extent);
+  const DatabaseReason reason;
+  if (const HRESULT status = transaction_->Begin(); Failed(status)) {
+    if (extent == Extent::NotesAndItems) items_->Rollback();
+    open_.pop_back();
+    throw StoreFailure(reason.Explain("the sync database is not free", status));
+  }
   return true;
 }
 
 void PcSide::Commit() {
-  if (!open_) return;
   const DatabaseReason reason;
-  const HRESULT status = transaction_->Commit();
-  if (Failed(status)) {
-    const std::string why = reason.Explain("the sync database cannot be written", status);
+  std::string why;
+  // What was begun last of the items; once it is kept there is nothing of it to roll back.
+  if (open_.back() == Extent::NotesAndItems) {
+    if (Succeeded(items_->Commit())) {
+      open_.back() = Extent::Notes;
+    } else {
+      why = "the PC's items cannot be written: " + items_->lastError();
+    }
+  }
+  if (why.empty()) {
+    const HRESULT status = transaction_->Commit();
+    if (Failed(status)) why = reason.Explain("the sync database cannot be written", status);
+  }
+  if (!why.empty()) {
     Rollback();
     throw StoreFailure(why);
   }
-  open_ = false;
+  open_.pop_back();
 }
 
 void PcSide::Rollback() noexcept {
-  if (!open_) return;
   transaction_->Rollback();
-  open_ = false;
+  if (open_.back() == Extent::NotesAndItems) items_->Rollback();
+  open_.pop_back();
 }
 
 uint64_t StampOf(std::u16string_view md5) {
@@ -383,6 +408,13 @@ void PcStore::RequireDatabase() {
   // An item that nobody has: each table is asked, none is changed.
   const HRESULT status = store_->OnProcesseSentCmdSuccess(SENTCMD_DEL, Bstr(u"-"), root_, kFalse);
   if (Failed(status)) throw StoreFailure(reason.Explain("the sync database fails", status));
+}
+
+void PcStore::Settle() {
+  const auto tree = Query<IBookmarkTreeInfo>(store_);
+  if (!tree || Succeeded(tree->Settle())) return;
+  throw StoreFailure("what was changed in the folder of the " + std::string(kind_.items) +
+                     " cannot be brought to disk");
 }
 
 std::string PcStore::Write(IItemCommon* item) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "framework/store_base.h"
@@ -12,6 +13,7 @@
 #include "host/engine/model.h"
 #include "host/profile.h"
 #include "items/converters.h"
+#include "pim/outlook_manager.h"
 #include "platform/com/class_factory.h"
 #include "platform/database/accessor.h"
 #include "syncdb/status_interfaces.h"
@@ -19,7 +21,8 @@
 
 namespace qv {
 
-// The manager with its stores, and the transactions of the database that they share.
+// The manager with its stores, and the transactions of what they write: of the sync database, which
+// they share, and of the PC's items, through the personal-data library that they use.
 class PcSide {
  public:
   // Throws StoreFailure.
@@ -36,10 +39,13 @@ class PcSide {
   // manager has made one.
   SyncSession Session(const StoreKind& kind, const std::string& phoneId);
 
-  // What the stores write from now on can be thrown away, up to `Commit`. False when this
-  // database object cannot do that.
-  bool Begin();
-  // Throws StoreFailure; what was open is rolled back.
+  // What the stores write from now on can be thrown away, up to `Commit`: what they note in the
+  // sync database, or the PC's items too. One within another is a part of it, of the same extent:
+  // thrown away alone, and kept with the other. False when this database object cannot do that.
+  enum class Extent { Notes, NotesAndItems };
+  bool Begin(Extent extent);
+  // Of the outermost: the items are on disk before anything is noted of them, and the notes when it
+  // returns. Throws StoreFailure; what was begun last is rolled back.
   void Commit();
   void Rollback() noexcept;
 
@@ -51,23 +57,30 @@ class PcSide {
   ComPtr<IDBTransaction> transaction_;
   ComPtr<IDBAccessor> accessor_;
   std::string phoneId_;
-  bool open_ = false;
+  std::vector<Extent> open_;
   ComPtr<IDataStoreMgr> manager_;
+  OutlookManager* items_ = nullptr;  // the manager's; null while no store needs one
 };
 
 // Rolls back at the end of the scope unless it was committed.
 class PcTransaction {
  public:
-  explicit PcTransaction(PcSide& side) : side_(side), began_(side.Begin()) {}
+  explicit PcTransaction(PcSide& side, PcSide::Extent extent = PcSide::Extent::Notes)
+      : side_(side), began_(side.Begin(extent)), open_(began_) {}
   PcTransaction(const PcTransaction&) = delete;
   PcTransaction& operator=(const PcTransaction&) = delete;
-  ~PcTransaction() { side_.Rollback(); }
+  ~PcTransaction() {
+    if (open_) side_.Rollback();
+  }
   bool began() const { return began_; }
-  void Commit() { side_.Commit(); }
+  void Commit() {
+    if (std::exchange(open_, false)) side_.Commit();
+  }
 
  private:
   PcSide& side_;
   bool began_;
+  bool open_;
 };
 
 // One item of the PC side as a text for the phone, and as what is left of it for comparing.
@@ -138,6 +151,10 @@ class PcStore {
   void MarkPending(const std::u16string& id, const PcPlace& place = {});
   // The item is known to the phone by this uid.
   void AdoptUid(const std::u16string& id, const std::u16string& uid);
+
+  // What was done to files is on disk: one wait for a group. A store that keeps its items in a
+  // database has none. Throws StoreFailure.
+  void Settle();
 
   // Throws StoreFailure when the trouble with an item is the sync database's: what would come next
   // would be left half done.

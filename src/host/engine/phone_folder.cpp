@@ -79,6 +79,8 @@ std::error_code PhoneFolder::ListBelow(const std::string& folder, std::vector<Fo
     const bool isItem = IsItem(entry.name);
     if (entry.name.starts_with('.')) {
       if (isItem) Leave(folder + entry.name, LeftKind::Hidden);
+      const auto meant = NameBehindTemporary(entry.name);
+      if (meant && IsItem(*meant)) leftovers_.push_back(PathOf(folder + entry.name));
       continue;
     }
     if (entry.kind == EntryKind::Other) {
@@ -144,6 +146,7 @@ std::error_code PhoneFolder::List(std::vector<FolderEntry>& items) {
   items.clear();
   left_.clear();
   noFiles_.clear();
+  leftovers_.clear();
   std::error_code error = ListBelow("", items);
   for (size_t i = 0; !error && i < items.size(); ++i) {
     if (!items[i].info.isFolder) continue;
@@ -170,6 +173,35 @@ std::error_code PhoneFolder::Write(const std::string& name, std::string_view tex
   return TheFiles().WriteAtomic(PathOf(name), text);
 }
 
+std::error_code PhoneFolder::Stage(const std::string& name, std::string_view text,
+                                   StagedFile& staged) {
+  const std::error_code error = TheFiles().Stage(PathOf(name), text, staged);
+  if (!error) staged_.push_back(staged.temporary);
+  return error;
+}
+
+std::error_code PhoneFolder::SettleStaged() {
+  const std::vector<std::string> staged = std::exchange(staged_, {});
+  return TheFiles().Settle(staged, {});
+}
+
+std::error_code PhoneFolder::Place(const std::string& name, const StagedFile& staged, bool isNew) {
+  Touch(name);
+  return isNew ? TheFiles().RenameNew(staged.temporary, staged.target)
+               : TheFiles().Rename(staged.temporary, staged.target);
+}
+
+void PhoneFolder::Discard(const StagedFile& staged) {
+  // One that stays is found and discarded by the next run.
+  static_cast<void>(TheFiles().Remove(staged.temporary));
+}
+
+void PhoneFolder::DiscardLeftovers() {
+  for (const std::string& path : std::exchange(leftovers_, {})) {
+    static_cast<void>(TheFiles().Remove(path));
+  }
+}
+
 std::error_code PhoneFolder::Remove(const std::string& name) {
   Touch(name);
   return IsFolderName(name) ? TheFiles().RemoveFolder(PathOf(name))
@@ -188,15 +220,10 @@ std::error_code PhoneFolder::Rename(const std::string& from, const std::string& 
 }
 
 std::error_code PhoneFolder::Sync() {
-  std::error_code first;
-  for (const std::string& folder : touched_) {
-    const std::error_code error = TheFiles().SyncFolder(PathOf(folder));
-    // One that was removed since has gone with all that was in it.
-    if (!folder.empty() && error == std::errc::no_such_file_or_directory) continue;
-    if (!first) first = error;
-  }
-  touched_.clear();
-  return first;
+  // One that was removed since has gone with all that was in it.
+  std::vector<std::string> folders;
+  for (const std::string& folder : std::exchange(touched_, {})) folders.push_back(PathOf(folder));
+  return folders.empty() ? std::error_code() : TheFiles().Settle({}, folders);
 }
 
 std::error_code PhoneFolder::Make() const {

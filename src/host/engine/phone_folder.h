@@ -49,6 +49,22 @@ class PhoneFolder {
   std::error_code Read(const std::string& name, std::string& text) const;
   // Whole or not at all; kept through a power loss only after `Sync`.
   std::error_code Write(const std::string& name, std::string_view text);
+  // The same for many files, which wait for the disk together: `Stage` each, `SettleStaged` all,
+  // `Place` each. A name must not be free for longer than it takes to rename, nor show a file that
+  // is not on disk. `Place` with `isNew` is std::errc::file_exists where the name has been taken
+  // meanwhile. What is not placed is to be discarded.
+  //
+  // The one wait is that of the file system (see Files::Settle). Waiting for each file after all
+  // have been written would write no more than that, but wait for a journal as often as there are
+  // files where the file system has none to share, as on a card or stick with FAT. What else lies
+  // in memory for the same file system is waited for as well: on a phone's that is little, and on a
+  // busy disk each single wait would have come behind it too.
+  std::error_code Stage(const std::string& name, std::string_view text, StagedFile& staged);
+  std::error_code SettleStaged();
+  std::error_code Place(const std::string& name, const StagedFile& staged, bool isNew);
+  void Discard(const StagedFile& staged);
+  // What runs that were cut off have left staged in the folders that `List` went through.
+  void DiscardLeftovers();
   // A folder must be empty.
   std::error_code Remove(const std::string& name);
   std::error_code MakeFolder(const std::string& name);
@@ -82,6 +98,8 @@ class PhoneFolder {
   std::vector<LeftAlone> left_;
   std::unordered_map<std::string, NoFile> noFiles_;
   std::set<std::string> touched_;  // folders whose entries are to be brought to disk
+  std::vector<std::string> staged_;
+  std::vector<std::string> leftovers_;
   // Names in use by folder, in lower case; filled when the first name there is asked for.
   std::unordered_map<std::string, std::unordered_map<std::string, int>> taken_;
 };

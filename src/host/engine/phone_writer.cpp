@@ -1,4 +1,4 @@
-// The runner's work on the phone: batches that share one sync to disk.
+// The runner's work on the phone: groups that wait for the disk together.
 #include <algorithm>
 #include <system_error>
 
@@ -12,7 +12,6 @@
 namespace qv {
 namespace {
 
-constexpr size_t kBatchBytes = 4u << 20;
 constexpr const char* kChanged =
     "it changed on the phone during the sync; it is taken up next time";
 
@@ -38,6 +37,7 @@ struct Runner::Outgoing {
   const PlanStep* step = nullptr;
   RecordRow row;  // as it will stand in the record
   std::string text;
+  StagedFile staged;
   std::optional<ConflictNote> note;
   bool isNew = false;
   bool failed = false;
@@ -93,40 +93,86 @@ void Runner::GatherFolder(ItemLink& link, IItemCommon& folder, Outgoing& out) {
   run_.sides.phone.push_back(std::move(made));
 }
 
-// A file or folder of the phone; the failure is that of the device.
-std::error_code Runner::WriteOne(const Outgoing& out) {
+// A folder of the phone, or a file beside its place; the failure is that of the device.
+std::error_code Runner::StageOne(Outgoing& out) {
   return IsFolderName(out.row.name) ? run_.phone.MakeFolder(out.row.name)
-                                    : run_.phone.Write(out.row.name, out.text);
+                                    : run_.phone.Stage(out.row.name, out.text, out.staged);
 }
 
+void Runner::Discard(Outgoing& out) {
+  out.failed = true;
+  if (!out.staged.temporary.empty()) run_.phone.Discard(out.staged);
+  // What should have been overwritten stands: its copy would be one more at each try.
+  if (out.note) run_.conflicts.Drop(out.note->kept);
+  out.note.reset();
+}
+
+// Throws StoreFailure for a device that takes nothing.
 void Runner::WriteFiles(std::vector<Outgoing>& batch) {
-  size_t written = 0;
   std::error_code last;
-  for (Outgoing& out : batch) {
-    const ItemLink& link = At(run_.sides.links, out.step->link);
+  size_t from = 0;  // what is staged and not placed begins here
+  const auto place = [&](size_t end) {
+    const std::span<Outgoing> group = std::span(batch).subspan(from, end - from);
+    from = end;
+    if (const std::error_code error = PlaceFiles(group)) last = error;
+  };
+  for (size_t i = 0; i < batch.size(); ++i) {
+    Outgoing& out = batch[i];
     const bool done = Try("phone", out.row.name, [&] {
-      FileInfo info;
-      if (!out.isNew) {
-        RequirePhoneUnchanged(At(run_.sides.phone, link.phone), false);
-      } else if (!run_.phone.Stat(out.row.name, info)) {
-        throw ItemError(kChanged);
+      std::error_code error = StageOne(out);
+      if (error == std::errc::no_space_on_device && from < i) {
+        // What takes the place of an old file makes room.
+        place(i);
+        error = StageOne(out);
       }
-      const std::error_code error = WriteOne(out);
       if (!error) return;
+      if (error == std::errc::file_exists) throw ItemError(kChanged);
       last = error;
       throw ItemError("cannot be written: " + error.message());
     });
-    out.failed = !done;
-    written += done;
-    // What should have been overwritten stands: its copy would be one more at each try.
-    if (!done && out.note) {
-      run_.conflicts.Drop(out.note->kept);
-      out.note.reset();
-    }
+    if (!done) Discard(out);
   }
-  if (written == 0 && IsWholePhone(last)) {
+  place(batch.size());
+  const bool nothing = std::ranges::all_of(batch, &Outgoing::failed);
+  if (nothing && IsWholePhone(last)) {
     throw StoreFailure("nothing can be written to " + run_.phone.folder() + ": " + last.message());
   }
+}
+
+// Lets what was staged take its places, when it is on disk. The answer is the device's last failure
+// with an item.
+std::error_code Runner::PlaceFiles(std::span<Outgoing> group) {
+  const auto isStaged = [](const Outgoing& out) {
+    return !out.failed && !out.staged.temporary.empty();
+  };
+  if (std::ranges::none_of(group, isStaged)) return {};
+  std::error_code last;
+  try {
+    run_.conflicts.Settle();
+    if (const std::error_code error = run_.phone.SettleStaged()) {
+      throw StoreFailure("what was written to " + run_.phone.folder() +
+                         " cannot be brought to disk: " + error.message());
+    }
+  } catch (const StoreFailure&) {
+    for (Outgoing& out : group) Discard(out);
+    throw;
+  }
+  for (Outgoing& out : group) {
+    if (!isStaged(out)) continue;
+    const bool done = Try("phone", out.row.name, [&] {
+      if (!out.isNew) {
+        RequirePhoneUnchanged(At(run_.sides.phone, At(run_.sides.links, out.step->link).phone),
+                              false);
+      }
+      const std::error_code error = run_.phone.Place(out.row.name, out.staged, out.isNew);
+      if (!error) return;
+      if (error == std::errc::file_exists) throw ItemError(kChanged);
+      last = error;
+      throw ItemError("cannot be written: " + error.message());
+    });
+    if (!done) Discard(out);
+  }
+  return last;
 }
 
 void Runner::SyncPhone() {
@@ -168,7 +214,7 @@ bool Runner::GatherBatch(Steps& steps, std::vector<Outgoing>& batch) {
   // The identifiers that the texts carry must be known before a file with them can be found.
   PcTransaction transaction(run_.pc.side());
   bool stopped = false;
-  for (size_t bytes = 0; !steps.empty() && bytes < kBatchBytes; steps = steps.subspan(1)) {
+  for (uint64_t bytes = 0; !steps.empty() && bytes < kGroupBytes; steps = steps.subspan(1)) {
     stopped = IsSyncStopped();
     if (stopped) break;
     const PlanStep& step = steps.front();

@@ -15,8 +15,6 @@
 namespace qv {
 namespace {
 
-// So many items share a sync to disk and a commit.
-constexpr size_t kBatch = 256;
 constexpr int64_t kProgressItems = 64;
 constexpr auto kProgressPause = std::chrono::milliseconds(50);
 
@@ -46,7 +44,19 @@ void ProgressMeter::Done() {
   if (enough || std::chrono::steady_clock::now() - last_ >= kProgressPause) Tell();
 }
 
+size_t Runner::GroupSize(Steps steps) const {
+  size_t count = 0;
+  uint64_t bytes = 0;
+  while (count < steps.size() && count < kGroupItems && bytes < kGroupBytes &&
+         steps[count].act == steps.front().act) {
+    const int32_t phone = At(run_.sides.links, steps[count++].link).phone;
+    if (phone >= 0) bytes += At(run_.sides.phone, phone).size;
+  }
+  return count;
+}
+
 bool Runner::Run(const SyncPlan& plan) {
+  run_.phone.DiscardLeftovers();
   if (run_.sides.isTree) ForgetGone();
   if (run_.sides.isTree) FindStaleFolders(plan);
   for (const PlanStep& step : plan.steps) {
@@ -56,13 +66,10 @@ bool Runner::Run(const SyncPlan& plan) {
   }
   Steps rest(plan.steps);
   while (!rest.empty()) {
-    const Act act = rest.front().act;
-    size_t count = 1;
-    while (count < rest.size() && count < kBatch && rest[count].act == act) ++count;
-    const Steps batch = rest.first(count);
-    rest = rest.subspan(count);
+    const Steps batch = rest.first(GroupSize(rest));
+    rest = rest.subspan(batch.size());
     bool finished = true;
-    switch (act) {
+    switch (batch.front().act) {
       case Act::Adopt:
       case Act::PcAdd:
       case Act::PcReplace:
@@ -135,12 +142,23 @@ ConflictNote Runner::KeepLoser(const PlanStep& step, const PhoneItem& item, std:
 }
 
 bool Runner::ChangePc(Steps steps) {
+  GroupCounts counts(report_, run_.conflicts);
+  SqliteTransaction record = run_.record.Group();
+  PcTransaction group(run_.pc.side(),
+                      run_.sides.isTree ? PcSide::Extent::Notes : PcSide::Extent::NotesAndItems);
+  bool stopped = false;
   for (const PlanStep& step : steps) {
-    if (IsSyncStopped()) return false;
+    stopped = IsSyncStopped();
+    if (stopped) break;
     ChangeOne(step);
     progress_.Done();
   }
-  return true;
+  run_.conflicts.Settle();
+  run_.pc.Settle();
+  group.Commit();
+  record.Commit();
+  counts.Keep();
+  return !stopped;
 }
 
 void Runner::ChangeOne(const PlanStep& step) {
@@ -223,8 +241,11 @@ void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
     if (step.conflict == Conflict::PhoneWon) throw;
   }
   RequirePcUnchanged(target, current ? &*current : nullptr);
-  std::optional<ConflictNote> note;
-  if (step.conflict == Conflict::PhoneWon) note = KeepLoser(step, item, current->text);
+  // Taken back when the item fails: what should have been overwritten stands.
+  GroupCounts counts(report_, run_.conflicts);
+  if (step.conflict == Conflict::PhoneWon) {
+    report_.conflicts.push_back(KeepLoser(step, item, current->text));
+  }
   std::u16string id = target.id;
   if (run_.sides.isTree) {
     if (!current) throw ItemError("the PC cannot read it");
@@ -237,7 +258,7 @@ void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
   }
   KeepNeighboursState(id);
   transaction.Commit();
-  if (note) report_.conflicts.push_back(std::move(*note));
+  counts.Keep();
   if (run_.sides.isTree) NoteOnPc(link, id, place);
   PutSuccessor(link, std::move(id));
   ++report_.pc.replaced;

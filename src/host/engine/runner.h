@@ -1,7 +1,20 @@
 // Runs a plan: the one place that changes items.
 //
-// What is on the phone, and what is on the PC, is on disk before the record says so. A run that is
-// cut off anywhere leaves pairs that the next one recognises.
+// What is done goes in groups of one kind of step, and a group waits for the disk a fixed number of
+// times, however many items it has. What is on the phone, and what is on the PC, is on disk before
+// the record says so:
+//
+//   to the PC     the losing texts of conflicts; the PC's items, in one transaction or as files;
+//   what
+//                 the stores note of them, in one transaction; the record
+//   to the phone  the identifiers that the texts carry; losing texts and files beside their places;
+//                 the places; what the stores note; the record
+//
+// The record itself is not waited for: one that lags behind is a run that was cut off before it. A
+// run that is cut off anywhere, or loses there what was not waited for, leaves pairs that the next
+// one recognises. An item that fails is undone by itself, is named in the report, and takes none of
+// its group with it; when a group as a whole cannot be kept, nothing of it is counted. A stop ends
+// a group at the next item, and what was done of it is kept.
 #pragma once
 
 #include <chrono>
@@ -19,6 +32,12 @@
 #include "host/engine/sync.h"
 
 namespace qv {
+
+// The most items of a group. A bigger one waits less often, but keeps the PC's other programs from
+// writing for longer and has more to do again after a cut.
+inline constexpr size_t kGroupItems = 512;
+// And the most bytes of their texts, but for one item: what lies in memory, and in a log on disk.
+inline constexpr uint64_t kGroupBytes = 4u << 20;
 
 // Calls the sink now and then: at 64 items more, or after 50 ms.
 class ProgressMeter {
@@ -59,6 +78,8 @@ class Runner {
 
  private:
   using Steps = std::span<const PlanStep>;
+  // So many of the first steps make one group.
+  size_t GroupSize(Steps steps) const;
   struct Outgoing;
 
   // Each does the steps it was given, or the first of them up to a stop, and says whether it came
@@ -95,11 +116,14 @@ class Runner {
   void RequirePcUnchanged(const PcItem& item, const PcText* current) const;
   void RequirePhoneUnchanged(const PhoneItem& item, bool mayBeGone) const;
 
+  // Of what goes to the phone as one group.
   bool GatherBatch(Steps& steps, std::vector<Outgoing>& batch);
   void Gather(const PlanStep& step, Outgoing& out);
   void GatherFolder(ItemLink& link, IItemCommon& folder, Outgoing& out);
-  std::error_code WriteOne(const Outgoing& out);
+  std::error_code StageOne(Outgoing& out);
   void WriteFiles(std::vector<Outgoing>& batch);
+  std::error_code PlaceFiles(std::span<Outgoing> group);
+  void Discard(Outgoing& out);
   void SyncPhone();
   void Confirm(std::vector<Outgoing>& batch);
   void NoteOne(const PlanStep& step);

@@ -170,6 +170,9 @@ bool Runner::MoveOnPhone(const PlanStep& step) {
 }
 
 bool Runner::MovePhone(Steps steps) {
+  GroupCounts counts(report_, run_.conflicts);
+  SqliteTransaction record = run_.record.Group();
+  PcTransaction notes(run_.pc.side());
   bool stopped = false;
   for (const PlanStep& step : steps) {
     stopped = IsSyncStopped();
@@ -179,6 +182,9 @@ bool Runner::MovePhone(Steps steps) {
     progress_.Done();
   }
   SyncPhone();
+  notes.Commit();
+  record.Commit();
+  counts.Keep();
   return !stopped;
 }
 

@@ -51,7 +51,11 @@ struct IDBBatch : IDispatch {
 };
 
 // For the engine, which owns the database: groups what the stores write, so that a plan can be
-// built and thrown away. Stores never ask for it.
+// built and thrown away, and many items wait for the disk together. Stores never ask for it.
+//
+// A Begin within a transaction begins a part of it: `Rollback` undoes the part alone, `Commit`
+// keeps it with the whole. When the outermost Commit returns, all of it is on disk; statements
+// outside a transaction may be lost with the machine's power.
 struct IDBTransaction : IDispatch {
   static constexpr IID kIid = IID_IDBTransaction;
   virtual HRESULT Begin() noexcept = 0;

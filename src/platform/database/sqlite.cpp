@@ -77,6 +77,8 @@ SqliteDatabase::SqliteDatabase(const std::string& path, Durability durability) :
     // commits touch are kept, and brought from the log to the file once for all of them.
     Execute("PRAGMA cache_size=-16384");
     Execute("PRAGMA wal_autocheckpoint=8000");
+    // What a part of a transaction would be undone by stays in memory: no temporary files.
+    Execute("PRAGMA temp_store=MEMORY");
     Execute(durability == Durability::Full ? "PRAGMA synchronous=FULL"
                                            : "PRAGMA synchronous=NORMAL");
   } catch (...) {
@@ -108,6 +110,10 @@ int64_t SqliteDatabase::LastRowId() const {
 
 int SqliteDatabase::Changes() const {
   return sqlite3_changes(db_);
+}
+
+bool SqliteDatabase::IsUndone() const {
+  return open_ > 0 && sqlite3_get_autocommit(db_) != 0;
 }
 
 void SqliteDatabase::Fail(int code, std::string_view doing) const {
@@ -217,17 +223,25 @@ bool SqliteStatement::IsNull(int column) const {
   return sqlite3_column_type(statement_, column) == SQLITE_NULL;
 }
 
-SqliteTransaction::SqliteTransaction(SqliteDatabase& db) : db_(db) {
-  db_.Execute("BEGIN IMMEDIATE");
+SqliteTransaction::SqliteTransaction(SqliteDatabase& db) : db_(db), isPart_(db.open_ > 0) {
+  if (db.IsUndone()) {
+    throw SqliteError(SQLITE_ABORT, db.path() + ": an earlier failure undid the transaction");
+  }
+  db_.Execute(isPart_ ? "SAVEPOINT part" : "BEGIN IMMEDIATE");
+  ++db_.open_;
 }
 
 SqliteTransaction::~SqliteTransaction() {
-  if (open_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+  if (!open_) return;
+  const char* undo = isPart_ ? "ROLLBACK TO part;RELEASE part" : "ROLLBACK";
+  if (!db_.IsUndone()) sqlite3_exec(db_.handle(), undo, nullptr, nullptr, nullptr);
+  --db_.open_;
 }
 
 void SqliteTransaction::Commit() {
-  db_.Execute("COMMIT");
+  db_.Execute(isPart_ ? "RELEASE part" : "COMMIT");
   open_ = false;
+  --db_.open_;
 }
 
 }  // namespace qv

@@ -46,12 +46,16 @@ class SqliteDatabase {
   int Changes() const;
   sqlite3* handle() const { return db_; }
   const std::string& path() const { return path_; }
+  // Whether a failure (a full disk and the like) ended a transaction behind its owner's back.
+  bool IsUndone() const;
 
   [[noreturn]] void Fail(int code, std::string_view doing) const;
 
  private:
+  friend class SqliteTransaction;
   std::string path_;
   sqlite3* db_ = nullptr;
+  int open_ = 0;  // transactions, each but the first within the one before
 };
 
 // A prepared statement; reset and unbound by `Reset`, reusable. Indexes: parameters from 1, columns
@@ -86,7 +90,9 @@ class SqliteStatement {
   sqlite3_stmt* statement_;
 };
 
-// BEGIN IMMEDIATE at once, ROLLBACK unless committed.
+// BEGIN IMMEDIATE at once, ROLLBACK unless committed. Within another one of the same connection it
+// is a part of that: undone alone, and kept when the other one is. The inner one goes first. After
+// a failure that has undone the outer one no inner one begins: its work would stay.
 class SqliteTransaction {
  public:
   explicit SqliteTransaction(SqliteDatabase& db);
@@ -97,6 +103,7 @@ class SqliteTransaction {
 
  private:
   SqliteDatabase& db_;
+  bool isPart_;
   bool open_ = true;
 };
 

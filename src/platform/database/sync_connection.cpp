@@ -75,7 +75,7 @@ SyncConnection::SyncConnection(const std::string& path)
 
 SyncConnection::~SyncConnection() {
   ownWork_ = true;
-  if (inTransaction_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+  if (open_ > 0) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
 int SyncConnection::Authorize(void* self, int action, const char* first, const char* second,
@@ -146,7 +146,7 @@ void SyncConnection::ExecuteRows(std::string_view statement, IUnkList& rows) {
   if (count == 0) return;
   RequireLiveTransaction();
   Statement prepared = PrepareText(statement, false, true);
-  const bool own = !inTransaction_;
+  const bool own = open_ == 0;
   if (own) RunOwn("BEGIN IMMEDIATE");
   std::exception_ptr failure;
   try {
@@ -202,24 +202,24 @@ std::optional<int64_t> SyncConnection::LastGivenId(std::string_view table) const
 }
 
 void SyncConnection::Begin() {
-  if (inTransaction_) {
-    throw SqliteError(SQLITE_MISUSE, db_.path() + ": a transaction is open already");
-  }
-  RunOwn("BEGIN IMMEDIATE");
-  inTransaction_ = true;
+  RequireLiveTransaction();
+  RunOwn(open_ > 0 ? "SAVEPOINT part" : "PRAGMA synchronous=FULL;BEGIN IMMEDIATE");
+  ++open_;
 }
 
 void SyncConnection::Commit() {
-  if (!inTransaction_) throw SqliteError(SQLITE_MISUSE, db_.path() + ": no transaction is open");
+  if (open_ == 0) throw SqliteError(SQLITE_MISUSE, db_.path() + ": no transaction is open");
   RequireLiveTransaction();
-  RunOwn("COMMIT");
-  inTransaction_ = false;
+  RunOwn(open_ > 1 ? "RELEASE part" : "COMMIT;PRAGMA synchronous=NORMAL");
+  --open_;
 }
 
 void SyncConnection::Rollback() {
-  if (!inTransaction_) throw SqliteError(SQLITE_MISUSE, db_.path() + ": no transaction is open");
-  if (!Undone()) RunOwn("ROLLBACK");
-  inTransaction_ = false;
+  if (open_ == 0) throw SqliteError(SQLITE_MISUSE, db_.path() + ": no transaction is open");
+  if (!Undone()) {
+    RunOwn(open_ > 1 ? "ROLLBACK TO part;RELEASE part" : "ROLLBACK;PRAGMA synchronous=NORMAL");
+  }
+  --open_;
   std::fill(givenIds_.begin(), givenIds_.end(), 0);
 }
 
@@ -302,7 +302,7 @@ void SyncConnection::RunOwn(const char* statement) {
 
 // A full disk and the like end a transaction behind its owner's back.
 bool SyncConnection::Undone() const {
-  return inTransaction_ && sqlite3_get_autocommit(db_.handle()) != 0;
+  return open_ > 0 && sqlite3_get_autocommit(db_.handle()) != 0;
 }
 
 // What would run now would stay, though its caller may yet throw it away.

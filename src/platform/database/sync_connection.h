@@ -41,6 +41,7 @@ class SyncConnection {
   // The number that this connection's last insert into the table was given.
   std::optional<int64_t> LastGivenId(std::string_view table) const;
 
+  // As IDBTransaction tells.
   void Begin();
   void Commit();
   void Rollback();
@@ -86,7 +87,7 @@ class SyncConnection {
 
   SqliteDatabase db_;
   bool ownWork_ = true;  // the authorizer lets everything pass
-  bool inTransaction_ = false;
+  int open_ = 0;         // transactions, each but the first a part of the one before
   // Parallel to SyncTables(); 0 before the first insert.
   std::vector<int64_t> givenIds_;
   std::unordered_map<std::string, Statement> kept_;  // by the text of their shape

@@ -54,6 +54,12 @@ struct PlainEntry {
   uint64_t inode = 0;
 };
 
+// A file that lies beside its place, whole, and has yet to take it.
+struct StagedFile {
+  std::string temporary;
+  std::string target;  // the place, behind any link
+};
+
 class Files {
  public:
   virtual ~Files() = default;
@@ -80,10 +86,17 @@ class Files {
   // stands.
   // The rename itself is on disk only after `SyncFolder`.
   virtual std::error_code WriteAtomic(const std::string& path, std::string_view bytes) = 0;
+  // The first half of it, without the wait, for many files that share one `Settle`: writes the
+  // temporary file. The other half is `Rename` (or `RenameNew`, for a file that must not be there)
+  // from the temporary name to the target; `Remove` takes the temporary file back. On failure none
+  // is left.
+  virtual std::error_code Stage(const std::string& path, std::string_view bytes,
+                                StagedFile& staged) = 0;
   virtual std::error_code SyncFolder(const std::string& folder) = 0;
   // What was written so far to these files, and made, renamed or removed in these folders, is on
-  // disk. A few are waited for one by one, many with one wait for each file system that they are
-  // on. What has gone meanwhile is passed over.
+  // disk. A few are waited for one by one; many, and folders between which something may have been
+  // moved, with one wait for each file system that they are on. What has gone meanwhile is passed
+  // over.
   virtual std::error_code Settle(std::span<const std::string> files,
                                  std::span<const std::string> folders) = 0;
   // A missing file is no failure.

@@ -14,21 +14,37 @@ constexpr std::string_view kSection = "[InternetShortcut]";
 constexpr std::string_view kUrl = "URL=";
 constexpr std::string_view kLineEnd = "\r\n";
 
+void AppendPercent(char c, std::string& bytes) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  const auto byte = static_cast<uint8_t>(c);
+  bytes.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
+}
+
 // Percent-encoded as UTF-8 a URL means the same, and any page can hold it.
 std::string PercentEncoded(std::u16string_view url) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string bytes;
   for (const char c : ToUtf8(url)) {
-    const auto byte = static_cast<uint8_t>(c);
-    if (byte < 0x80) {
+    if (static_cast<uint8_t>(c) < 0x80) {
       bytes.push_back(c);
     } else {
-      bytes.push_back('%');
-      bytes.push_back(kDigits[byte >> 4]);
-      bytes.push_back(kDigits[byte & 15]);
+      AppendPercent(c, bytes);
     }
   }
   return bytes;
+}
+
+// A line end within would make lines of its own.
+std::u16string WithoutControls(std::u16string_view url) {
+  if (std::ranges::none_of(url, [](char16_t c) { return c < u' '; })) return std::u16string(url);
+  std::string bytes;
+  for (const char c : ToUtf8(url)) {
+    if (static_cast<uint8_t>(c) >= ' ') {
+      bytes.push_back(c);
+    } else {
+      AppendPercent(c, bytes);
+    }
+  }
+  return FromUtf8(bytes);
 }
 
 // As the shortcut's own reader will see it.
@@ -178,7 +194,7 @@ std::optional<UrlRange> FindUrlRange(std::string_view bytes) {
 
 std::string ShortcutBytes(std::u16string_view url) {
   std::string bytes(kSection);
-  bytes.append(kLineEnd).append(kUrl).append(UrlBytes(url)).append(kLineEnd);
+  bytes.append(kLineEnd).append(kUrl).append(UrlBytes(WithoutControls(url))).append(kLineEnd);
   return bytes;
 }
 
@@ -192,7 +208,8 @@ SystemError InternetShortcut::Load(std::u16string_view path) {
   return ReadFileBytes(path, bytes_);
 }
 
-bool InternetShortcut::SetURL(std::u16string_view url, uint32_t) {
+bool InternetShortcut::SetURL(std::u16string_view given, uint32_t) {
+  const std::u16string url = WithoutControls(given);
   if (bytes_.find_first_not_of('\0') == bytes_.npos) bytes_.clear();
   const Form form = FormOf(bytes_);
   const std::optional<UrlRange> range = FindUrlRange(bytes_);

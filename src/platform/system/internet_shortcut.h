@@ -27,7 +27,7 @@ struct UrlRange {
 // Nothing for bytes without the section, or without a URL line behind it. Linear.
 std::optional<UrlRange> FindUrlRange(std::string_view bytes);
 
-// A whole new file with this URL and nothing else.
+// A whole new file with this URL and nothing else. Control characters are percent-encoded.
 std::string ShortcutBytes(std::u16string_view url);
 // The URL of a file's bytes; empty for none.
 std::u16string ShortcutUrl(std::string_view bytes);
@@ -38,8 +38,8 @@ std::u16string ShortcutUrl(std::string_view bytes);
 class InternetShortcut {
  public:
   SystemError Load(std::u16string_view path);
-  // The text as it is given. `flags` is accepted and not acted on. False, and no byte changes, when
-  // the file says this already.
+  // The text as it is given, but for control characters. `flags` is accepted and not acted on.
+  // False, and no byte changes, when the file says this already.
   bool SetURL(std::u16string_view url, uint32_t flags);
   SystemError Save(std::u16string_view path) const;
 

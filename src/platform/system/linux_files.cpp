@@ -96,6 +96,7 @@ std::error_code ReadAll(int fd, size_t expected, std::string& bytes) {
     if (got < 0) error = LastError();
     if (got <= 0) break;
     filled += static_cast<size_t>(got);
+    if (filled == expected) break;  // less than was asked for, and what was foretold: the end
     if (filled == bytes.size()) bytes.resize(std::max<size_t>(4096, filled * 2));
   }
   bytes.resize(filled);
@@ -179,14 +180,6 @@ std::string TemporaryName(const std::string& path) {
   return path.substr(0, start) + "." + name + ".tmp";
 }
 
-// Where a link points, so that the link stays and its target is replaced.
-std::string BehindLink(const std::string& path) {
-  struct stat data;
-  if (lstat(path.c_str(), &data) != 0 || !S_ISLNK(data.st_mode)) return path;
-  const std::unique_ptr<char, decltype(&free)> target(realpath(path.c_str(), nullptr), &free);
-  return target == nullptr ? path : std::string(target.get());
-}
-
 // A file of our own making: what a killed run left under the name goes away first.
 UniqueFd CreateTemporary(const std::string& path, mode_t mode) {
   UniqueFd fd = Open(path, kCreateNew, mode);
@@ -194,6 +187,33 @@ UniqueFd CreateTemporary(const std::string& path, mode_t mode) {
     fd = Open(path, kCreateNew, mode);
   }
   return fd;
+}
+
+// Where a link points, so that the link stays and its target is replaced; what is to be replaced
+// is in `old`. False where nothing is.
+bool FindTarget(const std::string& path, std::string& target, struct stat& old) {
+  target = path;
+  if (lstat(path.c_str(), &old) != 0) return false;
+  if (!S_ISLNK(old.st_mode)) return true;
+  const std::unique_ptr<char, decltype(&free)> real(realpath(path.c_str(), nullptr), &free);
+  if (real != nullptr) target = real.get();
+  return stat(target.c_str(), &old) == 0;
+}
+
+std::error_code StageFile(const std::string& path, std::string_view bytes, bool wait,
+                          StagedFile& staged) {
+  struct stat old;
+  const bool isReplacing = FindTarget(path, staged.target, old);
+  const mode_t mode = isReplacing ? old.st_mode & 0777 : 0666;
+  staged.temporary = TemporaryName(staged.target);
+  UniqueFd fd = CreateTemporary(staged.temporary, mode);
+  if (!fd.IsOpen()) return LastError();
+  // The process mask may have taken bits away. A file system without bits refuses: no matter.
+  if (isReplacing) static_cast<void>(fchmod(fd.get(), mode));
+  std::error_code error = WriteAll(fd.get(), bytes);
+  if (!error && wait && Retry([&] { return fsync(fd.get()); }) != 0) error = LastError();
+  const std::error_code closeError = Close(std::move(fd));
+  return error ? error : closeError;
 }
 
 // Calls `add(folderFd, entry)` for all but "." and ".." until it tells of an error.
@@ -317,21 +337,17 @@ class LinuxFiles final : public Files {
   }
 
   std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override {
-    const std::string target = BehindLink(path);
-    struct stat old;
-    const bool isReplacing = stat(target.c_str(), &old) == 0;
-    const mode_t mode = isReplacing ? old.st_mode & 0777 : 0666;
-    const std::string temporary = TemporaryName(target);
-    UniqueFd fd = CreateTemporary(temporary, mode);
-    if (!fd.IsOpen()) return LastError();
-    // The process mask may have taken bits away. A file system without bits refuses: no matter.
-    if (isReplacing) static_cast<void>(fchmod(fd.get(), mode));
-    std::error_code error = WriteAll(fd.get(), bytes);
-    if (!error && Retry([&] { return fsync(fd.get()); }) != 0) error = LastError();
-    const std::error_code closeError = Close(std::move(fd));
-    if (!error) error = closeError;
-    if (!error) error = Rename(temporary, target);
-    if (error) unlink(temporary.c_str());
+    StagedFile staged;
+    std::error_code error = StageFile(path, bytes, true, staged);
+    if (!error) error = Rename(staged.temporary, staged.target);
+    if (error) unlink(staged.temporary.c_str());
+    return error;
+  }
+
+  std::error_code Stage(const std::string& path, std::string_view bytes,
+                        StagedFile& staged) override {
+    const std::error_code error = StageFile(path, bytes, false, staged);
+    if (error) unlink(staged.temporary.c_str());
     return error;
   }
 
@@ -345,7 +361,10 @@ class LinuxFiles final : public Files {
 
   std::error_code Settle(std::span<const std::string> files,
                          std::span<const std::string> folders) override {
-    if (files.size() + folders.size() > kSettledOneByOne) return SettleFileSystems(files, folders);
+    // Of two folders one alone might be on disk, and what was moved between them in neither.
+    if (folders.size() > 1 || files.size() + folders.size() > kSettledOneByOne) {
+      return SettleFileSystems(files, folders);
+    }
     for (const std::string& file : files) {
       const UniqueFd fd = Open(file, O_RDONLY | O_NONBLOCK);
       std::error_code error;

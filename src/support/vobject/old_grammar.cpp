@@ -120,23 +120,26 @@ std::optional<Dialect> DialectByLook(const Line& line) {
 
 std::string OldParameter(const Parameter& parameter) {
   const std::string_view value = parameter.value;
-  // Quotes at the ends are gone; others belong to what is not understood.
+  // Quotes that are not those around the whole value belong to what is not understood.
   if (parameter.name.empty() || value.empty() || value.find('"') != value.npos) {
     return std::string(parameter.raw);
   }
   std::string old;
-  const auto put = [&](std::string_view word) {
+  const auto put = [&](std::string_view word, bool quoted) {
     if (!old.empty()) old += ';';
-    const std::string_view quote = NeedsQuotes(word) ? "\"" : "";
+    const std::string_view quote = quoted ? "\"" : "";
     old.append(parameter.name).append("=").append(quote).append(word).append(quote);
   };
+  const bool quoted = parameter.raw.find('"') != parameter.raw.npos;
   if (SameWord(parameter.name, "TYPE")) {
     std::string_view list = value;
-    for (std::string_view word; NextWord(list, word);) put(word);
-    return old.empty() ? std::string(parameter.raw) : old;
+    for (std::string_view word; NextWord(list, word);) put(word, quoted && NeedsQuotes(word));
+  } else if (SameWord(parameter.name, "VALUE") && SameWord(value, "URI")) {
+    put("URL", false);
+  } else if (quoted) {
+    put(value, NeedsQuotes(value));
   }
-  put(SameWord(parameter.name, "VALUE") && SameWord(value, "URI") ? "URL" : value);
-  return old;
+  return old.empty() ? std::string(parameter.raw) : old;
 }
 
 void WriteInOldGrammar(std::string_view modern, std::span<const std::string_view> lists,
