@@ -139,7 +139,7 @@ class FixedFolders final : public KnownFolders {
 //
 // To fail each step of a job in turn: run it once and take `operations()`, then run it once for
 // every n below that with `FailAt(n, ENOSPC)`.
-class FailingFiles final : public Files {
+class FailingFiles : public Files {
  public:
   enum class Verb {
     Stat,

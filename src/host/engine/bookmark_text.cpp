@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "host/engine/errors.h"
 #include "items/folder_document.h"
 #include "items/vbookmark.h"
 #include "platform/com/com_ptr.h"
 #include "platform/com/status_error.h"
+#include "platform/system/service.h"
 #include "support/text.h"
 
 namespace qv {
@@ -67,6 +69,38 @@ std::string WithExtrasOf(std::string_view phoneText, std::string_view pcText) {
   if (!phone || !pc || phone->fields.extras.empty()) return std::string(pcText);
   pc->fields.extras = std::move(phone->fields.extras);
   return WriteVBookmark(*pc);
+}
+
+std::string WithParts(std::string_view text, const std::u16string* title,
+                      const std::u16string* url) {
+  std::optional<Bookmark> bookmark = ParseVBookmark(text);
+  if (!bookmark || (title == nullptr && url == nullptr)) return std::string(text);
+  if (title != nullptr) bookmark->title = *title;
+  if (url != nullptr) bookmark->url = *url;
+  return WriteVBookmark(*bookmark);
+}
+
+Meaning MeaningOf(std::u16string_view title, std::u16string_view url) {
+  const auto sum = [](std::u16string_view part) {
+    const auto digest = Service<Md5Provider>::Get().Digest(ToUtf8(part));
+    if (!digest) throw ItemError("the checksum service failed");
+    return *digest;
+  };
+  return {sum(title), url.empty() ? Md5Digest() : sum(url)};
+}
+
+Meaning MeaningOf(std::string_view text) {
+  const std::optional<Bookmark> bookmark = ParseVBookmark(text);
+  return bookmark ? MeaningOf(bookmark->title, bookmark->url) : Meaning();
+}
+
+std::u16string_view WithoutNumbers(std::u16string_view name) {
+  while (name.ends_with(u')')) {
+    const size_t open = name.find_last_not_of(u"0123456789", name.size() - 2);
+    if (open == 0 || open == name.npos || name[open] != u'(' || open + 2 == name.size()) break;
+    name = name.substr(0, open);
+  }
+  return name;
 }
 
 std::string BookmarkFault(std::string_view text) {

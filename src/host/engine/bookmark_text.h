@@ -26,6 +26,18 @@ std::string ForPc(std::string_view text, std::string_view fileName);
 // `pcText` with the properties of `phoneText` that the PC side has no place for.
 std::string WithExtrasOf(std::string_view phoneText, std::string_view pcText);
 
+// `text` with another title, or another address, where they are not null.
+std::string WithParts(std::string_view text, const std::u16string* title,
+                      const std::u16string* url);
+
+// Throws ItemError when the checksum service fails.
+Meaning MeaningOf(std::u16string_view title, std::u16string_view url);
+// Of a text in the form that the PC side takes; what is not known for one that is no bookmark.
+Meaning MeaningOf(std::string_view text);
+
+// Without the numbers at its end that a name gets where it is taken.
+std::u16string_view WithoutNumbers(std::u16string_view name);
+
 // Why a text that is a bookmark cannot be one of the PC's; empty for one that can.
 std::string BookmarkFault(std::string_view text);
 

@@ -1,5 +1,7 @@
 #include "host/engine/content.h"
 
+#include <algorithm>
+
 #include "host/engine/bookmark_text.h"
 #include "items/item_objects.h"
 #include "platform/system/service.h"
@@ -29,12 +31,18 @@ ContentMatch WhoHasMore(bool phoneHasNone) {
   return phoneHasNone ? ContentMatch::PcHasMore : ContentMatch::PhoneHasMore;
 }
 
+constexpr int64_t kSecondNs = 1'000'000'000;
+
+int64_t SecondsOf(const PhoneAge& phone) {
+  return phone.objModified != 0.0 ? UnixSecondsFromDate(phone.objModified)
+                                  : phone.modifiedNs / kSecondNs;
+}
+
 }  // namespace
 
 ContentPrint PrintOf(PcStore& store, IItemCommon& item) {
   Strip(item);
   ContentPrint print;
-  if (Query<IBookmarkItem>(&item)) print.loose = Checksum(ToUtf8(UrlOf(item)));
   print.exact = Checksum(store.Write(&item));
   Check(item.DropSideData());
   print.core = Checksum(store.Write(&item));
@@ -80,9 +88,12 @@ Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, const PhoneAge& phone, IItemCom
   }
   DATE modified = 0.0;
   Check(pc.get_Modified(&modified));
-  const int64_t seconds = phone.objModified != 0.0 ? UnixSecondsFromDate(phone.objModified)
-                                                   : phone.modifiedNs / 1'000'000'000;
-  return seconds > UnixSecondsFromDate(UtcTime(pc, modified)) ? Winner::Phone : Winner::Pc;
+  return SecondsOf(phone) > UnixSecondsFromDate(UtcTime(pc, modified)) ? Winner::Phone : Winner::Pc;
+}
+
+Winner NewerThanRename(const PhoneAge& phone, const FileMark& pc) {
+  const int64_t renamed = std::max(pc.modifiedNs, pc.changedNs) / kSecondNs;
+  return SecondsOf(phone) > renamed ? Winner::Phone : Winner::Pc;
 }
 
 DATE UtcTime(IItemCommon& item, DATE time) {

@@ -7,12 +7,10 @@
 namespace qv {
 
 // Checksums of an item's text without identifier and time: of all of it, and of what the PC side
-// can hold itself. Of a bookmark both are the latter, for nobody keeps the rest; and a third one of
-// the address alone.
+// can hold itself. Of a bookmark both are the latter, for nobody keeps the rest.
 struct ContentPrint {
   Md5Digest exact{};
   Md5Digest core{};
-  Md5Digest loose{};
 };
 
 // Each of these spends the items: identifiers, times, the link to a series and what the PC cannot
@@ -33,6 +31,8 @@ struct PhoneAge {
 // Who wins by what the store answered; where it could not tell, by the times of the phone's text,
 // or else its file, and of the PC's item.
 Winner NewerSide(RESV_CONFLTLASTMODIFIED answer, const PhoneAge& phone, IItemCommon& pc);
+// The same where the PC's item was renamed, which its time of change tells and its file's does not.
+Winner NewerThanRename(const PhoneAge& phone, const FileMark& pc);
 // A time of an item as UTC: those of bookmarks and folders are local.
 DATE UtcTime(IItemCommon& item, DATE time);
 

@@ -17,11 +17,54 @@ constexpr const char* kSchema =
     " ended_ns INTEGER NOT NULL DEFAULT 0, UNIQUE(phone, store));"
     "CREATE TABLE IF NOT EXISTS items(store_id INTEGER NOT NULL, name TEXT NOT NULL,"
     " size INTEGER NOT NULL, mtime_ns INTEGER NOT NULL, hash BLOB NOT NULL,"
-    " uid TEXT NOT NULL, source_uid TEXT NOT NULL, PRIMARY KEY(store_id, name)) WITHOUT ROWID;"
+    " uid TEXT NOT NULL, source_uid TEXT NOT NULL, inode INTEGER NOT NULL DEFAULT 0,"
+    " phone_says BLOB NOT NULL DEFAULT x'', pc_says BLOB NOT NULL DEFAULT x'',"
+    " pc_file BLOB NOT NULL DEFAULT x'', PRIMARY KEY(store_id, name)) WITHOUT ROWID;"
     "CREATE INDEX IF NOT EXISTS items_by_source ON items(store_id, source_uid);";
+constexpr const char* kUpgrade[] = {
+    "ALTER TABLE items ADD COLUMN inode INTEGER NOT NULL DEFAULT 0",
+    "ALTER TABLE items ADD COLUMN phone_says BLOB NOT NULL DEFAULT x''",
+    "ALTER TABLE items ADD COLUMN pc_says BLOB NOT NULL DEFAULT x''",
+    "ALTER TABLE items ADD COLUMN pc_file BLOB NOT NULL DEFAULT x''",
+};
 
 std::string_view Bytes(const Md5Digest& hash) {
   return {reinterpret_cast<const char*>(hash.data()), hash.size()};
+}
+
+// Persisted: title and address one behind the other; empty for what is not known.
+std::string Pack(const Meaning& meaning) {
+  if (!meaning.IsKnown()) return {};
+  return std::string(Bytes(meaning.title)).append(Bytes(meaning.url));
+}
+Meaning UnpackMeaning(std::string_view bytes) {
+  Meaning meaning;
+  constexpr size_t kHalf = sizeof meaning.title;
+  if (bytes.size() != 2 * kHalf) return meaning;
+  std::copy_n(bytes.begin(), kHalf, meaning.title.begin());
+  std::copy_n(bytes.begin() + kHalf, kHalf, meaning.url.begin());
+  return meaning;
+}
+
+// Persisted: five numbers of 64 bits, the lowest byte first; empty for a file that is not known.
+std::string Pack(const FileMark& file) {
+  if (file == FileMark{}) return {};
+  std::string bytes;
+  for (const uint64_t number :
+       {file.inode, static_cast<uint64_t>(file.createdNs), file.size,
+        static_cast<uint64_t>(file.modifiedNs), static_cast<uint64_t>(file.changedNs)}) {
+    for (int shift = 0; shift < 64; shift += 8) bytes += static_cast<char>(number >> shift & 0xFF);
+  }
+  return bytes;
+}
+FileMark UnpackFile(std::string_view bytes) {
+  uint64_t numbers[5] = {};
+  if (bytes.size() != sizeof numbers) return {};
+  for (size_t i = bytes.size(); i-- > 0;) {
+    numbers[i / 8] = numbers[i / 8] << 8 | static_cast<unsigned char>(bytes[i]);
+  }
+  return {numbers[0], static_cast<int64_t>(numbers[1]), numbers[2],
+          static_cast<int64_t>(numbers[3]), static_cast<int64_t>(numbers[4])};
 }
 
 }  // namespace
@@ -39,9 +82,26 @@ EngineRecord::Schema::Schema(SqliteDatabase& db) {
 EngineRecord::EngineRecord(const std::string& path)
     : db_(path, SqliteDatabase::Durability::Normal),
       schema_(db_),
-      put_(db_.Prepare("INSERT OR REPLACE INTO items VALUES(?,?,?,?,?,?,?)")),
       release_(db_.Prepare("DELETE FROM items WHERE store_id=? AND source_uid=? AND name<>?")),
-      remove_(db_.Prepare("DELETE FROM items WHERE store_id=? AND source_uid=?")) {}
+      remove_(db_.Prepare("DELETE FROM items WHERE store_id=? AND source_uid=?")) {
+  SqliteStatement column =
+      db_.Prepare("SELECT count(*) FROM pragma_table_info('items') WHERE name='pc_file'");
+  isCurrent_ = column.Step() && column.Int(0) != 0;
+  if (isCurrent_) PreparePut();
+}
+
+void EngineRecord::PreparePut() {
+  put_.emplace(db_.Prepare("INSERT OR REPLACE INTO items VALUES(?,?,?,?,?,?,?,?,?,?,?)"));
+}
+
+void EngineRecord::Upgrade() {
+  if (isCurrent_) return;
+  SqliteTransaction group(db_);
+  for (const char* statement : kUpgrade) db_.Execute(statement);
+  group.Commit();
+  isCurrent_ = true;
+  PreparePut();
+}
 
 std::string EngineRecord::PathFor(const std::string& path, bool lookOnly) {
   FileInfo info;
@@ -112,9 +172,10 @@ void EngineRecord::ClearSlowDone(const std::string& phone, std::string_view stor
 std::vector<RecordRow> EngineRecord::Rows(const std::string& phone, std::string_view store) {
   std::vector<RecordRow> rows;
   rows.reserve(static_cast<size_t>(Count(phone, store)));
-  SqliteStatement read = db_.Prepare(
-      "SELECT name,size,mtime_ns,hash,uid,source_uid FROM items WHERE store_id=?"
-      " ORDER BY name");
+  SqliteStatement read =
+      db_.Prepare(std::string("SELECT name,size,mtime_ns,hash,uid,source_uid,") +
+                  (isCurrent_ ? "inode,phone_says,pc_says,pc_file" : "0,x'',x'',x''") +
+                  " FROM items WHERE store_id=? ORDER BY name");
   read.Bind(1, StoreId(phone, store, false));
   while (read.Step()) {
     RecordRow row;
@@ -125,6 +186,10 @@ std::vector<RecordRow> EngineRecord::Rows(const std::string& phone, std::string_
     std::copy_n(hash.begin(), std::min(hash.size(), row.hash.size()), row.hash.begin());
     row.uid = read.Text16(4);
     row.sourceUid = read.Text16(5);
+    row.inode = static_cast<uint64_t>(read.Int(6));
+    row.phoneSays = UnpackMeaning(read.Blob(7));
+    row.pcSays = UnpackMeaning(read.Blob(8));
+    row.pcFile = UnpackFile(read.Blob(9));
     rows.push_back(std::move(row));
   }
   return rows;
@@ -133,13 +198,20 @@ std::vector<RecordRow> EngineRecord::Rows(const std::string& phone, std::string_
 void EngineRecord::Put(const std::string& phone, std::string_view store, const RecordRow& row) {
   const int64_t id = StoreId(phone, store, true);
   release_.Bind(1, id).Bind(2, row.sourceUid).Bind(3, row.name).Run();
-  put_.Bind(1, id)
+  const std::string phoneSays = Pack(row.phoneSays);
+  const std::string pcSays = Pack(row.pcSays);
+  const std::string pcFile = Pack(row.pcFile);
+  put_->Bind(1, id)
       .Bind(2, row.name)
       .Bind(3, static_cast<int64_t>(row.size))
       .Bind(4, row.modifiedNs)
       .BindBlob(5, Bytes(row.hash))
       .Bind(6, row.uid)
       .Bind(7, row.sourceUid)
+      .Bind(8, static_cast<int64_t>(row.inode))
+      .BindBlob(9, phoneSays)
+      .BindBlob(10, pcSays)
+      .BindBlob(11, pcFile)
       .Run();
 }
 

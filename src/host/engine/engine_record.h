@@ -5,6 +5,7 @@
 // group that is open.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,9 @@ struct StoreState {
 class EngineRecord {
  public:
   explicit EngineRecord(const std::string& path);
+  // Before anything is written: a record of an earlier form takes the present one, in one
+  // transaction. What it did not keep is not known then.
+  void Upgrade();
   // The path to open: with `lookOnly` a record that does not exist yet is not made.
   static std::string PathFor(const std::string& path, bool lookOnly);
 
@@ -57,13 +61,15 @@ class EngineRecord {
 
  private:
   int64_t StoreId(const std::string& phone, std::string_view store, bool make);
+  void PreparePut();
 
   struct Schema {
     explicit Schema(SqliteDatabase& db);
   };
   SqliteDatabase db_;
   Schema schema_;  // before the statements, which need the tables
-  SqliteStatement put_;
+  bool isCurrent_ = false;
+  std::optional<SqliteStatement> put_;  // there in a record of the present form
   SqliteStatement release_;
   SqliteStatement remove_;
   // The store that was asked for last.

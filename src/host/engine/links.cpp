@@ -87,6 +87,8 @@ class SlowLinks {
       : sides_(sides), matches_(matches), items_(sides) {}
 
   void Run() {
+    // Of a tree the record has been held against the files themselves.
+    if (sides_.isTree) RestOfRecord();
     By(&SlowLinks::SameUid);
     BySwappedUid();
     By(&SlowLinks::SameRecord);
@@ -208,6 +210,16 @@ ItemLink& JoinLinks(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
   ItemLink& from = At(sides.links, pcLink);
   std::swap(link.pc, from.pc);
   std::swap(link.statusWritten, from.statusWritten);
+  return link;
+}
+
+ItemLink& JoinInTree(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
+  ItemLink& link = JoinLinks(sides, phoneLink, pcLink);
+  if (link.record >= 0) {
+    RecordRow& row = At(sides.records, link.record);
+    row.sourceUid = At(sides.pc, link.pc).id;
+    row.hasFollowed = true;
+  }
   return link;
 }
 

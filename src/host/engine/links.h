@@ -46,25 +46,25 @@ struct LoneItem {
   int32_t link = -1;
   std::u16string uid;
   std::optional<ContentPrint> print;  // nothing for one that could not be read
-  std::u16string place = {};          // in a tree the PC's identifier of its folder; empty for none
+  // Of a tree, where there is no print: the PC's identifier of its folder, empty for none; and what
+  // it says, of a known item as it was agreed on for the PC.
+  std::u16string place = {};
+  Meaning says = {};
 };
 
 // Pairs one to one: equal uids first (of equal content where there are several), then equal
-// contents, then contents equal but for what the PC cannot hold. In a tree contents pair within one
-// folder; elsewhere, and in the end by what the item points to alone, only where the phone's item
-// is a known one that went from its place on the PC.
+// contents, then contents equal but for what the PC cannot hold. In a tree title and address pair
+// within one folder; elsewhere, and in the end by the address alone, only where the phone's item is
+// a known one that went from its place on the PC.
 void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
               const std::vector<LoneItem>& pc);
 
 // Moves the PC item of one lone link to the other. One that is gone and stood there is left by
 // itself; what is left empty is dropped by the second of these.
 ItemLink& JoinLinks(Inventory& sides, int32_t phoneLink, int32_t pcLink);
+// The same in a tree; a record of the pair follows the PC's item.
+ItemLink& JoinInTree(Inventory& sides, int32_t phoneLink, int32_t pcLink);
 void DropEmptyLinks(Inventory& sides);
-
-// Known pairs of a tree whose PC item is gone, and such whose PC item changed: where the latter
-// holds what the former's phone item does it is that one, and its own pair has lost its PC item.
-void LinkExchanged(Inventory& sides, const std::vector<LoneItem>& gone,
-                   const std::vector<LoneItem>& changed);
 
 // The links of items that the other side lacks and that can be matched: of the phone's also those
 // whose PC item is gone.

@@ -35,12 +35,22 @@ class LoneLinks {
   void Pair(size_t phone, size_t pc) {
     phoneDone_[phone] = true;
     pcDone_[pc] = true;
+    if (sides_.isTree) {
+      ItemLink& link = JoinInTree(sides_, phone_[phone].link, pc_[pc].link);
+      if (link.record < 0) link.content = Compare(phone_[phone].says, pc_[pc].says);
+      return;
+    }
     ItemLink& link = JoinLinks(sides_, phone_[phone].link, pc_[pc].link);
     link.adoptUid = MustAdopt(At(sides_.phone, link.phone), pc_[pc].uid);
-    link.relocated = sides_.isTree && link.record >= 0;
     if (phone_[phone].print && pc_[pc].print) {
       link.content = Compare(*phone_[phone].print, *pc_[pc].print);
     }
+  }
+  static ContentMatch Compare(const Meaning& phone, const Meaning& pc) {
+    return phone == pc ? ContentMatch::Identical : ContentMatch::Different;
+  }
+  static ContentMatch Compare(const ContentPrint& phone, const ContentPrint& pc) {
+    return qv::Compare(phone, pc);
   }
 
   Inventory& sides_;
@@ -70,18 +80,33 @@ bool MayHaveMoved(const Inventory& sides, const LoneItem& item) {
   return link.phone < 0 || link.record >= 0;
 }
 
+std::string Bytes(const Md5Digest& digest) {
+  return {reinterpret_cast<const char*>(digest.data()), digest.size()};
+}
+
+// Both parts of what an item says, or one of them; empty for one that cannot be read.
+std::string SaysKey(const LoneItem& item) {
+  return item.says.IsKnown() ? Bytes(item.says.title) + Bytes(item.says.url) : std::string();
+}
+std::string TitleKey(const LoneItem& item) {
+  return item.says.IsKnown() ? Bytes(item.says.title) : std::string();
+}
+std::string UrlKey(const LoneItem& item) {
+  return item.says.IsKnown() ? Bytes(item.says.url) : std::string();
+}
+
 void LinkTreeLone(const Inventory& sides, LoneLinks& links) {
-  const auto inPlace = [](const LoneItem& item, Md5Digest ContentPrint::*part) {
-    const std::string content = PrintKey(item, part);
-    return item.place.empty() || content.empty() ? std::string() : content + Bytes(item.place);
+  const auto inPlace = [](const LoneItem& item, const std::string& key) {
+    return item.place.empty() || key.empty() ? std::string() : key + Bytes(item.place);
   };
   const auto moved = [&](const LoneItem& item, const std::string& key) {
     return MayHaveMoved(sides, item) ? key : std::string();
   };
-  links.By([&](const LoneItem& item) { return inPlace(item, &ContentPrint::exact); });
-  links.By([&](const LoneItem& item) { return moved(item, PrintKey(item, &ContentPrint::exact)); });
-  links.By([&](const LoneItem& item) { return moved(item, inPlace(item, &ContentPrint::loose)); });
-  links.By([&](const LoneItem& item) { return moved(item, PrintKey(item, &ContentPrint::loose)); });
+  links.By([&](const LoneItem& item) { return inPlace(item, SaysKey(item)); });
+  links.By([&](const LoneItem& item) { return moved(item, SaysKey(item)); });
+  links.By([&](const LoneItem& item) { return moved(item, inPlace(item, UrlKey(item))); });
+  links.By([&](const LoneItem& item) { return moved(item, UrlKey(item)); });
+  links.By([&](const LoneItem& item) { return moved(item, inPlace(item, TitleKey(item))); });
 }
 
 }  // namespace
@@ -89,25 +114,21 @@ void LinkTreeLone(const Inventory& sides, LoneLinks& links) {
 void LinkLone(Inventory& sides, const std::vector<LoneItem>& phone,
               const std::vector<LoneItem>& pc) {
   LoneLinks links(sides, phone, pc);
-  links.By([](const LoneItem& item) {
-    const std::string content = PrintKey(item, &ContentPrint::exact);
-    return item.uid.empty() || content.empty() ? std::string() : UidKey(item) + content;
+  const auto content = [&](const LoneItem& item) {
+    return sides.isTree ? SaysKey(item) : PrintKey(item, &ContentPrint::exact);
+  };
+  links.By([&](const LoneItem& item) {
+    const std::string key = content(item);
+    return item.uid.empty() || key.empty() ? std::string() : UidKey(item) + key;
   });
   links.By(UidKey);
   if (sides.isTree) {
     LinkTreeLone(sides, links);
     return DropEmptyLinks(sides);
   }
-  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::exact); });
+  links.By(content);
   links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::core); });
   DropEmptyLinks(sides);
-}
-
-void LinkExchanged(Inventory& sides, const std::vector<LoneItem>& gone,
-                   const std::vector<LoneItem>& changed) {
-  LoneLinks links(sides, gone, changed);
-  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::exact); });
-  links.By([](const LoneItem& item) { return PrintKey(item, &ContentPrint::loose); });
 }
 
 }  // namespace qv

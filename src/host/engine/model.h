@@ -14,7 +14,31 @@
 
 namespace qv {
 
-// One agreed pair, as the engine's record keeps it.
+// What an item of a tree says, as checksums of its title and its address; of a folder the title
+// alone. All zero: not known.
+struct Meaning {
+  Md5Digest title{};
+  Md5Digest url{};
+  bool operator==(const Meaning&) const = default;
+  bool IsKnown() const { return title != Md5Digest{}; }
+};
+
+// A file or folder of the PC as the file system tells it from others. All zero: not known.
+struct FileMark {
+  uint64_t inode = 0;
+  int64_t createdNs = 0;
+  uint64_t size = 0;
+  int64_t modifiedNs = 0;
+  int64_t changedNs = 0;  // also by a rename
+  bool operator==(const FileMark&) const = default;
+  // Whatever has been written to it since, and wherever it is now.
+  bool IsSameFile(const FileMark& other) const {
+    return inode != 0 && inode == other.inode && createdNs == other.createdNs;
+  }
+};
+
+// One agreed pair, as the engine's record keeps it. What it says is agreed on side by side: each
+// side may need its own form of a title.
 struct RecordRow {
   std::string name;  // of the phone's file or folder
   uint64_t size = 0;
@@ -22,6 +46,11 @@ struct RecordRow {
   Md5Digest hash{};          // of the file's bytes
   std::u16string uid;        // inside the text; may be empty
   std::u16string sourceUid;  // on the PC side
+  uint64_t inode = 0;        // of the phone's file; 0 for not known
+  Meaning phoneSays = {};    // these of a tree alone
+  Meaning pcSays = {};
+  FileMark pcFile = {};
+  bool hasFollowed = false;  // since it was read: its PC item goes by another number now
 };
 
 enum class PhoneChange : uint8_t { Same, Changed, New, Unreadable };
@@ -31,6 +60,7 @@ struct PhoneItem {
   bool isFolder = false;
   uint64_t size = 0;
   int64_t modifiedNs = 0;
+  uint64_t inode = 0;
   Md5Digest hash{};
   std::u16string uid;
   std::string text;  // kept from planning to running when small; else empty
@@ -38,6 +68,7 @@ struct PhoneItem {
   PhoneChange change = PhoneChange::New;
   bool unread = false;   // not even its bytes could be had
   bool isAlien = false;  // it holds an item of another store's kind: it is none of these
+  Meaning says = {};     // of a tree
   // What a text that was looked into says of recurrence.
   bool isSeries = false;
   std::u16string seriesUid;  // of an exception: the uid of its series; empty for any other item
@@ -60,6 +91,12 @@ struct PcItem {
   bool isFolder = false;
   std::u16string parent = {};  // identifier of its folder, "/" on top
   std::string label = {};      // for a person, where it was asked for; else the identifier is
+  // Of a tree.
+  std::u16string title = {};
+  FileMark file = {};
+  Meaning says = {};          // the address only where it had to be looked at
+  bool isUnreadable = false;  // what it says now nobody can tell: it is left alone
+  bool isBroken = false;      // a file of no bytes at all, as a loss of power leaves them
 };
 
 // How the contents of a pair compare. "More": they are equal in what the PC side can hold itself,
@@ -77,8 +114,12 @@ struct ItemLink {
   Winner newer = Winner::None;  // who wins where the contents differ
   bool statusWritten = false;   // the store has noted the agreement while matching
   bool adoptUid = false;        // the PC's item is to take the phone's uid: exceptions name it
-  // The PC's item stands where another one was recorded: it was moved or renamed there.
-  bool relocated = false;
+  // Of a bookmark whose agreed title and address are known: which side has changed which.
+  struct Changes {
+    bool areKnown = false;
+    bool pcTitle = false, pcUrl = false, phoneTitle = false, phoneUrl = false;
+  };
+  Changes changes = {};
   // Places of the links of the folders that the item lies in; -1 on top.
   int32_t pcParent = -1;
   int32_t phoneParent = -1;

@@ -139,7 +139,7 @@ void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present, bool all) 
     if (kind_.isTree) item.modified = entry.modified;
     items.push_back(std::move(item));
   }
-  if (kind_.isTree) RequireReadable(items);
+  if (kind_.isTree) ReadTree(items);
   if (!all) return;
   for (const std::u16string& id : there) items.push_back({id, 0, PcChange::Filtered});
 }

@@ -196,13 +196,13 @@ std::u16string UidOf(IItemCommon& item) {
 }
 
 PcStore::PcStore(PcSide& side, Profile& profile, const StoreKind& kind)
-    : side_(side),
-      kind_(kind),
-      takesFolders_(kind.isTree && DeviceTakesFolders(profile.bag())),
-      store_(side.Store(kind)),
-      mimeType_(kind.mimeType) {
+    : side_(side), kind_(kind), store_(side.Store(kind)), mimeType_(kind.mimeType) {
   status_ = Query<IStatusDB>(store_);
   if (!status_) throw StoreFailure("the store of " + std::string(kind.name) + " has no status");
+  if (kind.isTree) tree_ = Query<IBookmarkTreeInfo>(store_);
+  if (kind.isTree && !tree_) {
+    throw StoreFailure("the store of " + std::string(kind.name) + " does not tell of its files");
+  }
   const DatabaseReason reason;
   HRESULT status = status_->Initialize();
   try {

@@ -16,6 +16,7 @@
 #include "pim/outlook_manager.h"
 #include "platform/com/class_factory.h"
 #include "platform/database/accessor.h"
+#include "stores/bookmark/bookmark_tree_info.h"
 #include "syncdb/status_interfaces.h"
 #include "syncdb/sync_session.h"
 
@@ -135,11 +136,21 @@ class PcStore {
   // With all that is in it, into the recycle bin. Throws ItemError when there is more in it than
   // `known` (identifiers).
   void DeleteFolder(const std::u16string& id, const std::unordered_set<std::u16string>& known);
-  std::u16string FolderName(const std::u16string& id);
-  // Whether an entry on top of a tree came, went or was renamed at that second (UTC) or later.
-  bool RootChangedSince(int64_t seconds);
-  // Whether the entry of a tree has this title and lies in this folder.
-  bool IsAt(const std::u16string& id, std::u16string_view title, std::u16string_view parent);
+  // An entry of a tree as it is now: what it says, without an address where none can be read, and
+  // its file; of no file for one that is not there. Broken is a file of no bytes but zeros.
+  Meaning SaysNow(const PcItem& item);
+  FileMark FileNow(const std::u16string& id);
+  bool IsBroken(const std::u16string& id);
+  // What the last `ReadItems` of a tree could not show: what has a name that cannot be used, or a
+  // folder that cannot be read.
+  struct BlindSpot {
+    std::u16string folder;  // where it is
+    std::string path;       // for a person
+    bool isFolder = false;
+  };
+  const std::vector<BlindSpot>& blindSpots() const { return blindSpots_; }
+  // Whether the entry of a tree still has its title and lies in this folder.
+  bool IsAt(const PcItem& item, std::u16string_view parent);
   // How a person knows the item: its path in a tree, else the identifier.
   std::string Label(const PcItem& item);
   // The phone has taken over what was sent.
@@ -168,13 +179,11 @@ class PcStore {
   const Bstr& TypeOf(const PcPlace& place) const {
     return place.isFolder ? folderType_ : mimeType_;
   }
-  // What seems to be gone from folders that are there must not be so because they cannot be read.
-  void RequireReadable(const std::vector<PcItem>& items);
+  void ReadTree(std::vector<PcItem>& items);
+  void ReadBlindSpots(const std::vector<PcItem>& items);
+  std::string RootFolder();
   std::string Refused(std::string_view text);
   bool HasSeries(const std::u16string& uid);
-  std::u16string PathOf(const std::u16string& id);
-  std::string FileNameOf(const std::u16string& id);
-  std::string OtherFileIn(const std::u16string& id);
   bool IsFiltered() const;
   std::vector<std::u16string> AllIds();
   void UpdateStatus(STATUSDB_UPDATECMD command, const std::u16string& id, const PcPlace& place = {},
@@ -182,9 +191,10 @@ class PcStore {
 
   PcSide& side_;
   const StoreKind& kind_;
-  const bool takesFolders_;
   ComPtr<IDataStore> store_;
   ComPtr<IStatusDB> status_;
+  ComPtr<IBookmarkTreeInfo> tree_;  // of a tree
+  std::vector<BlindSpot> blindSpots_;
   ComPtr<IConverter> converter_;
   Bstr mimeType_;
   Bstr folderType_{kFolderMimeType};

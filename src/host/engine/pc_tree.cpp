@@ -5,20 +5,27 @@
 #include "host/engine/bookmark_text.h"
 #include "host/engine/pc_side.h"
 #include "host/engine/report_words.h"
-#include "platform/system/file_system.h"
+#include "platform/system/internet_shortcut.h"
 #include "stores/bookmark/bookmark_tree.h"
-#include "stores/bookmark/favorites_root.h"
 #include "support/text.h"
-#include "syncdb/path_map.h"
 
 namespace qv {
 namespace {
 
-// An entry that the store would show.
-bool MayTakePart(const EntryInfo& entry) {
-  return entry.kind == EntryKind::Folder ||
-         (entry.kind == EntryKind::File && HasExactTail(entry.name, kShortcutTail));
+FileMark MarkOf(const TREE_ENTRYSTAMP& stamp) {
+  return {stamp.inode, stamp.createdNs, stamp.size, stamp.modifiedNs, stamp.changedNs};
 }
+
+std::u16string TitleOfName(std::u16string_view name, bool isFolder) {
+  return std::u16string(isFolder ? name : name.substr(0, name.rfind(u'.')));
+}
+
+constexpr const char* kObstacles[] = {
+    "",
+    ", whose name no name of a bookmark or folder can be; rename that",
+    ", which is no bookmark; move that away, or remove the folder on the PC",
+    ", which cannot be read",
+};
 
 }  // namespace
 
@@ -40,9 +47,12 @@ void PcStore::DeleteFolder(const std::u16string& id,
       throw ItemError("there is something new in it on the PC; it is taken up next time");
     }
   }
-  if (const std::string other = OtherFileIn(id); !other.empty()) {
-    throw ItemError("it holds what is no bookmark, " + other +
-                    "; move that away, or remove the folder on the PC");
+  // What is no bookmark would go with the folder, unseen.
+  auto obstacle = TREE_OBSTACLE_NONE;
+  Bstr path;
+  Check(tree_->FindObstacle(Bstr(id), &obstacle, path.Out()));
+  if (obstacle != TREE_OBSTACLE_NONE) {
+    throw ItemError("it holds " + ToUtf8(path.view()) + kObstacles[obstacle]);
   }
   status = store_->Delete(Bstr(id), kTrue);
   if (Failed(status)) {
@@ -50,96 +60,108 @@ void PcStore::DeleteFolder(const std::u16string& id,
   }
 }
 
-std::u16string PcStore::PathOf(const std::u16string& id) {
-  PcItem item;
-  item.id = id;
-  std::u16string path = FavoritesFolder();
-  path.append(u"\\").append(FromUtf8(Label(item)));
-  std::ranges::replace(path, u'/', u'\\');
-  return path;
-}
-
-// Empty for none. What is no bookmark would go with the folder, unseen.
-std::string PcStore::OtherFileIn(const std::u16string& id) {
-  std::vector<std::u16string> open = {PathOf(id)};
-  std::vector<EntryInfo> entries;
-  while (!open.empty()) {
-    const std::u16string folder = std::move(open.back());
-    open.pop_back();
-    if (ListFolder(folder, ListDetail::Names, entries) != kNoError) return ToUtf8(folder);
-    for (const EntryInfo& entry : entries) {
-      if (!MayTakePart(entry)) return ToUtf8(entry.name);
-      if (entry.kind == EntryKind::Folder) open.push_back(folder + u"\\" + entry.name);
-    }
+void PcStore::ReadTree(std::vector<PcItem>& items) {
+  int32_t rootError = 0;
+  const HRESULT status = tree_->GetFolderError(root_, &rootError);
+  const auto error = static_cast<SystemError>(rootError);
+  const bool isMissing = error == kFileNotFound || error == kPathNotFound;
+  if (Failed(status) || (error != kNoError && !isMissing)) {
+    throw StoreFailure("the folder " + RootFolder() + " cannot be read (error " +
+                       std::to_string(error) + "); all bookmarks of the PC would look deleted");
   }
-  return {};
+  for (PcItem& item : items) {
+    Bstr name;
+    TREE_ENTRYSTAMP stamp{};
+    const bool isSeen = item.change != PcChange::Gone &&
+                        Succeeded(tree_->GetEntryName(Bstr(item.id), name.Out())) &&
+                        Succeeded(tree_->GetEntryStamp(Bstr(item.id), kFalse, &stamp));
+    if (!isSeen) continue;
+    item.title = TitleOfName(name.view(), item.isFolder);
+    item.file = MarkOf(stamp);
+    item.says = MeaningOf(item.title, {});
+    item.isBroken = !item.isFolder && stamp.size == 0;
+  }
+  ReadBlindSpots(items);
 }
 
-bool PcStore::RootChangedSince(int64_t seconds) {
-  std::u16string root = FavoritesFolder();
-  if (!takesFolders_) root.append(u"\\").append(kMobileBookmarks);
-  EntryInfo entry;
-  return FindEntry(root, entry) != kNoError || entry.modified >= seconds;
+// A folder that cannot be read looks empty, and what was in it gone.
+void PcStore::ReadBlindSpots(const std::vector<PcItem>& items) {
+  std::unordered_set<std::u16string_view> robbed;
+  for (const PcItem& item : items) {
+    if (item.change == PcChange::Gone) robbed.insert(item.parent);
+  }
+  int32_t count = 0;
+  Check(tree_->CountBlindSpots(&count));
+  blindSpots_.clear();
+  for (int32_t i = 0; i < count; ++i) {
+    auto kind = TREE_BLINDSPOT_NAME;
+    Bstr folder;
+    Bstr path;
+    Check(tree_->GetBlindSpot(i, &kind, folder.Out(), path.Out()));
+    const bool isFolder = kind == TREE_BLINDSPOT_FOLDER;
+    if (isFolder && robbed.contains(folder.view())) {
+      throw StoreFailure("the folder " + ToUtf8(path.view()) +
+                         " of the Favorites cannot be read; what is in it would look deleted");
+    }
+    blindSpots_.push_back({folder.str(), ToUtf8(path.view()), isFolder});
+  }
 }
 
-std::u16string PcStore::FolderName(const std::u16string& id) {
-  return TitleOf(*Get(id, false).item);
+std::string PcStore::RootFolder() {
+  Bstr root;
+  if (tree_) tree_->GetRootFolder(root.Out());
+  return ToUtf8(root.view());
 }
 
-bool PcStore::IsAt(const std::u16string& id, std::u16string_view title,
-                   std::u16string_view parent) {
+Meaning PcStore::SaysNow(const PcItem& item) {
+  Bstr path;
+  if (Failed(tree_->GetEntryPath(Bstr(item.id), path.Out()))) {
+    throw ItemError("its place on the PC is not known");
+  }
+  const std::u16string_view full = path.view();
+  const std::u16string title = TitleOfName(full.substr(full.rfind(u'\\') + 1), item.isFolder);
+  if (item.isFolder) return MeaningOf(title, {});
+  std::string bytes;
+  if (const SystemError error = ReadFileBytes(full, bytes); error != kNoError) {
+    throw ItemError("the PC cannot read it (error " + std::to_string(error) + ")");
+  }
+  return MeaningOf(title, ShortcutUrl(bytes));
+}
+
+FileMark PcStore::FileNow(const std::u16string& id) {
+  TREE_ENTRYSTAMP stamp{};
+  return Failed(tree_->GetEntryStamp(Bstr(id), kTrue, &stamp)) ? FileMark() : MarkOf(stamp);
+}
+
+bool PcStore::IsBroken(const std::u16string& id) {
+  BOOL broken = kFalse;
+  return Succeeded(tree_->IsBroken(Bstr(id), &broken)) && broken != kFalse;
+}
+
+bool PcStore::IsAt(const PcItem& item, std::u16string_view parent) {
   Bstr now;
-  return TitleOf(*Get(id, false).item) == title &&
-         Succeeded(store_->GetParentUid(Bstr(id), now.Out())) && now.view() == parent;
-}
-
-// Of an entry whose title cannot be had.
-std::string PcStore::FileNameOf(const std::u16string& id) {
-  const SyncSession session = SessionOf(side_.phoneId());
-  std::u16string path;
-  const bool isKnown = Succeeded(PathMap(session).PathOf(id, path)) && !path.empty();
-  return isKnown ? ToUtf8(NameInPath(path)) : "number " + ToUtf8(id);
+  Bstr path;
+  if (Failed(tree_->GetEntryPath(Bstr(item.id), path.Out()))) return false;
+  const std::u16string_view full = path.view();
+  return TitleOfName(full.substr(full.rfind(u'\\') + 1), item.isFolder) == item.title &&
+         Succeeded(store_->GetParentUid(Bstr(item.id), now.Out())) && now.view() == parent;
 }
 
 std::string PcStore::Label(const PcItem& item) {
-  if (!kind_.isTree) return ToUtf8(item.id);
-  std::string label;
-  for (std::u16string id = item.id; !id.empty() && id != root_.view();) {
-    std::u16string title;
-    try {
-      title = TitleOf(*Get(id, false).item);
-    } catch (const ItemError&) {
-      // It has but its number.
-    }
-    std::string part = title.empty() ? FileNameOf(id) : ToUtf8(title);
-    label = label.empty() ? std::move(part) : part.append("/").append(label);
-    Bstr parent;
-    if (Failed(store_->GetParentUid(Bstr(id), parent.Out()))) break;
-    id = parent.str();
+  Bstr root;
+  Bstr path;
+  if (!tree_ || Failed(tree_->GetRootFolder(root.Out())) ||
+      Failed(tree_->GetEntryPath(Bstr(item.id), path.Out())) ||
+      path.view().size() <= root.view().size()) {
+    return (tree_ ? "number " : "") + ToUtf8(item.id);
   }
+  std::u16string_view below = path.view().substr(root.view().size() + 1);
+  // One that holds no bookmark has no title.
+  const bool hasTitle = !item.isBroken && !item.isUnreadable;
+  if (hasTitle && HasExactTail(below, kShortcutTail)) below.remove_suffix(kShortcutTail.size());
+  std::string label = ToUtf8(below);
+  std::ranges::replace(label, '\\', '/');
   return label;
-}
-
-// The store takes a folder that cannot be opened for an empty one.
-void PcStore::RequireReadable(const std::vector<PcItem>& items) {
-  std::unordered_set<std::u16string_view> emptied;
-  for (const PcItem& item : items) {
-    if (item.change == PcChange::Gone) emptied.insert(item.parent);
-  }
-  for (const PcItem& item : items) {
-    if (item.change != PcChange::Gone) emptied.erase(item.parent);
-  }
-  for (const PcItem& item : items) {
-    if (item.change == PcChange::Gone || !item.isFolder || !emptied.contains(item.id)) continue;
-    std::vector<EntryInfo> entries;
-    const SystemError error = ListFolder(PathOf(item.id), ListDetail::Names, entries);
-    const bool isGone = error == kFileNotFound || error == kPathNotFound;
-    // It may be there for this look alone.
-    const bool isEmpty = error == kNoError && std::ranges::none_of(entries, MayTakePart);
-    if (isGone || isEmpty) continue;
-    throw StoreFailure("the folder " + Label(item) + " of the Favorites cannot be read (" +
-                       SystemErrorWords(error) + "); what is in it would look deleted");
-  }
 }
 
 }  // namespace qv

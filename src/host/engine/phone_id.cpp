@@ -138,6 +138,7 @@ PhoneIdentity MeetPhone(EngineRecord& record, const std::string& folder, bool ne
 }
 
 void WelcomePhone(EngineRecord& record, PhoneIdentity& phone) {
+  record.Upgrade();
   if (phone.known) return;
   if (phone.fileMissing) {
     Files& files = Service<Files>::Get();

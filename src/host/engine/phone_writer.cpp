@@ -63,12 +63,13 @@ void Runner::Gather(const PlanStep& step, Outgoing& out) {
   if (source.isFolder) return GatherFolder(link, *onPc.item, out);
   out.text = std::move(onPc.text);
   if (run_.sides.isTree && !out.isNew) {
-    out.text = WithExtrasOf(TextOf(run_.phone, At(run_.sides.phone, link.phone)), out.text);
+    KeepPhonePart(step, At(run_.sides.phone, link.phone), out.text);
   }
   out.row.uid = UidOf(*onPc.item);
   const auto hash = Service<Md5Provider>::Get().Digest(out.text);
   if (!hash) throw ItemError("the checksum service failed");
   out.row.hash = *hash;
+  if (run_.sides.isTree) NoteSent(step, *onPc.item, out.text, out.row);
   if (out.isNew) {
     out.row.name = run_.sides.isTree
                        ? run_.phone.FreeName(PhonePlaceFor(link), TitleOf(*onPc.item), false)
@@ -196,6 +197,7 @@ void Runner::Confirm(std::vector<Outgoing>& batch) {
       if (!info.isFolder) {
         out.row.size = info.size;
         out.row.modifiedNs = info.modifiedNs;
+        out.row.inode = info.inode;
       }
       run_.pc.Sent(out.step->act == Act::PhoneAdd ? SENTCMD_ADD : SENTCMD_REPL,
                    At(run_.sides.pc, At(run_.sides.links, out.step->link).pc));

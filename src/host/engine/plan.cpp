@@ -86,24 +86,40 @@ struct PairState {
   State phone;
 };
 
+bool HasMoved(const ItemLink& link, int32_t parent) {
+  return link.record >= 0 && parent != link.recordParent;
+}
+
+bool IsFolder(const Inventory& sides, const ItemLink& link) {
+  return sides.isTree && link.record >= 0 && IsFolderName(At(sides.records, link.record).name);
+}
+
 PairState StateOf(const Inventory& sides, const ItemLink& link) {
   PairState state{kGone, kGone};
   bool agreed = true;
   if (link.pc >= 0) {
     const PcChange change = At(sides.pc, link.pc).change;
     // On record, yet the store knows of no agreement: only a look at the contents can tell.
-    agreed = change != PcChange::New || link.relocated;
+    agreed = change != PcChange::New || link.changes.areKnown;
     if (change != PcChange::Gone) state.pc = change == PcChange::Same ? kSame : kChanged;
   }
   if (link.phone >= 0) {
     const bool same = At(sides.phone, link.phone).change == PhoneChange::Same;
     state.phone = same && agreed ? kSame : kChanged;
   }
+  // To put it elsewhere is a change too, where the other side has deleted it.
+  if (state.pc == kGone && state.phone == kSame && HasMoved(link, link.phoneParent)) {
+    state.phone = IsFolder(sides, link) ? kSame : kChanged;
+  }
+  if (state.phone == kGone && state.pc == kSame && HasMoved(link, link.pcParent)) {
+    state.pc = IsFolder(sides, link) ? kSame : kChanged;
+  }
   return state;
 }
 
 bool IsUnreadable(const Inventory& sides, const ItemLink& link) {
-  return link.phone >= 0 && At(sides.phone, link.phone).change == PhoneChange::Unreadable;
+  return (link.phone >= 0 && At(sides.phone, link.phone).change == PhoneChange::Unreadable) ||
+         (link.pc >= 0 && At(sides.pc, link.pc).isUnreadable);
 }
 
 bool IsFiltered(const Inventory& sides, const ItemLink& link) {
@@ -124,6 +140,67 @@ Winner SettledBy(Move move, const ItemLink& link) {
   return link.newer == Winner::Phone ? Winner::Phone : Winner::Pc;
 }
 
+// Whose part of a bookmark counts; `winner` where both have changed it.
+Winner PartOf(bool byPc, bool byPhone, Winner winner) {
+  if (byPc && byPhone) return winner;
+  if (byPc) return Winner::Pc;
+  return byPhone ? Winner::Phone : Winner::None;
+}
+
+// Who wins what both have changed; in a refresh, what either has.
+Winner WinnerOf(DS_SYNCTYPE mode, const ItemLink& link) {
+  if (mode == DS_SYNCTYPE_ONEFROM_CLIENT || mode == DS_SYNCTYPE_REFRESH_CLIENT)
+    return Winner::Phone;
+  if (mode == DS_SYNCTYPE_ONEFROM_SERVER || mode == DS_SYNCTYPE_REFRESH_SERVER) return Winner::Pc;
+  return link.newer == Winner::Phone ? Winner::Phone : Winner::Pc;
+}
+
+bool IsRefresh(DS_SYNCTYPE mode) {
+  return mode == DS_SYNCTYPE_REFRESH_CLIENT || mode == DS_SYNCTYPE_REFRESH_SERVER;
+}
+
+// Which title and which address a known bookmark is to have.
+void PlanParts(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link, PlanStep& step) {
+  const ItemLink::Changes& changes = link.changes;
+  if (!changes.areKnown) {
+    step.title = step.url = step.act == Act::PcReplace ? Winner::Phone : Winner::Pc;
+    return;
+  }
+  const Winner winner = WinnerOf(mode, link);
+  step.title = PartOf(changes.pcTitle, changes.phoneTitle, winner);
+  step.url = PartOf(changes.pcUrl, changes.phoneUrl, winner);
+  if (At(sides.pc, link.pc).isBroken) step.url = Winner::Phone;
+  if (!IsRefresh(mode)) return;
+  if (step.title != Winner::None) step.title = winner;
+  if (step.url != Winner::None) step.url = winner;
+}
+
+// A known bookmark that both sides changed. Each part goes the way of the side that changed it; it
+// is a conflict only where both changed the same part.
+void Merge(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link, PlanStep& step) {
+  PlanParts(mode, sides, link, step);
+  const Meaning& pc = At(sides.pc, link.pc).says;
+  const Meaning& phone = At(sides.phone, link.phone).says;
+  const ItemLink::Changes& changes = link.changes;
+  if (changes.pcTitle && changes.phoneTitle && pc.title == phone.title) step.title = Winner::None;
+  if (changes.pcUrl && changes.phoneUrl && pc.url == phone.url) step.url = Winner::None;
+  const auto has = [&](Winner winner) { return step.title == winner || step.url == winner; };
+  const Winner winner = WinnerOf(mode, link);
+  const bool oneWay = mode == DS_SYNCTYPE_ONEFROM_CLIENT || mode == DS_SYNCTYPE_ONEFROM_SERVER;
+  if (!has(Winner::Pc) && !has(Winner::Phone)) {
+    step.act = Act::Pair;
+    step.conflict = Conflict::Same;
+  } else if (has(Winner::Phone) && (!oneWay || winner == Winner::Phone)) {
+    step.act = Act::PcReplace;
+  } else if (has(Winner::Pc) && (!oneWay || winner == Winner::Pc)) {
+    step.act = Act::PhoneReplace;
+  } else {
+    step.act = Act::Remember;
+  }
+  if (!IsDisputed(sides, link)) return;
+  step.conflict = winner == Winner::Phone ? Conflict::PhoneWon : Conflict::PcWon;
+}
+
 // A step for a pair whose contents were compared.
 void Settle(Move move, const ItemLink& link, bool bothChanged, PlanStep& step) {
   if (link.content == ContentMatch::Identical) {
@@ -141,13 +218,27 @@ void Settle(Move move, const ItemLink& link, bool bothChanged, PlanStep& step) {
   if (link.content != holdsAll) step.conflict = fromPhone ? Conflict::PhoneWon : Conflict::PcWon;
 }
 
+// Of a folder the number alone tells: its times are those of what is in it.
+bool IsOther(const PcItem& item, const FileMark& file) {
+  return item.isFolder ? !item.file.IsSameFile(file) : item.file != file;
+}
+
+bool IsTreeRecordBehind(const Inventory& sides, const ItemLink& link) {
+  const PhoneItem& item = At(sides.phone, link.phone);
+  const RecordRow& row = At(sides.records, link.record);
+  const bool isKnown = row.pcSays.IsKnown() && (item.isFolder || row.phoneSays.IsKnown());
+  return !isKnown || row.hasFollowed || (!item.isFolder && item.hash != row.hash) ||
+         (!IsGonePc(sides, link) && IsOther(At(sides.pc, link.pc), row.pcFile));
+}
+
 // Whether the record tells less of the file than the file itself.
 bool IsRecordBehind(const Inventory& sides, const ItemLink& link) {
-  if (link.record < 0 || link.phone < 0) return false;
+  if (link.record < 0 || link.phone < 0 || IsUnreadable(sides, link)) return false;
   const PhoneItem& item = At(sides.phone, link.phone);
   const RecordRow& row = At(sides.records, link.record);
   return item.change == PhoneChange::Same &&
-         (item.name != row.name || item.size != row.size || item.modifiedNs != row.modifiedNs);
+         (item.name != row.name || item.size != row.size || item.modifiedNs != row.modifiedNs ||
+          (row.inode == 0 && item.inode != 0) || (sides.isTree && IsTreeRecordBehind(sides, link)));
 }
 
 // False when the link needs no step.
@@ -159,9 +250,11 @@ bool PlanLink(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link, Pl
       return IsRecordBehind(sides, link);
     case Move::ToPc:
       step.act = IsGonePc(sides, link) ? Act::PcAdd : Act::PcReplace;
+      PlanParts(mode, sides, link, step);
       return true;
     case Move::ToPhone:
       step.act = link.phone < 0 ? Act::PhoneAdd : Act::PhoneReplace;
+      PlanParts(mode, sides, link, step);
       return true;
     case Move::DeletePc:
       step.act = Act::PcDelete;
@@ -177,7 +270,12 @@ bool PlanLink(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link, Pl
     case Move::SettlePc: {
       const PairState state = StateOf(sides, link);
       const bool bothChanged = link.record >= 0 && state.pc == kChanged && state.phone == kChanged;
+      if (link.changes.areKnown && !At(sides.phone, link.phone).isFolder) {
+        Merge(mode, sides, link, step);
+        return true;
+      }
       Settle(move, link, bothChanged, step);
+      PlanParts(mode, sides, link, step);
       return true;
     }
   }
@@ -266,6 +364,11 @@ Move MoveOf(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link) {
   const PairState state = StateOf(sides, link);
   if (IsFiltered(sides, link)) return kFilteredMoves[row][state.phone];
   const bool bothThere = state.pc != kGone && state.phone != kGone;
+  if (bothThere && At(sides.pc, link.pc).isBroken) {
+    // The phone's text heals it.
+    return mode == DS_SYNCTYPE_REFRESH_SERVER ? Move::None : kPairMoves[row][kSame][kChanged];
+  }
+  if (link.changes.areKnown) return kPairMoves[row][state.pc][state.phone];
   if (mode == DS_SYNCTYPE_SLOW && bothThere &&
       (state.pc == kChanged) == (state.phone == kChanged)) {
     const bool unchanged = state.pc == kSame && link.content == ContentMatch::Identical;
@@ -279,10 +382,18 @@ Move MoveOf(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link) {
 }
 
 bool NeedsContent(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link) {
-  if (link.content != ContentMatch::Unknown) return false;
+  if (link.content != ContentMatch::Unknown || link.changes.areKnown) return false;
   return IsSettle(MoveOf(mode, sides, link)) ||
          (mode == DS_SYNCTYPE_SLOW && link.phone >= 0 && !IsGonePc(sides, link) &&
           !IsUnreadable(sides, link));
+}
+
+bool IsDisputed(const Inventory& sides, const ItemLink& link) {
+  if (!link.changes.areKnown || link.phone < 0 || IsGonePc(sides, link)) return false;
+  const Meaning& pc = At(sides.pc, link.pc).says;
+  const Meaning& phone = At(sides.phone, link.phone).says;
+  return (link.changes.pcTitle && link.changes.phoneTitle && pc.title != phone.title) ||
+         (link.changes.pcUrl && link.changes.phoneUrl && pc.url != phone.url);
 }
 
 SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides) {

@@ -39,7 +39,11 @@ struct PlanStep {
   bool withParent = false;   // goes because its series, or the folder that it is in, goes
   Placing placing = Placing::Same;
   bool isExtra = false;  // beside another step for the same item: it counts no further
-  int32_t order = 0;     // among steps of one rank: folders from the top down, or up for deleting
+  // In a tree: whose title and address the pair is to have; none for each side's own. What a step
+  // does not take from the other side it leaves as it is.
+  Winner title = Winner::None;
+  Winner url = Winner::None;
+  int32_t order = 0;  // among steps of one rank: folders from the top down, or up for deleting
 };
 
 struct SyncPlan {
@@ -79,6 +83,9 @@ enum class Move : uint8_t {
 Move MoveOf(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link);
 // Whether the plan reads the link's `content`.
 bool NeedsContent(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link);
+
+// Whether both sides have changed the title, or the address, to something else.
+bool IsDisputed(const Inventory& sides, const ItemLink& link);
 
 SyncPlan BuildPlan(DS_SYNCTYPE mode, const Inventory& sides);
 

@@ -66,7 +66,19 @@ class TreePlan {
     step.link = link;
     step.act = act;
     step.isExtra = Does(link, Act::PcReplace) || Does(link, Act::PhoneReplace);
+    if (step.isExtra) {
+      step.title = StepOf(link)->title;
+      step.url = StepOf(link)->url;
+    }
     added_.push_back(step);
+  }
+
+  bool IsTwoWay() const {
+    return plan_.mode == DS_SYNCTYPE_NONE || plan_.mode == DS_SYNCTYPE_TWO_NORMAL ||
+           plan_.mode == DS_SYNCTYPE_SLOW;
+  }
+  static bool HasFromPc(const PlanStep& step) {
+    return step.title == Winner::Pc || step.url == Winner::Pc;
   }
 
   bool WillBeOnPc(int32_t i) {
@@ -109,6 +121,7 @@ Placing TreePlan::PlacingOf(int32_t i) {
   const ItemLink& link = Link(i);
   if (!IsOnPc(i) || !IsOnPhone(i) || link.pcParent == link.phoneParent) return Placing::Same;
   if (At(sides_.phone, link.phone).change == PhoneChange::Unreadable) return Placing::Same;
+  if (At(sides_.pc, link.pc).isUnreadable) return Placing::Same;
   if (Does(i, Act::PcDelete) || Does(i, Act::PhoneDelete)) return Placing::Same;
   const bool onPhone = link.record >= 0 && link.recordParent != link.phoneParent;
   const bool onPc = link.record < 0 || link.recordParent != link.pcParent;
@@ -141,7 +154,9 @@ void TreePlan::BreakRing(int32_t i) {
 void TreePlan::Place(int32_t i) {
   const ItemLink& link = Link(i);
   const Placing placing = At(placings_, i);
-  const bool renamed = link.relocated && link.content != ContentMatch::Identical;
+  // A place that the other side may not be told yet must not pass for one that was agreed on.
+  const bool isApart = IsOnPc(i) && IsOnPhone(i) && link.pcParent != link.phoneParent;
+  if (isApart && placing == Placing::Same && Does(i, Act::Remember)) Drop(i);
   if (placing == Placing::AsOnPhone && !Does(i, Act::PcReplace)) {
     // Until it is done nothing else may be noted of the pair.
     if (IsFolder(i)) {
@@ -150,7 +165,15 @@ void TreePlan::Place(int32_t i) {
       Does(i, Act::PhoneReplace) ? AddExtra(i, Act::PcMove) : Set(i, Act::PcMove);
     }
   }
-  if (placing == Placing::AsOnPc || (renamed && Does(i, Act::PhoneReplace))) {
+  // What goes both ways comes to the PC first; and the phone's file goes by the title.
+  const bool mixed = Does(i, Act::PcReplace) && IsTwoWay() && HasFromPc(*StepOf(i));
+  const bool renamed = (mixed || Does(i, Act::PhoneReplace)) && StepOf(i)->title == Winner::Pc &&
+                       link.changes.pcTitle;
+  if (mixed) {
+    AddExtra(i, Act::PhoneReplace);
+    added_.back().isExtra = false;
+  }
+  if (placing == Placing::AsOnPc || renamed) {
     // A folder that both sides renamed or moved follows the PC.
     IsFolder(i) ? Set(i, Act::PhoneMove) : AddExtra(i, Act::PhoneMove);
   }

@@ -57,8 +57,7 @@ size_t Runner::GroupSize(Steps steps) const {
 
 bool Runner::Run(const SyncPlan& plan) {
   run_.phone.DiscardLeftovers();
-  if (run_.sides.isTree) ForgetGone();
-  if (run_.sides.isTree) FindStaleFolders(plan);
+  if (run_.sides.isTree) BeginTree(plan);
   for (const PlanStep& step : plan.steps) {
     if (step.act == Act::PcDelete) {
       leaving_.insert(At(run_.sides.pc, At(run_.sides.links, step.link).pc).id);
@@ -109,13 +108,21 @@ std::string Runner::NameOf(const ItemLink& link) const {
 }
 
 RecordRow Runner::RowOf(const PhoneItem& item, std::u16string sourceUid) const {
-  return {item.name, item.size, item.modifiedNs, item.hash, item.uid, std::move(sourceUid)};
+  RecordRow row{item.name, item.size, item.modifiedNs, item.hash, item.uid, std::move(sourceUid)};
+  row.inode = item.inode;
+  row.phoneSays = item.says;
+  if (const auto untold = untoldPhone_.find(item.record); untold != untoldPhone_.end()) {
+    untold->second.KeepIn(row.phoneSays);
+    row.hash = {};
+  }
+  return row;
 }
 
 void Runner::Put(RecordRow row) {
   for (const auto& [name, recorded] : staleFolders_) {
     if (row.name.starts_with(name)) row.name.replace(0, name.size(), recorded);
   }
+  if (run_.sides.isTree) Complete(row);
   run_.record.Put(run_.phoneId, run_.pc.kind().name, row);
 }
 
@@ -206,6 +213,7 @@ void Runner::AddToPc(ItemLink& link, std::string_view text) {
   KeepNeighboursState(id);
   transaction.Commit();
   if (run_.sides.isTree) NoteOnPc(link, id, place);
+  untoldPhone_.erase(link.record);
   PutSuccessor(link, std::move(id));
   ++report_.pc.added;
 }
@@ -215,9 +223,9 @@ void Runner::RequirePcUnchanged(const PcItem& item, const PcText* current) const
   if (current == nullptr) return;
   bool changed = false;
   if (run_.sides.isTree) {
-    DATE modified = 0.0;
-    Check(current->item->get_Modified(&modified));
-    changed = !item.isFolder && CompareDateTime(modified, item.modified) != 0;
+    const FileMark now = run_.pc.FileNow(item.id);
+    changed =
+        !item.isFolder && (now.modifiedNs != item.file.modifiedNs || now.size != item.file.size);
   } else if (item.stamp != 0) {
     Bstr md5;
     Check(current->item->get_Md5(md5.Out()));
@@ -245,8 +253,8 @@ void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
   if (step.conflict == Conflict::PhoneWon) note = KeepLoser(step, item, current->text);
   std::u16string id = target.id;
   if (run_.sides.isTree) {
-    if (!current) throw ItemError("the PC cannot read it");
-    id = ReplaceInPlace(target, TitleOf(*current->item), text, place);
+    if (!current && !target.isBroken) throw ItemError("the PC cannot read it");
+    id = ReplaceInPlace(target, Merged(step, target, current ? &*current : nullptr, text), place);
   } else if (HasMoved(target.id, item.seriesUid, current ? current->item.get() : nullptr)) {
     id = run_.pc.Add(text);
     run_.pc.Delete(target.id);
@@ -257,6 +265,7 @@ void Runner::ReplaceOnPc(const PlanStep& step, std::string_view text) {
   transaction.Commit();
   if (note) report_.conflicts.push_back(std::move(*note));
   if (run_.sides.isTree) NoteOnPc(link, id, place);
+  if (run_.sides.isTree) TellPc(step);
   PutSuccessor(link, std::move(id));
   ++report_.pc.replaced;
   report_.phoneWon += step.conflict == Conflict::PhoneWon;
@@ -384,6 +393,8 @@ bool Runner::Note(Steps steps) {
       continue;
     }
     const bool known = step->act == Act::Remember;
+    if (!known && link.record >= 0) untoldPhone_.erase(link.record);
+    if (!known) untoldPc_.erase(At(run_.sides.pc, link.pc).id);
     Put(RowOf(At(run_.sides.phone, link.phone), known
                                                     ? At(run_.sides.records, link.record).sourceUid
                                                     : At(run_.sides.pc, link.pc).id));

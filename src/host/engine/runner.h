@@ -18,6 +18,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -95,12 +96,22 @@ class Runner {
   void AddToPc(ItemLink& link, std::string_view text);
   void ReplaceOnPc(const PlanStep& step, std::string_view text);
   void DeleteFromPc(const PlanStep& step);
-  // `title` is what the PC's item is called before.
-  std::u16string ReplaceInPlace(const PcItem& target, const std::u16string& title,
-                                std::string_view text, const PcPlace& place);
+  std::u16string ReplaceInPlace(const PcItem& target, std::string_view text, const PcPlace& place);
 
   // Of a tree. The places throw ItemError for an item whose folder the other side does not have.
+  void BeginTree(const SyncPlan& plan);
   void ForgetGone();
+  void NoteFollowed();
+  void FindUntold();
+  PcItem* FindPc(const std::u16string& id);
+  void Complete(RecordRow& row);
+  std::string Merged(const PlanStep& step, const PcItem& target, const PcText* current,
+                     std::string_view text) const;
+  void KeepPhonePart(const PlanStep& step, const PhoneItem& item, std::string& text) const;
+  void NoteSent(const PlanStep& step, IItemCommon& onPc, std::string_view text, RecordRow& row);
+  // The PC's item, or the phone's, has been given what the step takes from the other side.
+  void TellPc(const PlanStep& step);
+  void TellPhone(const PlanStep& step, RecordRow* row);
   void FindStaleFolders(const SyncPlan& plan);
   PcPlace PcPlaceFor(const PlanStep& step) const;
   std::string PhonePlaceFor(const ItemLink& link) const;
@@ -148,6 +159,21 @@ class Runner {
   RunSides run_;
   StoreReport& report_;
   ProgressMeter& progress_;
+  // What of an item has changed and the other side has not been told, and what was agreed on: of
+  // the PC's by identifier, of the phone's by record.
+  struct Untold {
+    Meaning agreed;
+    bool title = false;
+    bool url = false;
+    FileMark file = {};  // of the PC's, as it was then
+    void KeepIn(Meaning& says) const {
+      if (title) says.title = agreed.title;
+      if (url) says.url = agreed.url;
+    }
+  };
+  std::unordered_map<std::u16string, Untold> untoldPc_;
+  std::unordered_map<int32_t, Untold> untoldPhone_;
+  std::unordered_map<std::u16string, int32_t> pcById_;
   // Items that this run has brought in step, and the known ones by the identifier of their series.
   std::unordered_set<std::u16string> settled_;
   struct Family {

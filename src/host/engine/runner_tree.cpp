@@ -4,10 +4,127 @@
 #include "host/engine/runner_try.h"
 #include "host/engine/scan.h"
 #include "host/engine/tree_links.h"
+#include "items/vbookmark.h"
 #include "support/text.h"
 #include "support/user_flags.h"
 
 namespace qv {
+
+void Runner::BeginTree(const SyncPlan& plan) {
+  for (int32_t i = 0; i < IndexOf(run_.sides.pc); ++i) {
+    const PcItem& item = At(run_.sides.pc, i);
+    if (item.change != PcChange::Gone) pcById_.emplace(item.id, i);
+  }
+  NoteFollowed();
+  FindUntold();
+  ForgetGone();
+  FindStaleFolders(plan);
+}
+
+// Before the numbers that the record still has mean something else.
+void Runner::NoteFollowed() {
+  SqliteTransaction group = run_.record.Group();
+  for (const RecordRow& row : run_.sides.records) {
+    if (row.hasFollowed) run_.record.Put(run_.phoneId, run_.pc.kind().name, row);
+  }
+  group.Commit();
+}
+
+void Runner::FindUntold() {
+  for (const ItemLink& link : run_.sides.links) {
+    if (link.record < 0) continue;
+    const ItemLink::Changes& changes = link.changes;
+    const RecordRow& row = At(run_.sides.records, link.record);
+    if (link.pc >= 0 && (changes.pcTitle || changes.pcUrl)) {
+      untoldPc_[row.sourceUid] = {row.pcSays, changes.pcTitle, changes.pcUrl, row.pcFile};
+    }
+    const bool isFile = link.phone >= 0 && !At(run_.sides.phone, link.phone).isFolder;
+    if (isFile && (changes.phoneTitle || changes.phoneUrl)) {
+      untoldPhone_[link.record] = {row.phoneSays, changes.phoneTitle, changes.phoneUrl};
+    }
+  }
+}
+
+PcItem* Runner::FindPc(const std::u16string& id) {
+  const auto found = pcById_.find(id);
+  return found == pcById_.end() ? nullptr : &At(run_.sides.pc, found->second);
+}
+
+// What the PC's side of a pair is now, as far as the phone has been told.
+void Runner::Complete(RecordRow& row) {
+  // Its next look at the file must be one into it.
+  if (row.hash == Md5Digest{} && !IsFolderName(row.name)) row.modifiedNs = 0;
+  PcItem* item = FindPc(row.sourceUid);
+  if (item == nullptr) return;
+  const bool isChanged = settled_.contains(item->id);
+  if (isChanged || item->file == FileMark{}) item->file = run_.pc.FileNow(item->id);
+  if (isChanged || (!item->isFolder && item->says.url == Md5Digest{})) {
+    Try("pc", *item, [&] { item->says = run_.pc.SaysNow(*item); });
+  }
+  row.pcSays = item->says;
+  row.pcFile = item->file;
+  const auto untold = untoldPc_.find(row.sourceUid);
+  if (untold == untoldPc_.end()) return;
+  untold->second.KeepIn(row.pcSays);
+  // With the new stamps the new address would pass for the one that was agreed on.
+  if (untold->second.url) row.pcFile = untold->second.file;
+}
+
+// The phone's text, with the PC's own title and address where those stay.
+std::string Runner::Merged(const PlanStep& step, const PcItem& target, const PcText* current,
+                           std::string_view text) const {
+  if (target.isFolder) return std::string(text);
+  const bool keepsUrl = step.url != Winner::Phone && current != nullptr;
+  const std::u16string url = keepsUrl ? UrlOf(*current->item) : std::u16string();
+  return WithParts(text, step.title == Winner::Phone ? nullptr : &target.title,
+                   keepsUrl ? &url : nullptr);
+}
+
+// The other way round; a title that the phone's text does not have stays out of it.
+void Runner::KeepPhonePart(const PlanStep& step, const PhoneItem& item, std::string& text) const {
+  const std::string own = TextOf(run_.phone, item);
+  const std::optional<Bookmark> phone = ParseVBookmark(own);
+  if (phone) {
+    text = WithParts(text, step.title == Winner::Pc ? nullptr : &phone->title,
+                     step.url == Winner::Pc ? nullptr : &phone->url);
+  }
+  text = WithExtrasOf(own, text);
+}
+
+void Runner::TellPc(const PlanStep& step) {
+  const ItemLink& link = At(run_.sides.links, step.link);
+  const auto pc = untoldPc_.find(At(run_.sides.pc, link.pc).id);
+  if (pc != untoldPc_.end() && step.title == Winner::Phone) pc->second.title = false;
+  if (pc != untoldPc_.end() && step.url == Winner::Phone) pc->second.url = false;
+  const auto phone = untoldPhone_.find(link.record);
+  if (phone == untoldPhone_.end()) return;
+  if (step.title != Winner::Pc) phone->second.title = false;
+  if (step.url != Winner::Pc) phone->second.url = false;
+  if (!phone->second.title && !phone->second.url) untoldPhone_.erase(phone);
+}
+
+void Runner::TellPhone(const PlanStep& step, RecordRow* row) {
+  const ItemLink& link = At(run_.sides.links, step.link);
+  const auto pc = untoldPc_.find(At(run_.sides.pc, link.pc).id);
+  if (pc != untoldPc_.end() && step.title != Winner::Phone) pc->second.title = false;
+  if (pc != untoldPc_.end() && step.url != Winner::Phone) pc->second.url = false;
+  const auto phone = untoldPhone_.find(link.record);
+  if (phone == untoldPhone_.end() || row == nullptr) return;
+  if (step.title == Winner::Pc) phone->second.title = false;
+  if (step.url == Winner::Pc) phone->second.url = false;
+  phone->second.KeepIn(row->phoneSays);
+  if (phone->second.title || phone->second.url) row->hash = {};
+}
+
+// Of a text on its way to the phone.
+void Runner::NoteSent(const PlanStep& step, IItemCommon& onPc, std::string_view text,
+                      RecordRow& row) {
+  const ItemLink& link = At(run_.sides.links, step.link);
+  At(run_.sides.pc, link.pc).says = MeaningOf(TitleOf(onPc), UrlOf(onPc));
+  const bool isNew = link.phone < 0;
+  row.phoneSays = MeaningOf(ForPc(text, isNew ? "" : At(run_.sides.phone, link.phone).name));
+  TellPhone(step, &row);
+}
 
 // A number on the PC stands for a path. What is known of one that is gone must not be taken for
 // what is put there next.
@@ -57,6 +174,7 @@ void Runner::NoteOnPc(ItemLink& link, const std::u16string& id, const PcPlace& p
   if (isNew) {
     link.pc = IndexOf(run_.sides.pc);
     run_.sides.pc.push_back({});
+    pcById_[id] = link.pc;
   }
   PcItem& item = At(run_.sides.pc, link.pc);
   if (isNew || item.parent != place.parent) link.pcParent = link.phoneParent;
@@ -64,11 +182,12 @@ void Runner::NoteOnPc(ItemLink& link, const std::u16string& id, const PcPlace& p
   item.parent = place.parent;
   item.isFolder = place.isFolder;
   item.change = PcChange::Same;
+  item.isBroken = false;
 }
 
 // The store refuses a place where the name is taken: there the item gets a number.
-std::u16string Runner::ReplaceInPlace(const PcItem& target, const std::u16string& title,
-                                      std::string_view text, const PcPlace& place) {
+std::u16string Runner::ReplaceInPlace(const PcItem& target, std::string_view text,
+                                      const PcPlace& place) {
   // What fails once may be anything, and fail no more.
   for (int tries = 0; tries < 2; ++tries) {
     try {
@@ -76,17 +195,14 @@ std::u16string Runner::ReplaceInPlace(const PcItem& target, const std::u16string
       return target.id;
     } catch (const ItemError&) {
       // Not where it went half of the way: the next run takes that up.
-      if (!run_.pc.IsAt(target.id, title, target.parent)) throw;
+      if (!run_.pc.IsAt(target, target.parent)) throw;
     }
   }
-  if (place.isFolder) {
-    const std::u16string name = TitleOf(*run_.pc.ParseFolder(text));
-    run_.pc.Replace(target.id, FolderText(name + u"(2)"), place);
-    return target.id;
-  }
-  std::u16string id = run_.pc.Add(text, place);
-  run_.pc.Delete(target.id);
-  return id;
+  const auto item = place.isFolder ? run_.pc.ParseFolder(text) : run_.pc.Parse(text);
+  const std::u16string name = TitleOf(*item) + u"(2)";
+  run_.pc.Replace(target.id, place.isFolder ? FolderText(name) : WithParts(text, &name, nullptr),
+                  place);
+  return target.id;
 }
 
 // The PC's own text, in the folder that the phone has it in.
@@ -99,10 +215,11 @@ void Runner::MoveOnPc(const PlanStep& step) {
   const PcPlace place = PcPlaceFor(asOnPhone);
   const PcText current = run_.pc.Get(target.id, false);
   RequirePcUnchanged(target, &current);
-  const std::u16string id = ReplaceInPlace(target, TitleOf(*current.item), current.text, place);
+  const std::u16string id = ReplaceInPlace(target, current.text, place);
   // What the phone does not know yet stays to be sent.
   if (target.change != PcChange::Same) run_.pc.MarkPending(id, place);
   transaction.Commit();
+  settled_.insert(id);
   NoteOnPc(link, id, place);
   At(run_.sides.pc, link.pc).change = target.change;
   Put(RowOf(At(run_.sides.phone, link.phone), id));
@@ -156,15 +273,10 @@ bool Runner::MoveOnPhone(const PlanStep& step) {
   link.phoneParent = link.pcParent;
   SqliteTransaction group = run_.record.Group();
   if (!stays) NoteRenamed(step.link, name);
-  if (item.isFolder) {
-    run_.pc.Sent(SENTCMD_ADD, onPc);
-    Put(RowOf(item, onPc.id));
-  } else if (settled_.contains(onPc.id)) {
-    Put(RowOf(item, onPc.id));
-  } else if (link.record >= 0) {
-    // It is agreed on when its text has gone there too.
-    Put(RowOf(item, At(run_.sides.records, link.record).sourceUid));
-  }
+  // A text that is to follow is told when it has gone.
+  if (item.isFolder) TellPhone(step, nullptr);
+  if (!step.isExtra) run_.pc.Sent(SENTCMD_ADD, onPc);
+  if (item.isFolder || link.record >= 0 || settled_.contains(onPc.id)) Put(RowOf(item, onPc.id));
   group.Commit();
   return !stays;
 }

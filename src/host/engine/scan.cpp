@@ -4,7 +4,6 @@
 #include <chrono>
 #include <map>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 #include "host/engine/errors.h"
@@ -23,13 +22,6 @@ constexpr int64_t kFineStampNs = 20'000'000;
 constexpr int64_t kCoarseStampNs = 2'000'000'000;
 constexpr int64_t kSecondNs = 1'000'000'000;
 
-// A file written in the moment the record was made may have been written again in the same moment,
-// with the same size: only its content can tell.
-bool IsSettled(int64_t modifiedNs, int64_t recordNs) {
-  const bool coarse = modifiedNs % kSecondNs == 0;
-  return modifiedNs < recordNs - (coarse ? kCoarseStampNs : kFineStampNs);
-}
-
 std::string_view HashKey(const Md5Digest& hash) {
   return {reinterpret_cast<const char*>(hash.data()), hash.size()};
 }
@@ -42,7 +34,7 @@ class Scan {
 
   std::vector<PhoneItem> Run(const std::vector<FolderEntry>& files) {
     MeetByName(files);
-    FindTouchedFolders();
+    FindTwins();
     for (int32_t i = 0; i < IndexOf(items_); ++i) {
       if (IsSyncStopped()) throw SyncStopped();
       LookAt(i);
@@ -59,9 +51,9 @@ class Scan {
   // Why the text cannot be had.
   std::string Load(PhoneItem& item, std::string& text);
   void Judge(PhoneItem& item);
-  void FindTouchedFolders();
   void FindTwins();
-  bool MayBeExchanged(const PhoneItem& item) const;
+  bool IsKnownFile(const PhoneItem& item) const;
+  bool MustLook(const PhoneItem& item) const;
   void Become(PhoneItem& item, int32_t record);
   bool FindReplaced();
   bool FindExchanged();
@@ -80,7 +72,6 @@ class Scan {
   const TextLook& look_;
   std::vector<ItemFailure>& failed_;
   std::vector<PhoneItem> items_;
-  std::unordered_set<std::string_view> touched_;  // folders that changed, or one above them
   std::vector<bool> twins_;  // records of the size and time of another one that held something else
   std::vector<bool> met_;    // records whose file is there
   std::unordered_multimap<std::string_view, int32_t> missing_;  // records by hash
@@ -98,6 +89,7 @@ void Scan::MeetByName(const std::vector<FolderEntry>& files) {
     item.isFolder = IsFolderName(file.name);
     item.size = file.info.size;
     item.modifiedNs = file.info.modifiedNs;
+    item.inode = file.info.inode;
     if (const auto found = byName.find(file.name); found != byName.end()) {
       item.record = found->second;
       met_[static_cast<size_t>(item.record)] = true;
@@ -146,20 +138,9 @@ void Scan::Judge(PhoneItem& item) {
   if (item.record < 0) return;
   const RecordRow& row = At(records_, item.record);
   item.change = item.hash == row.hash ? PhoneChange::Same : PhoneChange::Changed;
-  if (item.change == PhoneChange::Same) item.uid = row.uid;
-}
-
-// A name in a folder that changed may stand for another file than before.
-void Scan::FindTouchedFolders() {
-  if (rules_.readAll) return;
-  if (rules_.isTouched) touched_.insert(std::string_view());
-  for (const PhoneItem& item : items_) {
-    if (!item.isFolder) continue;
-    const bool touched =
-        !IsSettled(item.modifiedNs, rules_.recordNs) || touched_.contains(FolderOfName(item.name));
-    if (touched) touched_.insert(item.name);
-  }
-  if (!touched_.empty()) FindTwins();
+  if (item.change != PhoneChange::Same) return;
+  item.uid = row.uid;
+  item.says = row.phoneSays;
 }
 
 void Scan::FindTwins() {
@@ -173,8 +154,22 @@ void Scan::FindTwins() {
   }
 }
 
-bool Scan::MayBeExchanged(const PhoneItem& item) const {
-  return touched_.contains(FolderOfName(item.name)) && twins_[static_cast<size_t>(item.record)];
+// By its stamps. Of two of one size and time the numbers tell which is which, where the file system
+// keeps them; a card that gives them out anew has these looked into.
+bool Scan::IsKnownFile(const PhoneItem& item) const {
+  if (rules_.readAll || item.record < 0) return false;
+  const RecordRow& row = At(records_, item.record);
+  return item.size == row.size && item.modifiedNs == row.modifiedNs &&
+         IsSettled(item.modifiedNs, rules_.recordNs) &&
+         (item.inode == row.inode || !twins_[static_cast<size_t>(item.record)]) &&
+         (!rules_.isTree || row.phoneSays.IsKnown());
+}
+
+// A text without a title goes by the name of its file.
+bool Scan::MustLook(const PhoneItem& item) const {
+  if (rules_.readAll || item.change != PhoneChange::Same) return true;
+  return rules_.isTree && (!item.says.IsKnown() ||
+                           BaseOfName(item.name) != BaseOfName(At(records_, item.record).name));
 }
 
 void Scan::LookAt(int32_t index) {
@@ -185,15 +180,13 @@ void Scan::LookAt(int32_t index) {
     item.isAlien = !noFile->mayBeItem;
     return Fail(item, noFile->reason);
   }
-  if (!rules_.readAll && item.record >= 0) {
+  if (IsKnownFile(item)) {
     const RecordRow& row = At(records_, item.record);
-    if (item.size == row.size && item.modifiedNs == row.modifiedNs &&
-        IsSettled(item.modifiedNs, rules_.recordNs) && !MayBeExchanged(item)) {
-      item.hash = row.hash;
-      item.uid = row.uid;
-      item.change = PhoneChange::Same;
-      return;
-    }
+    item.hash = row.hash;
+    item.uid = row.uid;
+    item.says = row.phoneSays;
+    item.change = PhoneChange::Same;
+    return;
   }
   std::string text;
   if (std::string reason = Load(item, text); !reason.empty()) {
@@ -201,7 +194,7 @@ void Scan::LookAt(int32_t index) {
     return Fail(item, reason);
   }
   Judge(item);
-  if (!rules_.readAll && item.change == PhoneChange::Same) return;
+  if (!MustLook(item)) return;
   if (std::string reason = look_(index, item, text); !reason.empty()) return Fail(item, reason);
   if (text.size() <= kKeptText) item.text.assign(text);
 }
@@ -254,6 +247,7 @@ void Scan::Become(PhoneItem& item, int32_t record) {
   item.record = record;
   item.change = PhoneChange::Same;
   item.uid = At(records_, record).uid;
+  if (!item.says.IsKnown()) item.says = At(records_, record).phoneSays;
 }
 
 // A file that holds what the record says of one that is missing is that one, and has come into the
@@ -352,9 +346,9 @@ std::string TextOf(const PhoneFolder& phone, const PhoneItem& item) {
   return text;
 }
 
-bool IsCollectionTouched(const PhoneFolder& phone, int64_t recordNs) {
-  FileInfo info;
-  return phone.Stat("", info) || !IsSettled(info.modifiedNs, recordNs);
+bool IsSettled(int64_t modifiedNs, int64_t recordNs) {
+  const bool coarse = modifiedNs % kSecondNs == 0;
+  return modifiedNs < recordNs - (coarse ? kCoarseStampNs : kFineStampNs);
 }
 
 int64_t FileClockNs() {

@@ -14,8 +14,7 @@ namespace qv {
 struct ScanRules {
   bool readAll = false;  // even what looks the same by name, size and time
   int64_t recordNs = 0;  // when the record was made, by the clock that stamps files
-  // Whether a tree itself changed since: a name in it may stand for another file.
-  bool isTouched = false;
+  bool isTree = false;   // what each item says must be known
 };
 
 // Looks into the text of an item: fills in what the item keeps of it, and answers why the text
@@ -35,8 +34,8 @@ std::vector<PhoneItem> ScanPhone(const PhoneFolder& phone, const std::vector<Fol
 // no longer the one that was scanned.
 std::string TextOf(const PhoneFolder& phone, const PhoneItem& item);
 
-// Whether the collection changed so lately that its names may not stand for the recorded files.
-bool IsCollectionTouched(const PhoneFolder& phone, int64_t recordNs);
+// Whether a file of this time cannot have been written again unseen in the moment of the record.
+bool IsSettled(int64_t modifiedNs, int64_t recordNs);
 
 // By the clock that stamps files, in nanoseconds since 1970.
 int64_t FileClockNs();

@@ -68,10 +68,8 @@ PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phon
   }
   if (pending.phoneReachable) {
     std::vector<ItemFailure> failed;
-    sides.phone =
-        ScanPhone(folder, files, sides.records,
-                  {false, state.endedNs, kind.isTree && IsCollectionTouched(folder, state.endedNs)},
-                  PlainLook(pc), failed);
+    sides.phone = ScanPhone(folder, files, sides.records, {false, state.endedNs, kind.isTree},
+                            PlainLook(pc), failed);
   } else {
     sides.phone = AsRecorded(sides.records);
   }

@@ -57,16 +57,6 @@ std::string Taken(const StoreKind& kind, const PhoneItem& item, std::string_view
   return kind.isTree ? ForPc(text, item.name) : std::string(text);
 }
 
-// Without the numbers at its end that a name gets where it is taken.
-std::u16string_view WithoutNumbers(std::u16string_view name) {
-  while (name.ends_with(u')')) {
-    const size_t open = name.find_last_not_of(u"0123456789", name.size() - 2);
-    if (open == 0 || open == name.npos || name[open] != u'(' || open + 2 == name.size()) break;
-    name = name.substr(0, open);
-  }
-  return name;
-}
-
 }  // namespace
 
 TextLook PlainLook(PcStore& store) {
@@ -76,6 +66,7 @@ TextLook PlainLook(PcStore& store) {
       const ComPtr<IItemCommon> parsed = store.Parse(text);
       if (!parsed) return kNoItem;
       NoteText(*parsed, item);
+      if (store.kind().isTree) item.says = MeaningOf(ForPc(text, item.name));
       return {};
     } catch (const AlienItem& error) {
       item.isAlien = true;
@@ -94,7 +85,7 @@ Inventory Survey::Load(DS_SYNCTYPE mode, std::vector<RecordRow> records,
   sides_.records = std::move(records);
   pc_.ReadItems(sides_.pc, sides_.pcCount, mode == DS_SYNCTYPE_SLOW);
   recordNs_ = recordNs;
-  if (sides_.isTree) FindTouchedFolders();
+  if (sides_.isTree) FollowRecords();
   ScanFor(mode, files, recordNs);
   if (mode == DS_SYNCTYPE_SLOW) {
     LinkSlow(sides_, matches_);
@@ -110,8 +101,11 @@ Inventory Survey::Load(DS_SYNCTYPE mode, std::vector<RecordRow> records,
     MatchFolders();
     MatchLone();
   }
+  if (sides_.isTree) {
+    FindParents(sides_);
+    JudgeTree(mode);
+  }
   CompareLinks(mode);
-  if (sides_.isTree) FindParents(sides_);
   return std::move(sides_);
 }
 
@@ -133,7 +127,7 @@ bool Survey::Try(const char*& side, const std::string& item, Body&& body) {
 void Survey::ScanFor(DS_SYNCTYPE mode, const std::vector<FolderEntry>& files, int64_t recordNs) {
   ScanRules rules;
   rules.recordNs = recordNs;
-  rules.isTouched = sides_.isTree && IsCollectionTouched(phone_, recordNs);
+  rules.isTree = sides_.isTree;
   TextLook look = PlainLook(pc_);
   if (mode == DS_SYNCTYPE_SLOW) {
     pc_.PrepareSlowSync();
@@ -159,6 +153,7 @@ std::string Survey::LookAndMatch(int32_t index, PhoneItem& item, std::string_vie
     const ComPtr<IItemCommon> parsed = ParseInPlace(item, text, duplicate);
     if (!parsed) return kNoItem;
     NoteText(*parsed, item);
+    if (sides_.isTree && !item.isFolder) item.says = MeaningOf(text);
     if (duplicate.sourceUid.empty()) return {};
     if (item.isFolder) {
       match.content = ContentMatch::Identical;
@@ -212,8 +207,11 @@ std::vector<LoneItem> Survey::PhonePrints(const std::vector<int32_t>& links) {
   items.reserve(links.size());
   for (const int32_t link : links) {
     PhoneItem& item = At(sides_.phone, At(sides_.links, link).phone);
-    LoneItem lone{link, item.uid, std::nullopt, {}};
-    if (sides_.isTree) lone.place = PcPlaceOf(sides_, At(sides_.links, link));
+    LoneItem lone{link, item.uid, std::nullopt};
+    if (sides_.isTree) {
+      items.push_back(LoneInTree(link));
+      continue;
+    }
     const char* side = "phone";
     const bool done = Try(side, item.name, [&] {
       const ComPtr<IItemCommon> parsed = pc_.Parse(Taken(pc_.kind(), item, TextOf(phone_, item)));
@@ -231,20 +229,23 @@ std::vector<LoneItem> Survey::PcPrints(const std::vector<int32_t>& links) {
   items.reserve(links.size());
   for (const int32_t link : links) {
     const std::u16string& id = At(sides_.pc, At(sides_.links, link).pc).id;
-    LoneItem lone{link, {}, std::nullopt, At(sides_.pc, At(sides_.links, link).pc).parent};
+    LoneItem lone{link, {}, std::nullopt};
+    bool isRead = false;
     // An item that is not recognised may be doubled, so what fails once is tried again. What fails
     // twice matches nothing; the run will tell.
-    for (int tries = 0; tries < 2 && !lone.print; ++tries) {
+    for (int tries = 0; tries < 2 && !isRead; ++tries) {
       CheckStop();
       try {
         const PcText onPc = pc_.Get(id, false);
         lone.uid = UidOf(*onPc.item);
-        lone.print = PrintOf(pc_, *onPc.item);
+        if (sides_.isTree) NoteOnPc(At(sides_.links, link), *onPc.item, lone);
+        if (!sides_.isTree) lone.print = PrintOf(pc_, *onPc.item);
+        isRead = true;
       } catch (const ItemError&) {
       } catch (const StatusError&) {
       }
     }
-    if (!lone.print) pc_.RequireDatabase();
+    if (!isRead) pc_.RequireDatabase();
     items.push_back(std::move(lone));
   }
   return items;
@@ -276,123 +277,9 @@ void Survey::MatchOccurrences() {
   LinkOccurrences(sides_, matches);
 }
 
-void Survey::MatchFolders() {
-  if (!sides_.isTree) return;
-  LinkFoldersByName(sides_, [this](const PcItem& item) { return pc_.FolderName(item.id); });
-}
-
-void Survey::FindTouchedFolders() {
-  constexpr int64_t kSlack = 2;  // seconds: coarse stamps, and the end of the last run itself
-  const int64_t since = recordNs_ / 1'000'000'000 - kSlack;
-  rootTouched_ = pc_.RootChangedSince(since);
-  for (const PcItem& item : sides_.pc) {
-    if (!item.isFolder || item.change == PcChange::Gone) continue;
-    const bool own = UnixSecondsFromDate(LocalToUtc(item.modified, true).value) >= since;
-    // A folder stands behind the one that it is in.
-    if (own || IsTouched(item)) touched_.insert(item.id);
-  }
-}
-
-bool Survey::IsTouched(const PcItem& item) const {
-  return item.parent == u"/" ? rootTouched_ : touched_.contains(item.parent);
-}
-
-// The store renames a folder and keeps its number, as for another phone.
-void Survey::FindRenamedFolders() {
-  for (ItemLink& link : sides_.links) {
-    if (link.phone < 0 || link.pc < 0 || link.record < 0) continue;
-    const PhoneItem& item = At(sides_.phone, link.phone);
-    const PcItem& onPc = At(sides_.pc, link.pc);
-    if (!item.isFolder || item.change != PhoneChange::Same || onPc.change != PcChange::Same ||
-        !IsTouched(onPc)) {
-      continue;
-    }
-    const std::u16string name = pc_.FolderName(onPc.id);
-    if (!EqualsIgnoreCase(WithoutNumbers(name), WithoutNumbers(PcNameOfFolder(item)))) {
-      At(sides_.pc, link.pc).change = PcChange::Changed;
-    }
-  }
-}
-
-// A file that was renamed keeps its time. Where it now has the name of another one of the same time
-// only its address tells that it is not that one: it differs from the phone's, or, where the
-// phone's has changed too, it is that of one that is gone.
-void Survey::FindUnseenChanges() {
-  std::unordered_set<int64_t> times;
-  std::unordered_set<std::u16string> goneUrls;
-  std::vector<int32_t> suspects;
-  for (const PcItem& item : sides_.pc) {
-    if (item.change == PcChange::Gone) times.insert(UnixSecondsFromDate(item.modified));
-  }
-  std::unordered_map<int64_t, int> ofTime;
-  for (const PcItem& item : sides_.pc) {
-    if (!item.isFolder) ++ofTime[UnixSecondsFromDate(item.modified)];
-  }
-  for (int32_t i = 0; i < IndexOf(sides_.links); ++i) {
-    const ItemLink& link = At(sides_.links, i);
-    if (link.pc < 0 || link.record < 0) continue;
-    const bool onPhone = link.phone >= 0;
-    const PcItem& onPc = At(sides_.pc, link.pc);
-    if (onPc.isFolder) continue;
-    if (onPhone && At(sides_.phone, link.phone).change == PhoneChange::Unreadable) continue;
-    if (onPhone && onPc.change == PcChange::Gone) goneUrls.insert(PhoneUrl(link));
-    const int64_t time = UnixSecondsFromDate(onPc.modified);
-    const bool sameTime = times.contains(time) || (IsTouched(onPc) && ofTime[time] > 1);
-    if (onPc.change == PcChange::Same && sameTime) suspects.push_back(i);
-  }
-  for (const int32_t i : suspects) {
-    CheckStop();
-    const ItemLink& link = At(sides_.links, i);
-    PcItem& onPc = At(sides_.pc, link.pc);
-    const bool canCompare =
-        link.phone >= 0 && At(sides_.phone, link.phone).change == PhoneChange::Same;
-    const char* side = "pc";
-    Try(side, At(sides_.records, link.record).name, [&] {
-      const std::u16string url = UrlOf(*pc_.Get(onPc.id, false).item);
-      const bool changed = canCompare ? url != PhoneUrl(link) : goneUrls.contains(url);
-      if (changed) onPc.change = PcChange::Changed;
-    });
-  }
-}
-
-// Empty for one that cannot be read.
-std::u16string Survey::PhoneUrl(const ItemLink& link) {
-  PhoneItem& item = At(sides_.phone, link.phone);
-  std::u16string url;
-  const char* side = "phone";
-  const bool done = Try(side, item.name, [&] {
-    if (const auto parsed = pc_.Parse(TextOf(phone_, item))) url = UrlOf(*parsed);
-  });
-  if (!done) item.change = PhoneChange::Unreadable;
-  return url;
-}
-
-// On the PC a number stands for a path. What was put in the place of another one looks like that
-// one changed; what it holds tells that it is one that went from its own place.
-void Survey::MatchExchanged() {
-  std::vector<int32_t> gone;
-  std::vector<int32_t> changed;
-  for (int32_t i = 0; i < IndexOf(sides_.links); ++i) {
-    const ItemLink& link = At(sides_.links, i);
-    if (link.pc < 0 || link.record < 0 || At(sides_.pc, link.pc).isFolder) continue;
-    const PcChange change = At(sides_.pc, link.pc).change;
-    if (change == PcChange::Changed) changed.push_back(i);
-    const bool readable =
-        link.phone >= 0 && At(sides_.phone, link.phone).change != PhoneChange::Unreadable;
-    if (change == PcChange::Gone && readable) gone.push_back(i);
-  }
-  if (gone.empty() || changed.empty()) return;
-  LinkExchanged(sides_, PhonePrints(gone), PcPrints(changed));
-}
-
 // What was made on both sides, or was on its way when a run ended, is one item and not two.
 void Survey::MatchLone() {
-  if (sides_.isTree) {
-    FindParents(sides_);
-    FindRenamedFolders();
-    FindUnseenChanges();
-    MatchExchanged();
-  }
+  if (sides_.isTree) FindParents(sides_);
   std::vector<int32_t> phone = LonePhoneLinks(sides_);
   std::vector<int32_t> pc = LonePcLinks(sides_);
   if (sides_.isTree) {
@@ -405,8 +292,9 @@ void Survey::MatchLone() {
 }
 
 bool Survey::NeedsWinner(DS_SYNCTYPE mode, const ItemLink& link) const {
-  return link.newer == Winner::None && link.content == ContentMatch::Different &&
-         MoveOf(mode, sides_, link) == Move::Settle;
+  const bool differs =
+      link.changes.areKnown ? IsDisputed(sides_, link) : link.content == ContentMatch::Different;
+  return link.newer == Winner::None && differs && MoveOf(mode, sides_, link) == Move::Settle;
 }
 
 void Survey::CompareLinks(DS_SYNCTYPE mode) {
@@ -419,7 +307,7 @@ void Survey::CompareLinks(DS_SYNCTYPE mode) {
     const bool done = Try(side, item.name, [&] {
       const std::u16string& id = At(sides_.pc, link.pc).id;
       if (item.isFolder) {
-        const bool same = pc_.FolderName(id) == PcNameOfFolder(item);
+        const bool same = At(sides_.pc, link.pc).title == PcNameOfFolder(item);
         link.content = same ? ContentMatch::Identical : ContentMatch::Different;
         return;
       }
@@ -435,7 +323,9 @@ void Survey::CompareLinks(DS_SYNCTYPE mode) {
         link.content = Compare(pc_, *parsed, *onPc.item);
       }
       if (NeedsWinner(mode, link)) {
-        link.newer = NewerSide(pc_.WhoIsNewer(id, text), age, *onPc.item);
+        link.newer = sides_.isTree && link.changes.pcTitle
+                         ? NewerThanRename(age, At(sides_.pc, link.pc).file)
+                         : NewerSide(pc_.WhoIsNewer(id, text), age, *onPc.item);
       }
     });
     // Left alone in this run.

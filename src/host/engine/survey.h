@@ -34,14 +34,16 @@ class Survey {
   std::optional<PcPlace> MatchedPlace(const PhoneItem& item) const;
   void MatchOccurrences();
   void MatchFolders();
-  // Which folders of the PC changed since the last sync, they or one above them: a name in them may
-  // stand for another entry than before.
-  void FindTouchedFolders();
-  bool IsTouched(const PcItem& item) const;
-  void FindRenamedFolders();
-  void FindUnseenChanges();
-  std::u16string PhoneUrl(const ItemLink& link);
-  void MatchExchanged();
+  // Of a tree.
+  void FollowRecords();
+  const Meaning& LookAtPc(int32_t pc);
+  LoneItem LoneInTree(int32_t link);
+  void NoteOnPc(const ItemLink& link, IItemCommon& item, LoneItem& lone);
+  void LearnOldRecord(const ItemLink& link);
+  void HoldHidden();
+  void JudgeTree(DS_SYNCTYPE mode);
+  void JudgePc(DS_SYNCTYPE mode, ItemLink& link);
+  void JudgePhone(ItemLink& link);
   void MatchLone();
   std::vector<LoneItem> PhonePrints(const std::vector<int32_t>& links);
   std::vector<LoneItem> PcPrints(const std::vector<int32_t>& links);
@@ -59,8 +61,7 @@ class Survey {
   std::unordered_map<std::u16string_view, int32_t> pcById_;
   std::vector<SlowMatch> matches_;
   int64_t recordNs_ = 0;
-  bool rootTouched_ = false;
-  std::unordered_set<std::u16string> touched_;                      // identifiers of folders
+  std::unordered_set<int32_t> looked_;  // items of the PC whose files have been looked into
   std::unordered_map<std::string, std::u16string> matchedFolders_;  // the PC's by the phone's name
 };
 

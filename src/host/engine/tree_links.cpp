@@ -40,11 +40,6 @@ std::unordered_map<std::u16string_view, int32_t> LonePcFolders(const Inventory& 
   return folders;
 }
 
-void Take(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
-  ItemLink& link = JoinLinks(sides, phoneLink, pcLink);
-  link.relocated = link.record >= 0;
-}
-
 }  // namespace
 
 void FindParents(Inventory& sides) {
@@ -96,7 +91,7 @@ void LinkFoldersByName(Inventory& sides, const FolderName& nameOf) {
     const auto found =
         open.find({PcPlaceOf(sides, link), PcNameOfFolder(At(sides.phone, link.phone))});
     if (found == open.end()) continue;
-    Take(sides, i, found->second);
+    JoinInTree(sides, i, found->second);
     open.erase(found);
   }
   DropEmptyLinks(sides);
@@ -125,7 +120,7 @@ bool LinkMovedFolders(Inventory& sides) {
         std::ranges::max_element(votes, {}, [](const auto& vote) { return vote.second; });
     if (most == votes.end()) continue;
     const auto found = open.find(most->first);
-    Take(sides, lost[n], found->second);
+    JoinInTree(sides, lost[n], found->second);
     open.erase(found);
     any = true;
   }

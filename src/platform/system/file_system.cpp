@@ -59,6 +59,7 @@ SystemError ListFolder(std::u16string_view folder, ListDetail detail,
     entry.modified = WholeSeconds(plain.modifiedNs);
     entry.modifiedNs = plain.modifiedNs;
     entry.changedNs = plain.changedNs;
+    entry.createdNs = plain.createdNs;
     entry.inode = plain.inode;
   }
   if (unusable != nullptr) std::ranges::sort(*unusable, {}, &UnusableEntry::name);
@@ -82,6 +83,7 @@ SystemError FindEntry(std::u16string_view path, EntryInfo& entry) {
   entry.accessed = WholeSeconds(stat.accessedNs);
   entry.modifiedNs = stat.modifiedNs;
   entry.changedNs = stat.changedNs;
+  entry.createdNs = stat.createdNs;
   entry.inode = stat.inode;
   return kNoError;
 }

@@ -44,6 +44,7 @@ struct EntryInfo {
   // Since 1970, in nanoseconds: of the last write; and of the last write, rename or other change.
   int64_t modifiedNs = 0;
   int64_t changedNs = 0;
+  int64_t createdNs = 0;
   uint64_t inode = 0;
 };
 

@@ -52,6 +52,7 @@ struct PlainEntry {
   int64_t changedNs = 0;
   uint64_t size = 0;
   uint64_t inode = 0;
+  int64_t createdNs = 0;
 };
 
 // A file that lies beside its place, whole, and has yet to take it.

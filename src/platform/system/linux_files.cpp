@@ -249,18 +249,25 @@ std::error_code AddInfo(int folderFd, const char* name, std::vector<FolderEntry>
   return {};
 }
 
+int64_t CreatedNs(const struct statx& data) {
+  return (data.stx_mask & STATX_BTIME) != 0
+             ? Nanoseconds(data.stx_btime)
+             : std::min(Nanoseconds(data.stx_mtime), Nanoseconds(data.stx_ctime));
+}
+
 std::error_code AddPlain(int folderFd, const dirent& entry, bool withTimes,
                          std::vector<PlainEntry>& entries) {
   if (!withTimes && entry.d_type != DT_UNKNOWN) {
     entries.push_back({entry.d_name, KindOf(static_cast<mode_t>(DTTOIF(entry.d_type)))});
     return {};
   }
-  struct stat data;
-  if (fstatat(folderFd, entry.d_name, &data, AT_SYMLINK_NOFOLLOW) != 0) {
+  struct statx data;
+  if (statx(folderFd, entry.d_name, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME, &data) !=
+      0) {
     return errno == ENOENT ? std::error_code() : LastError();
   }
-  entries.push_back({entry.d_name, KindOf(data.st_mode), Nanoseconds(data.st_mtim),
-                     Nanoseconds(data.st_ctim), static_cast<uint64_t>(data.st_size), data.st_ino});
+  entries.push_back({entry.d_name, KindOf(data.stx_mode), Nanoseconds(data.stx_mtime),
+                     Nanoseconds(data.stx_ctime), data.stx_size, data.stx_ino, CreatedNs(data)});
   return {};
 }
 
@@ -404,8 +411,7 @@ class LinuxFiles final : public Files {
     stat.accessedNs = Nanoseconds(data.stx_atime);
     stat.changedNs = Nanoseconds(data.stx_ctime);
     stat.inode = data.stx_ino;
-    stat.createdNs = (data.stx_mask & STATX_BTIME) != 0 ? Nanoseconds(data.stx_btime)
-                                                        : std::min(stat.modifiedNs, stat.changedNs);
+    stat.createdNs = CreatedNs(data);
     return {};
   }
 

@@ -32,6 +32,7 @@ enum TREE_OBSTACLE : int32_t {
 struct TREE_ENTRYSTAMP {
   int64_t modifiedNs;  // since 1970, UTC: of the last write
   int64_t changedNs;   // of the last write, rename or other change
+  int64_t createdNs;   // where it is not known the earlier of these two
   uint64_t size;
   uint64_t inode;
 };
@@ -47,6 +48,8 @@ struct IBookmarkTreeInfo : IDispatch {
   // How the last GetCurrentStatusDB saw the entry. With `anew`, and of one that it did not see, how
   // it is now; E_FAIL for none.
   virtual HRESULT GetEntryStamp(BSTR sourceUid, BOOL anew, TREE_ENTRYSTAMP* stamp) noexcept = 0;
+  // What the last GetCurrentStatusDB saw it called: the last part of its path.
+  virtual HRESULT GetEntryName(BSTR sourceUid, BSTR* name) noexcept = 0;
   // A file that holds nothing at all, as a loss of power leaves them: not a bookmark without an
   // address, but one to be had again from the other side, by `Replace`.
   virtual HRESULT IsBroken(BSTR sourceUid, BOOL* broken) noexcept = 0;

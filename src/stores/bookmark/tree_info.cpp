@@ -9,7 +9,7 @@ namespace qv {
 namespace {
 
 TREE_ENTRYSTAMP StampOfEntry(const EntryInfo& entry) {
-  return {entry.modifiedNs, entry.changedNs, entry.size, entry.inode};
+  return {entry.modifiedNs, entry.changedNs, entry.createdNs, entry.size, entry.inode};
 }
 
 // A loss of power leaves no bytes, or zeros in their place.
@@ -26,15 +26,15 @@ void TreeInfo::Begin() {
 }
 
 void TreeInfo::See(std::u16string_view uid, const EntryInfo& entry) {
-  seen_.emplace_back(ToInt(uid), StampOfEntry(entry));
+  seen_.push_back({ToInt(uid), StampOfEntry(entry), entry.name});
 }
 
-const TREE_ENTRYSTAMP* TreeInfo::FindSeen(std::u16string_view uid) {
-  if (!isSorted_) std::ranges::sort(seen_, {}, &Seen::first);
+const TreeInfo::Seen* TreeInfo::FindSeen(std::u16string_view uid) {
+  if (!isSorted_) std::ranges::sort(seen_, {}, &Seen::number);
   isSorted_ = true;
   const int32_t number = ToInt(uid);
-  const auto found = std::ranges::lower_bound(seen_, number, {}, &Seen::first);
-  return found != seen_.end() && found->first == number ? &found->second : nullptr;
+  const auto found = std::ranges::lower_bound(seen_, number, {}, &Seen::number);
+  return found != seen_.end() && found->number == number ? &*found : nullptr;
 }
 
 std::u16string TreeInfo::PathOf(BSTR uid) {
@@ -63,11 +63,18 @@ HRESULT TreeInfo::GetEntryPath(BSTR sourceUid, BSTR* path) noexcept {
 
 HRESULT TreeInfo::GetEntryStamp(BSTR sourceUid, BOOL anew, TREE_ENTRYSTAMP* stamp) noexcept {
   return Slot(Requires(sourceUid), Outs(stamp), [&] {
-    const TREE_ENTRYSTAMP* seen = anew == kFalse ? FindSeen(View(sourceUid)) : nullptr;
+    const Seen* seen = anew == kFalse ? FindSeen(View(sourceUid)) : nullptr;
     EntryInfo entry;
     if (seen == nullptr && FindEntry(FullPathOf(sourceUid), entry) != kNoError) return E_FAIL;
-    *stamp = seen != nullptr ? *seen : StampOfEntry(entry);
+    *stamp = seen != nullptr ? seen->stamp : StampOfEntry(entry);
     return S_OK;
+  });
+}
+
+HRESULT TreeInfo::GetEntryName(BSTR sourceUid, BSTR* name) noexcept {
+  return Slot(Requires(sourceUid), Outs(name), [&]() -> HRESULT {
+    const Seen* seen = FindSeen(View(sourceUid));
+    return seen == nullptr ? E_FAIL : HandOut(name, seen->name);
   });
 }
 

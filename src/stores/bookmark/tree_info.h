@@ -2,7 +2,6 @@
 // walk notes for it.
 #pragma once
 
-#include <utility>
 #include <vector>
 
 #include "platform/com/com_object.h"
@@ -32,6 +31,7 @@ class TreeInfo final : public DispatchSlots<IBookmarkTreeInfo> {
   HRESULT GetRootFolder(BSTR* path) noexcept override;
   HRESULT GetEntryPath(BSTR sourceUid, BSTR* path) noexcept override;
   HRESULT GetEntryStamp(BSTR sourceUid, BOOL anew, TREE_ENTRYSTAMP* stamp) noexcept override;
+  HRESULT GetEntryName(BSTR sourceUid, BSTR* name) noexcept override;
   HRESULT IsBroken(BSTR sourceUid, BOOL* broken) noexcept override;
   HRESULT GetFolderError(BSTR folderUid, int32_t* systemError) noexcept override;
   HRESULT CountBlindSpots(int32_t* count) noexcept override;
@@ -41,12 +41,16 @@ class TreeInfo final : public DispatchSlots<IBookmarkTreeInfo> {
   HRESULT Settle() noexcept override;
 
  private:
-  using Seen = std::pair<int32_t, TREE_ENTRYSTAMP>;
+  struct Seen {
+    int32_t number = 0;
+    TREE_ENTRYSTAMP stamp{};
+    std::u16string name;
+  };
 
   // Throw StatusError.
   std::u16string PathOf(BSTR uid);
   std::u16string FullPathOf(BSTR uid);
-  const TREE_ENTRYSTAMP* FindSeen(std::u16string_view uid);
+  const Seen* FindSeen(std::u16string_view uid);
 
   IUnknown& owner_;
   const BookmarkTree& tree_;
