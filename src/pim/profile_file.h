@@ -1,8 +1,7 @@
 // The file of one profile: its folders, the items in them and the sub-items of these, as rows.
 //
 // Each change is a transaction of its own and on disk when the call returns, or a part of the group
-// that is open. Several processes may
-// have the file open. Failures throw SqliteError.
+// that is open. Several processes may have the file open. Failures throw SqliteError.
 #pragma once
 
 #include <cstdint>
