@@ -90,6 +90,31 @@ TEST_F(EngineTree, BookmarksMoveAndAreRenamedOnEitherSide) {
   EXPECT_THAT(*text, HasSubstr("X-PET:cat")) << "what the PC cannot hold stays";
 }
 
+TEST_F(EngineTree, WhatBothSidesDidToOneItemComesTogether) {
+  rig.MakeFolder(rig.PcPath("Empty"));
+  Start();
+  rig.PhonePut("Top.vbm", "Summit", "http://phone/");
+  rig.PcPut("Top.url", "http://pc/");
+  rig.Move(rig.PhonePath("Work/Deep"), rig.PhonePath("Deep"));
+  rig.Move(rig.PcPath("Work/Deep"), rig.PcPath("Work/Low"));
+  ExpectSync();
+  EXPECT_EQ(rig.PhoneTree(), (Lines{"Work/", "Work/News -> http://news/", "Low/",
+                                    "Low/Note -> http://note/", "Summit -> http://pc/", "Empty/"}));
+  ASSERT_EQ(rig.ConflictTexts().size(), 1u);
+  EXPECT_THAT(rig.ConflictTexts()[0], HasSubstr("URL:http://phone/"));
+  // The name that the PC gave to a folder is taken on the phone, which has deleted it.
+  rig.Remove(rig.PhonePath("Empty"));
+  rig.MakeFolder(rig.PhonePath("Full"));
+  rig.Move(rig.PcPath("Empty"), rig.PcPath("Full"));
+  rig.TwoWay();
+  ExpectIdle();
+  // Both have given it the same title.
+  rig.Move(rig.PcPath("Summit.url"), rig.PcPath("Peak.url"));
+  rig.PhonePut("Top.vbm", "Peak", "http://peak/");
+  rig.TwoWay();
+  ExpectIdle();
+}
+
 TEST_F(EngineTree, TwoOfOneNameSwapTheirFolders) {
   rig.PhonePut("A/x.vbm", "Same", "http://1/", "X-IRMC-LUID:1\r\n");
   rig.PhonePut("B/x.vbm", "Same", "http://2/", "X-IRMC-LUID:2\r\n");

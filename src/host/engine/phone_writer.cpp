@@ -60,7 +60,10 @@ void Runner::Gather(const PlanStep& step, Outgoing& out) {
   out.isNew = link.phone < 0;
   out.row.sourceUid = source.id;
   PcText onPc = run_.pc.Get(source.id, true);
-  if (source.isFolder) return GatherFolder(link, *onPc.item, out);
+  if (source.isFolder) {
+    TellPhone(step, nullptr);
+    return GatherFolder(link, *onPc.item, out);
+  }
   out.text = std::move(onPc.text);
   if (run_.sides.isTree && !out.isNew) {
     KeepPhonePart(step, At(run_.sides.phone, link.phone), out.text);

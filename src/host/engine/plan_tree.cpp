@@ -1,6 +1,7 @@
 #include "host/engine/plan_tree.h"
 
 #include <limits>
+#include <utility>
 
 namespace qv {
 namespace {
@@ -169,11 +170,18 @@ void TreePlan::Place(int32_t i) {
   const bool mixed = Does(i, Act::PcReplace) && IsTwoWay() && HasFromPc(*StepOf(i));
   const bool renamed = (mixed || Does(i, Act::PhoneReplace)) && StepOf(i)->title == Winner::Pc &&
                        link.changes.pcTitle;
-  if (mixed) {
+  if (mixed && IsFolder(i)) {
+    AddExtra(i, Act::PhoneMove);
+  } else if (mixed) {
     AddExtra(i, Act::PhoneReplace);
     added_.back().isExtra = false;
+    // The phone's text is put aside before it is overwritten.
+    if (StepOf(i)->conflict == Conflict::PcWon) {
+      std::swap(added_.back().conflict, StepOf(i)->conflict);
+    }
   }
-  if (placing == Placing::AsOnPc || renamed) {
+  const bool isPlaced = mixed && IsFolder(i);
+  if (placing == Placing::AsOnPc || (renamed && !isPlaced)) {
     // A folder that both sides renamed or moved follows the PC.
     IsFolder(i) ? Set(i, Act::PhoneMove) : AddExtra(i, Act::PhoneMove);
   }

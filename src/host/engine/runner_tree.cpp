@@ -73,7 +73,9 @@ void Runner::Complete(RecordRow& row) {
 // The phone's text, with the PC's own title and address where those stay.
 std::string Runner::Merged(const PlanStep& step, const PcItem& target, const PcText* current,
                            std::string_view text) const {
-  if (target.isFolder) return std::string(text);
+  if (target.isFolder) {
+    return step.title == Winner::Pc ? FolderText(target.title) : std::string(text);
+  }
   const bool keepsUrl = step.url != Winner::Phone && current != nullptr;
   const std::u16string url = keepsUrl ? UrlOf(*current->item) : std::u16string();
   return WithParts(text, step.title == Winner::Phone ? nullptr : &target.title,
@@ -94,8 +96,9 @@ void Runner::KeepPhonePart(const PlanStep& step, const PhoneItem& item, std::str
 void Runner::TellPc(const PlanStep& step) {
   const ItemLink& link = At(run_.sides.links, step.link);
   const auto pc = untoldPc_.find(At(run_.sides.pc, link.pc).id);
-  if (pc != untoldPc_.end() && step.title == Winner::Phone) pc->second.title = false;
-  if (pc != untoldPc_.end() && step.url == Winner::Phone) pc->second.url = false;
+  // What is neither's to send is the same on both.
+  if (pc != untoldPc_.end() && step.title != Winner::Pc) pc->second.title = false;
+  if (pc != untoldPc_.end() && step.url != Winner::Pc) pc->second.url = false;
   const auto phone = untoldPhone_.find(link.record);
   if (phone == untoldPhone_.end()) return;
   if (step.title != Winner::Pc) phone->second.title = false;
@@ -110,8 +113,8 @@ void Runner::TellPhone(const PlanStep& step, RecordRow* row) {
   if (pc != untoldPc_.end() && step.url != Winner::Phone) pc->second.url = false;
   const auto phone = untoldPhone_.find(link.record);
   if (phone == untoldPhone_.end() || row == nullptr) return;
-  if (step.title == Winner::Pc) phone->second.title = false;
-  if (step.url == Winner::Pc) phone->second.url = false;
+  if (step.title != Winner::Phone) phone->second.title = false;
+  if (step.url != Winner::Phone) phone->second.url = false;
   phone->second.KeepIn(row->phoneSays);
   if (phone->second.title || phone->second.url) row->hash = {};
 }
