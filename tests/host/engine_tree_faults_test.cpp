@@ -86,7 +86,8 @@ TEST_F(EngineTreeFaults, WhatAnUnusableNameHidesIsNotGone) {
     const SeenTree pc = Pc();
     const SeenTree phone = Phone();
     for (const DS_SYNCTYPE mode :
-         {DS_SYNCTYPE_NONE, DS_SYNCTYPE_ONEFROM_SERVER, DS_SYNCTYPE_REFRESH_SERVER}) {
+         {DS_SYNCTYPE_NONE, DS_SYNCTYPE_SLOW, DS_SYNCTYPE_ONEFROM_SERVER,
+          DS_SYNCTYPE_ONEFROM_CLIENT, DS_SYNCTYPE_REFRESH_SERVER, DS_SYNCTYPE_REFRESH_CLIENT}) {
       const std::string failures = Failures(Run(mode));
       EXPECT_THAT(failures, HasSubstr(std::string("pc ") + each.shown + ": ")) << mode;
       EXPECT_THAT(failures, HasSubstr("rename it")) << mode;
@@ -96,6 +97,22 @@ TEST_F(EngineTreeFaults, WhatAnUnusableNameHidesIsNotGone) {
     rig.Move(rig.PcPath(each.to), rig.PcPath(each.back));
     ExpectSync(each.back);
     EXPECT_EQ(Pc().marks.size(), marks) << each.back;
+  }
+}
+
+TEST_F(EngineTreeFaults, WhatThePhoneNamesAsThePcCannotKeepsItsName) {
+  for (const auto& [from, to] : {std::pair("Work", "Work: 2026"),
+                                 {"Work: 2026", "W\xE9rk"},
+                                 {"Top.vbm", "T\xE9.vbm"},
+                                 {"W\xE9rk/News.vbm", "W\xE9rk/What is C++?.vbm"}}) {
+    rig.Move(rig.PhonePath(from), rig.PhonePath(to));
+    const SeenTree phone = Phone();
+    EXPECT_EQ(Failures(Run()), "") << to;
+    EXPECT_EQ(Phone().bytes, phone.bytes) << to;
+    std::multiset<std::string> urls;
+    for (const test::SeenMark& mark : Pc().marks) urls.insert(mark.url);
+    EXPECT_EQ(urls, (std::multiset<std::string>{"http://news/", "http://note/", "http://top/"}));
+    EXPECT_EQ(Writes(Run()), 0) << to;
   }
 }
 

@@ -120,10 +120,13 @@ void Survey::HoldHidden() {
                                        "deleted from the phone; rename it"});
   }
   if (pc_.blindSpots().empty()) return;
-  for (const ItemLink& link : sides_.links) {
+  for (ItemLink& link : sides_.links) {
     const bool isGone = link.pc < 0 || At(sides_.pc, link.pc).change == PcChange::Gone;
-    if (link.record < 0 || link.phone < 0 || !isGone) continue;
-    At(sides_.phone, link.phone).change = PhoneChange::Unreadable;
+    if (link.phone < 0 || !isGone) continue;
+    PhoneItem& item = At(sides_.phone, link.phone);
+    // A slow sync takes what is gone from the PC for new.
+    if (link.record < 0) link.record = item.record;
+    if (link.record >= 0) item.change = PhoneChange::Unreadable;
   }
 }
 
