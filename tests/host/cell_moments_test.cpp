@@ -137,6 +137,38 @@ TEST_P(CellMomentsTest, EveryMomentBecomesWhatTheClocksShow) {
   EXPECT_LE(named, 8);
 }
 
+// A day is no moment: neither its cells nor what is told of them lie beside midnight.
+TEST_P(CellMomentsTest, EveryDayStaysTheDayThatItIs) {
+  // The days of years with other rules than this year's are not told by the clocks of then.
+  if (GetParam().second != 2026) GTEST_SKIP();
+  const CellClock clock;
+  std::string bytes = "Subject,Start Date,End Date,AllDay\n";
+  int64_t days = 0;
+  EachHour([&](time_t at) {
+    if (at % 86400 != 0) return;
+    Calendar calendar;
+    calendar.allDay = true;
+    calendar.start = calendar.end = DateFromUnixSeconds(at);
+    calendar.end += 1;
+    const std::string day = ToUtf8(PlainDateText(calendar.start));
+    if (!MendForCells(clock, calendar).empty()) return;
+    for (const FieldCell& cell : kCalendarFields.write(MakeCalendarItem(calendar).get(), groups_)) {
+      if (kCalendarFields.names[static_cast<size_t>(cell.field)] == u"Start Date") {
+        EXPECT_EQ(ToUtf8(cell.text), day);
+      }
+    }
+    bytes += "x," + day + "," + ToUtf8(PlainDateText(DateFromUnixSeconds(at + 86400))) + ",1\n";
+    ++days;
+  });
+  EXPECT_GT(days, 360);
+  Sheet sheet = ReadSheet(bytes, {});
+  SheetMapping mapping = MapColumns(sheet, "calendar", {});
+  ConvertCells(sheet, mapping);
+  for (const FieldAccount& field : AccountFor(sheet, mapping, groups_).fields) {
+    EXPECT_EQ(field.kept, days) << ToUtf8(field.field);
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Zones, CellMomentsTest,
     testing::Values(std::pair("America/New_York", 2026), std::pair("America/New_York", 2005),

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "items/calendar_days.h"
 #include "support/date_time.h"
 
 namespace qv {
@@ -16,9 +17,10 @@ int32_t LeadMinutes(DATE start, DATE alarm) {
 }
 
 RightMoments MomentsOf(const Calendar& calendar) {
-  RightMoments moments{calendar.start, calendar.end, 0.0, calendar.recurrence.until};
+  RightMoments moments{MomentOf(calendar, calendar.start), MomentOf(calendar, calendar.end), 0.0,
+                       MomentOf(calendar, calendar.recurrence.until)};
   if (calendar.reminderMinutes && calendar.start != 0.0) {
-    moments.alarm = DateFromUnixSeconds(UnixSecondsFromDate(calendar.start) -
+    moments.alarm = DateFromUnixSeconds(UnixSecondsFromDate(moments.start) -
                                         int64_t{*calendar.reminderMinutes} * 60);
   }
   return moments;

@@ -19,7 +19,7 @@ RightMoments MomentsOf(const Calendar& calendar);
 // From the alarm to the start, in whole minutes; below zero for an alarm behind it.
 int32_t LeadMinutes(DATE start, DATE alarm);
 
-// Sets those that are told.
+// Sets those that are told, as moments: an all-day item becomes days again by `SettleDaysHere`.
 void SetMoments(Calendar& calendar, const RightMoments& moments);
 
 }  // namespace qv

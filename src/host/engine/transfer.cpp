@@ -16,6 +16,7 @@
 #include "host/engine/phone_id.h"
 #include "host/engine/report_words.h"
 #include "host/engine/runner.h"
+#include "items/calendar_days.h"
 #include "items/item_objects.h"
 #include "platform/system/files.h"
 #include "platform/system/service.h"
@@ -121,6 +122,7 @@ class Import {
     const auto right = job_.moments.find(static_cast<size_t>(index));
     if (right == job_.moments.end()) return;
     SetMoments(*CalendarOf(&item), right->second);
+    SettleDaysHere(*CalendarOf(&item));
     text = WriteItem(phone_.kind(), &item);
   }
 

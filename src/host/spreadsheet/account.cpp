@@ -5,6 +5,7 @@
 #include "host/engine/content.h"
 #include "host/spreadsheet/date_cells.h"
 #include "host/store_kinds.h"
+#include "items/calendar_days.h"
 #include "items/item_objects.h"
 #include "support/date_time.h"
 #include "support/text.h"
@@ -142,7 +143,10 @@ class Accountant {
       }
     }
     ComPtr<IItemCommon> item = set_.read(texts_, groups_);
-    if (!isExact) SetMoments(*CalendarOf(item.get()), right);
+    if (!isExact) {
+      SetMoments(*CalendarOf(item.get()), right);
+      SettleDaysHere(*CalendarOf(item.get()));
+    }
     return item;
   }
 

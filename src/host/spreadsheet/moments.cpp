@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/spreadsheet/date_cells.h"
+#include "items/calendar_days.h"
 #include "support/date_time.h"
 #include "support/text.h"
 
@@ -154,6 +155,7 @@ void ReadMended(const CellClock& clock, const std::vector<std::u16string>& texts
     if (const auto handed = clock.HandOver(texts[i])) moments.*(target->moment) = handed->utc;
   }
   SetMoments(calendar, moments);
+  SettleDaysHere(calendar);
 }
 
 }  // namespace qv
