@@ -156,7 +156,9 @@ void Follower::Note(RecordRow& row, int32_t holder) const {
     row.sourceUid = id;
   } else if (byId_.contains(row.sourceUid)) {
     row.hasFollowed = true;
-    row.sourceUid.insert(0, u"-");
+    std::u16string nobodys(1, u'-');
+    nobodys += row.sourceUid;
+    row.sourceUid = std::move(nobodys);
   }
 }
 

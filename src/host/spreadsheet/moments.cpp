@@ -39,8 +39,9 @@ std::optional<DATE> Inverse(DATE target, int sign,
 
 void Tell(Sheet& sheet, size_t line, const std::u16string& heading, const std::u16string& cell,
           const char* doubt) {
-  AddProblem(sheet, line,
-             "\"" + ToUtf8(heading) + "\", " + ToUtf8(cell) + ": " + std::string(doubt));
+  std::string problem(1, '"');
+  problem.append(ToUtf8(heading)).append("\", ").append(ToUtf8(cell)).append(": ").append(doubt);
+  AddProblem(sheet, line, problem);
 }
 
 }  // namespace
