@@ -145,7 +145,8 @@ TEST_F(EngineTreeFaults, FavoritesThatCannotBeReadAreNotEmpty) {
       EXPECT_EQ(Phone().bytes, phone.bytes) << mode << " from listing " << n;
       if (n > 0) continue;
       EXPECT_EQ(report.result, SyncResult::Failed) << mode;
-      EXPECT_THAT(report.message, HasSubstr("the PC's items cannot be listed")) << mode;
+      EXPECT_THAT(report.message, HasSubstr("/favorites cannot be read (")) << mode;
+      EXPECT_THAT(report.message, HasSubstr("Make it readable")) << mode;
     }
   }
   ExpectSync("readable again");

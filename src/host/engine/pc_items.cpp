@@ -106,6 +106,7 @@ void PcStore::ReadItems(std::vector<PcItem>& items, int64_t& present, bool all) 
       for (std::u16string& id : AllIds()) there.insert(std::move(id));
     }
   } catch (const StatusError& error) {
+    if (kind_.isTree) RequireRoot();
     throw StoreFailure(reason.Explain("the PC's items cannot be listed", error.status()));
   }
   std::unordered_map<std::u16string_view, const StatusEntry*> agreed;

@@ -179,6 +179,8 @@ class PcStore {
   const Bstr& TypeOf(const PcPlace& place) const {
     return place.isFolder ? folderType_ : mimeType_;
   }
+  // Throws StoreFailure for a folder of the bookmarks that is there and cannot be read.
+  void RequireRoot();
   void ReadTree(std::vector<PcItem>& items);
   void ReadBlindSpots(const std::vector<PcItem>& items);
   std::string RootFolder();

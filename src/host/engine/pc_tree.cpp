@@ -60,15 +60,21 @@ void PcStore::DeleteFolder(const std::u16string& id,
   }
 }
 
-void PcStore::ReadTree(std::vector<PcItem>& items) {
+void PcStore::RequireRoot() {
   int32_t rootError = 0;
   const HRESULT status = tree_->GetFolderError(root_, &rootError);
   const auto error = static_cast<SystemError>(rootError);
   const bool isMissing = error == kFileNotFound || error == kPathNotFound;
   if (Failed(status) || (error != kNoError && !isMissing)) {
-    throw StoreFailure("the folder " + RootFolder() + " cannot be read (error " +
-                       std::to_string(error) + "); all bookmarks of the PC would look deleted");
+    throw StoreFailure("the folder " + RootFolder() + " cannot be read (" +
+                       SystemErrorWords(error) +
+                       "); all bookmarks of the PC would look deleted. Make it readable and run "
+                       "the sync again");
   }
+}
+
+void PcStore::ReadTree(std::vector<PcItem>& items) {
+  RequireRoot();
   for (PcItem& item : items) {
     Bstr name;
     TREE_ENTRYSTAMP stamp{};
@@ -110,7 +116,9 @@ void PcStore::ReadBlindSpots(const std::vector<PcItem>& items) {
 std::string PcStore::RootFolder() {
   Bstr root;
   if (tree_) tree_->GetRootFolder(root.Out());
-  return ToUtf8(root.view());
+  std::string folder = ToUtf8(root.view());
+  std::ranges::replace(folder, '\\', '/');
+  return folder;
 }
 
 Meaning PcStore::SaysNow(const PcItem& item) {
