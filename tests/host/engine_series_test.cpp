@@ -9,6 +9,7 @@ namespace {
 
 using test::Rig;
 
+using test::Event;
 using test::Exception;
 using test::Series;
 
@@ -363,6 +364,26 @@ TEST_P(EngineSeries, OneWaySyncsLeaveWhatIsPendingPending) {
   Sync();
   EXPECT_NE(PhoneText("fresher"), "");
   ExpectInStep(4);
+}
+
+// Times without a zone read otherwise elsewhere, and a weekday may be another one.
+TEST_P(EngineSeries, WriteNothingWhenTheComputerHasMoved) {
+  rig.PhonePut("floating.vcs", Event("SUMMARY:f\r\nDTSTART:20260302T090000\r\nRRULE:W1 MO #0\r\n"));
+  rig.PhonePut("zoned.vcs", Event("SUMMARY:z\r\nDTSTART;TZID=Asia/Tokyo:20260302T050000\r\n"
+                                  "RRULE:FREQ=WEEKLY;BYDAY=MO\r\n"));
+  rig.PhonePut("utc.vcs", Series("u"));
+  Sync();
+  const auto files = rig.PhoneFiles();
+  for (const char* zone : {"<+14>-14", "HST10", "JST-9", "UTC0"}) {
+    SCOPED_TRACE(zone);
+    rig.zone.Set(ParsePosixZone(zone));
+    for (const DS_SYNCTYPE mode : {DS_SYNCTYPE_SLOW, DS_SYNCTYPE_TWO_NORMAL}) {
+      const StoreReport report = Sync(mode);
+      EXPECT_EQ(report.pc.replaced + report.phone.replaced + report.pc.added, 0);
+      EXPECT_EQ(report.conflicts.size(), 0u);
+      EXPECT_EQ(rig.PhoneFiles(), files);
+    }
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Zones, EngineSeries, testing::ValuesIn(test::kSeriesZones),

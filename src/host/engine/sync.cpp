@@ -189,6 +189,7 @@ void StoreSync::Sync(PcStore& pc, PcTransaction& planning) {
   state_.source = pc.source();
   Inventory sides =
       Survey(pc, phone_, report_.failed).Load(report_.mode, std::move(rows), files, state_.endedNs);
+  sides.isSettled = state_.slowDone;
   const SyncPlan plan = BuildPlan(report_.mode, sides);
   const ItemNames names(pc, phone_, sides);
   SafetyRules rules;
@@ -273,17 +274,22 @@ void StoreSync::Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& pl
   Finish(sides);
 }
 
-// Whether each pair that was found is on record now. One that failed may be found by a slow sync
-// alone, by its key text.
+// Whether each pair that was found is on record now, as it is. One that failed may be found by a
+// slow sync alone, by its key text.
 bool StoreSync::AllPairsRecorded(const Inventory& sides) {
   if (report_.failed.empty()) return true;
+  std::set<std::string> failed;
+  for (const ItemFailure& failure : report_.failed) failed.insert(failure.item);
   std::set<std::string> recorded;
   for (RecordRow& row : session_.record.Rows(session_.phone.id, kind_.name)) {
     recorded.insert(std::move(row.name));
   }
   return std::ranges::none_of(sides.links, [&](const ItemLink& link) {
-    return link.record < 0 && link.pc >= 0 && link.phone >= 0 &&
-           !recorded.contains(At(sides.phone, link.phone).name);
+    if (link.pc < 0 || link.phone < 0) return false;
+    const std::string& name = At(sides.phone, link.phone).name;
+    // The store takes a change that did not go through for one that did.
+    const bool isNoted = link.statusWritten && At(sides.pc, link.pc).change == PcChange::Changed;
+    return link.record < 0 ? !recorded.contains(name) : isNoted && failed.contains(name);
   });
 }
 
