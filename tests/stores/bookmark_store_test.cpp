@@ -234,21 +234,6 @@ TEST_P(TreeStore, ReplaceRenamesMovesAndKeepsEveryOtherLine) {
   EXPECT_EQ(s.PathOf(taken), u"/Taken.url");
 }
 
-TEST_P(TreeStore, ANewNameDoesNotFindTheNumberOfWhatHadItBefore) {
-  const auto kept = s.Add(BookmarkText(u"A"));
-  const auto folder = s.Add(FolderText(u"F"));
-  s.Add(BookmarkText(u"B"));
-  s.Add(BookmarkText(u"x"), s.Add(FolderText(u"G")));
-  fs::remove(s.Native(u"/B.url"));
-  fs::remove_all(s.Native(u"/G"));
-  EXPECT_EQ(s.Replace(kept, BookmarkText(u"B")), S_OK);
-  EXPECT_EQ(s.Replace(folder, FolderText(u"G")), S_OK);
-  const Snapshot expected = {{kept, {u"/", false}}, {folder, {u"/", true}}};
-  EXPECT_EQ(s.Current(), expected);
-  s.NextSession();
-  EXPECT_EQ(s.Current(), expected);
-}
-
 TEST_P(TreeStore, DeleteRemovesFilesAndWholeFoldersWhateverTheBinSays) {
   const auto work = s.Add(FolderText(u"Work"));
   const auto sub = s.Add(FolderText(u"Sub"), work);
@@ -415,17 +400,6 @@ TEST_P(TreeStore, AFolderThatCannotBeOpenedIsEmptyAndLosesNoNumber) {
   fs::remove_all(s.Native(u"/"));
   ComPtr<IStatusDBItemTree> tree;
   EXPECT_EQ(s.status->GetCurrentStatusDB(tree.Out()), E_FAIL) << "no root is no empty tree";
-}
-
-TEST_P(TreeStore, AFullDiskLeavesNeitherFileNorRow) {
-  for (const Verb verb : {Verb::CreateNew, Verb::MakeNewFolder}) {
-    s.files.Watch([verb](const auto& call) { return call.verb == verb; });
-    s.files.FailAt(0, ENOSPC);
-    EXPECT_EQ(s.TryAdd(verb == Verb::CreateNew ? BookmarkText(u"A") : FolderText(u"A")), E_FAIL);
-    EXPECT_TRUE(s.files.hasFailed());
-  }
-  EXPECT_TRUE(s.Disk().empty());
-  EXPECT_TRUE(s.db->Changes().empty());
 }
 
 TEST_P(TreeStore, TheRootComesFromTheUsersShellFolders) {

@@ -79,17 +79,5 @@ TEST_F(ContactStore, InitializeNeedsItsFolderAndOutlook) {
   }
 }
 
-TEST_F(ContactStore, AClassThatCannotBeMadeEndsTheCall) {
-  s.Add(Card(1, "u1", nullptr));
-  const ClassCreator item = RegisterClass(CLSID_ContactItem, nullptr);
-  EXPECT_EQ(s.store->PrepareSlowSync(), E_FAIL);
-  RegisterClass(CLSID_ContactItem, item);
-  const ClassCreator converter = RegisterClass(CLSID_VCardConverter, nullptr);
-  const auto store = CreateInstance<IDataStore>(ClassId(u"DataStoreContact"));
-  store->SetOutlookMgr(ToUnknownArgument(&s.outlook));
-  EXPECT_EQ(store->Initialize(s.bag.get()), REGDB_E_CLASSNOTREG);
-  RegisterClass(CLSID_VCardConverter, converter);
-}
-
 }  // namespace
 }  // namespace qv
