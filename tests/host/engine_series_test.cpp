@@ -67,12 +67,6 @@ class EngineSeries : public testing::TestWithParam<const char*> {
     text.replace(text.find(from), from.size(), to);
     rig.PhonePut(FileOf(word), text);
   }
-  bool HasConflictText(const std::string& word) const {
-    for (const std::string& text : rig.ConflictTexts()) {
-      if (text.find(word) != text.npos) return true;
-    }
-    return false;
-  }
 
   Rig rig{"calendar"};
 };

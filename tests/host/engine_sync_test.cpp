@@ -190,7 +190,11 @@ TEST(EngineSyncTest, ADryRunChangesNothingAndTellsWhatTheRunDoes) {
   const std::vector<std::string> steps = first();
   ASSERT_EQ(steps.size(), 2u);
   EXPECT_EQ(steps[0], "pc replace b.vcf (Bob) (conflict: the phone wins)");
-  EXPECT_THAT(steps[1], testing::StartsWith("phone delete "));
+  EXPECT_THAT(steps[1], testing::MatchesRegex("phone delete .+ \\(Ann\\)"));
+  rig.PcAdd(CardText({.name = "Cleo"}));
+  rig.Sync();
+  rig.PhoneDelete("b.vcf");
+  EXPECT_THAT(first(), ElementsAre("pc delete b.vcf (Bob)"));
 }
 
 TEST(EngineSyncTest, ASideThatIsLostOrEmptyStopsTheSync) {

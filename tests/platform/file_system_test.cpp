@@ -78,6 +78,10 @@ TEST(FileSystem, FindsExactlyThisEntry) {
   EXPECT_EQ(entry.size, 5u);
   EXPECT_EQ(entry.accessed, 1'000'000'000);
   EXPECT_EQ(entry.modified, -2);  // down, not towards zero
+  ASSERT_EQ(SetFileModified(folder.ModulePath(u"File.url"), 7), kNoError);
+  ASSERT_EQ(FindEntry(folder.ModulePath(u"File.url"), entry), kNoError);
+  EXPECT_EQ(entry.modified, 7);
+  EXPECT_EQ(entry.accessed, 1'000'000'000);
   EXPECT_FALSE(EntryExists(folder.ModulePath(u"file.url")));
   // A link is found as such, however its path ends.
   fs::create_symlink(folder.path(), folder.File("link"));

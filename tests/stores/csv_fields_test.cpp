@@ -223,11 +223,6 @@ TEST_F(CsvFields, AppointmentsKeepTheirMoments) {
   EXPECT_EQ(CalendarOf(alone.get())->reminderMinutes, -2 * 1440);
 }
 
-TEST_F(CsvFields, MemosAreTheirBody) {
-  EXPECT_THAT(Rewrite(kMemoFields, {{"Memo", "a\nb"}}), ElementsAre("Memo=a\nb"));
-  EXPECT_THAT(Rewrite(kMemoFields, {}), IsEmpty());
-}
-
 TEST(CellNumberTest, AnythingElseIsZero) {
   const std::pair<const char16_t*, int32_t> kCases[] = {
       {u"12", 12},

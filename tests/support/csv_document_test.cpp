@@ -65,6 +65,9 @@ TEST(CsvDocumentTest, TextsBecomeTheseCells) {
     EXPECT_TRUE(document.ParseText(text));
     EXPECT_EQ(Dump(document), cells) << ToUtf8(text);
   }
+  CsvDocument document;
+  EXPECT_TRUE(document.ParseText(std::u16string(u"h\na\0b,c\nd", 9)));
+  EXPECT_EQ(Dump(document), std::string("h/a\0b|c/d", 9)) << "a NUL is a sign as others are";
 }
 
 std::string Repeated(const std::string& text, size_t times) {

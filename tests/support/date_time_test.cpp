@@ -49,29 +49,12 @@ TEST(DateTime, Ordering) {
 
 TEST(DateTime, CompareEqualsComparingThePrintedTexts) {
   const double infinity = std::numeric_limits<double>::infinity();
-  const DATE dates[] = {0.0,
-                        0.1,
-                        -0.1,
-                        -1.0,
-                        -1.25,
-                        -1.75,
-                        -2.0,
-                        40606.5,
-                        40606.5 + 0.1 * kSecond,
-                        40606.5 + 0.6 * kSecond,
-                        40606.5 + kSecond,
-                        40606.5 - 0.1 * kSecond,
-                        2958465.5,
-                        2958465.9999999,
-                        2958466.0,
-                        -657434.0,
-                        -657434.5,
-                        -657435.0,
-                        1e300,
-                        -1e300,
-                        infinity,
-                        -infinity,
-                        std::nan("")};
+  std::vector<DATE> dates = {1e300, -1e300, infinity, -infinity, std::nan("")};
+  for (const DATE day : {0.0, -1.0, -2.0, 40606.5, 2958465.5, 2958466.0, -657434.0, -657435.0}) {
+    for (const double part : {0.0, 0.1, -0.25, -0.75, 0.1 * kSecond, 0.6 * kSecond, kSecond}) {
+      dates.insert(dates.end(), {day + part, day - part});
+    }
+  }
   const auto print = [](DATE date) {
     std::u16string text = FormatCompactDateTime(date);
     text.erase(text.find(u'T'), 1);
