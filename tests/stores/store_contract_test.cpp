@@ -333,6 +333,16 @@ TEST_P(StoreContract, AFailedStatementIsTheResultAndClosesItsRowset) {
   EXPECT_GT(steps, 3u);
 }
 
+TEST_P(StoreContract, AUidMayHoldQuotesAndStatements) {
+  const char* evil = "x');DELETE FROM DataStoreMap;--%27";
+  const std::u16string other = s.Add(Text(1, "plain"));
+  const std::u16string id = s.Add(Text(2, evil));
+  EXPECT_NE(s.Get(id).find(evil), std::string::npos);
+  EXPECT_EQ(Rows(u"DataStoreMap"), 2u);
+  EXPECT_EQ(s.store->Delete(Bstr(id), kFalse), S_OK);
+  EXPECT_EQ(s.db->Rows(u"DataStoreMap", {u"datastore_id"}), (Table{{other}}));
+}
+
 TEST_P(StoreContract, WithoutWhatItStandsOnAStoreFailsAndDoesNotCrash) {
   const auto bare = CreateInstance<IDataStore>(ClassId(GetParam().className));
   ASSERT_EQ(bare->SetOutlookMgr(ToUnknownArgument(&s.outlook)), S_OK);

@@ -54,25 +54,6 @@ TEST(VObjectDecode, ValuesInBothDialects) {
   }
 }
 
-TEST(VObjectDecode, Base64) {
-  struct Case {
-    const char* text;
-    const char* bytes;  // null for text that is none
-  };
-  const Case cases[] = {{"QUJD", "ABC"},       {"QU\r\n JD\r\n", "ABC"},
-                        {"QUI=", "AB"},        {"QUI", "AB"},
-                        {"QQ==", "A"},         {"", ""},
-                        {"Q", nullptr},        {"QU*D", nullptr},
-                        {"QQ==QQ==", nullptr}, {"QQ===", nullptr}};
-  for (const Case& c : cases) {
-    std::string bytes;
-    EXPECT_EQ(AppendBase64(c.text, bytes), c.bytes != nullptr) << c.text;
-    if (c.bytes != nullptr) {
-      EXPECT_EQ(bytes, c.bytes) << c.text;
-    }
-  }
-}
-
 std::string Encoded(std::u16string_view value, std::string_view header = "NOTE") {
   LineWriter writer;
   writer.Begin(header);
