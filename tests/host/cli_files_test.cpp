@@ -1,8 +1,5 @@
 // Files to a phone and back on the command line.
 #include <gmock/gmock.h>
-#include <unistd.h>
-
-#include <csignal>
 
 #include "host/run_program.h"
 
@@ -124,31 +121,6 @@ TEST_F(CliFilesTest, AMappingIsKeptForTheNextFile) {
   box.Run({"import", "-d", Path("gone"), next, "--map-file", Path("map.xml"), "--save-map",
            Path("kept.xml")});
   EXPECT_FALSE(std::filesystem::exists(Path("kept.xml"))) << "the phone was refused";
-}
-
-TEST_F(CliFilesTest, AStoppedImportKeepsNoMapping) {
-  constexpr int kAttempts = 5;  // the machine may be faster than the signal, but not always
-  std::string people = "wer,was\n";
-  for (int i = 0; i < 3000; ++i) people += "Name" + std::to_string(i) + ",1\n";
-  Put("many.csv", people);
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const std::string map = Path("map" + std::to_string(attempt));
-    const pid_t child =
-        box.Start({"-p", box.profile, "import", "-d", Path("phone"), Path("many.csv"), "--store",
-                   "contacts", "--map", "wer=GivenName", "--map", "was=Pager", "--save-map", map},
-                  Put("stdin", ""), Path("stdout"));
-    siginfo_t ended{};
-    while (waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-           ended.si_pid == 0 && In("phone/contacts").empty()) {
-      usleep(500);
-    }
-    kill(child, SIGTERM);
-    const int code = box.Finish(child).code;
-    EXPECT_EQ(std::filesystem::exists(map), code == 0) << code;
-    if (code == 4) return;
-    std::filesystem::remove_all(Path("phone/contacts"));
-  }
-  FAIL() << "never quick enough";
 }
 
 TEST_F(CliFilesTest, CardsOfOtherProgramsComeWhole) {

@@ -68,12 +68,6 @@ class EngineSeries : public testing::TestWithParam<const char*> {
     text.replace(text.find(from), from.size(), to);
     rig.PhonePut(FileOf(word), text);
   }
-  bool HasConflictText(const std::string& word) const {
-    for (const std::string& text : rig.ConflictTexts()) {
-      if (text.find(word) != text.npos) return true;
-    }
-    return false;
-  }
 
   Rig rig{"calendar"};
 };
@@ -135,24 +129,6 @@ TEST_P(EngineSeries, AllDayItemsStayWhereTheyAreWhenTheZoneChanges) {
   }
 }
 
-TEST_P(EngineSeries, GoFromThePcToThePhoneAndBack) {
-  const std::u16string series = rig.PcAdd(Series("standup"));
-  const std::u16string moved = rig.PcAddException(series, Exception("moved", kFirst));
-  Sync();
-  ExpectInStep(2);
-  PhoneEdit("moved", "moved", "moved twice");
-  Sync();
-  ExpectInStep(2);
-  PhoneEdit("standup", "standup", "renamed");
-  Sync();
-  ExpectInStep(2);
-  rig.PcEdit(moved, Exception("on the PC", kFirst));
-  Sync();
-  ExpectInStep(2);
-  EXPECT_EQ(Sync(DS_SYNCTYPE_SLOW).phone.replaced, 0);
-  ExpectInStep(2);
-}
-
 TEST_P(EngineSeries, ComeFromThePhoneInAnyOrder) {
   rig.PhonePut("a-exception.vcs", Exception("moved", kFirst, "e1", "s1"));
   const StoreReport early = rig.Sync();
@@ -172,73 +148,6 @@ TEST_P(EngineSeries, ComeFromThePhoneInAnyOrder) {
             std::string::npos)
       << twice.failed[0].reason;
   EXPECT_EQ(twice.failed[0].name, "moved twice");
-}
-
-TEST_P(EngineSeries, ADeletedExceptionIsADeletedOccurrenceOnBothSides) {
-  const std::u16string series = rig.PcAdd(Series("standup"));
-  rig.PcAddException(series, Exception("first", kFirst));
-  const std::u16string second = rig.PcAddException(series, Exception("second", kSecond));
-  Sync();
-  rig.PhoneDelete(FileOf("first"));
-  Sync();
-  ExpectInStep(2);
-  EXPECT_NE(PhoneText("standup").find(std::string("X-RECUR-ENTRY:1;") + kFirst), std::string::npos);
-  rig.PcDelete(second);
-  Sync();
-  ExpectInStep(1);
-  EXPECT_NE(PhoneText("standup").find(std::string("X-RECUR-ENTRY:1;") + kSecond),
-            std::string::npos);
-}
-
-TEST_P(EngineSeries, ASeriesTakesItsExceptionsAlong) {
-  for (const bool onPhone : {true, false}) {
-    const std::u16string series = rig.PcAdd(Series("standup"));
-    rig.PcAddException(series, Exception("moved", kFirst));
-    Sync();
-    ASSERT_EQ(rig.PhoneFiles().size(), 2u);
-    onPhone ? rig.PhoneDelete(FileOf("standup")) : rig.PcDelete(series);
-    Sync();
-    ExpectInStep(0);
-    EXPECT_TRUE(rig.PhoneFiles().empty());
-  }
-}
-
-TEST_P(EngineSeries, AChangeOfAnExceptionKeepsItsSeriesAlive) {
-  for (const bool onPhone : {true, false}) {
-    const std::u16string series = rig.PcAdd(Series("standup"));
-    rig.PcAddException(series, Exception("moved", kFirst));
-    const std::u16string other = rig.PcAddException(series, Exception("untouched", kSecond));
-    Sync();
-    if (onPhone) {
-      PhoneEdit("moved", "moved", "changed");
-      rig.PcDelete(series);
-    } else {
-      rig.PcEdit(other, Exception("changed", kSecond));
-      for (const char* word : {"standup", "moved", "untouched"}) rig.PhoneDelete(FileOf(word));
-    }
-    Sync();
-    ExpectInStep(3);
-    EXPECT_NE(PhoneText("changed"), "");
-    rig.PcDelete(rig.PcIdOf(PhoneText("standup")));
-    Sync();
-    ExpectInStep(0);
-  }
-}
-
-TEST_P(EngineSeries, OneOccurrenceChangedOnBothSidesIsAConflict) {
-  const std::u16string series = rig.PcAdd(Series("standup"));
-  Sync();
-  const std::string uid =
-      ToUtf8(CalendarOf(ReadItem(rig.kind, PhoneText("standup")).get())->fields.objUid);
-  rig.PcAddException(series, Exception("of the PC", kFirst));
-  std::string phone = Exception("of the phone", kFirst, "e1", uid);
-  phone.insert(phone.find("SUMMARY"), "LAST-MODIFIED:20330101T000000Z\r\n");
-  rig.PhonePut("e1.vcs", phone);
-  const StoreReport report = Sync();
-  EXPECT_EQ(report.phoneWon, 1);
-  ExpectInStep(2);
-  EXPECT_NE(PhoneText("of the phone"), "");
-  EXPECT_TRUE(HasConflictText("of the PC"));
 }
 
 TEST_P(EngineSeries, MeetInASlowSyncAndTakeThePhonesUid) {

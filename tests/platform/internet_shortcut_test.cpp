@@ -5,26 +5,13 @@
 #include <filesystem>
 
 #include "kit/platform_fakes.h"
-#include "platform/system/code_page.h"
+#include "platform/ansi_page.h"
 
 namespace qv {
 namespace {
 
+using test::ScopedAnsiPage;
 using test::TempFolder;
-
-// The ANSI page for a while.
-class ScopedAnsiPage {
- public:
-  explicit ScopedAnsiPage(std::string_view name) : previous_(CodePages::Default().AnsiPage()) {
-    EXPECT_TRUE(CodePages::Default().SetAnsiPage(name));
-  }
-  ScopedAnsiPage(const ScopedAnsiPage&) = delete;
-  ScopedAnsiPage& operator=(const ScopedAnsiPage&) = delete;
-  ~ScopedAnsiPage() { CodePages::Default().SetAnsiPage(previous_); }
-
- private:
-  std::string previous_;
-};
 
 TEST(InternetShortcut, TheUrlIsTheFirstBehindTheFirstSection) {
   const struct {

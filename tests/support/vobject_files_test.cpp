@@ -128,19 +128,5 @@ TEST(NarrowFilesTest, ANulCutsOffTheRestOfItsBlock) {
   EXPECT_FALSE(ReadNarrowFile(folder.ModulePath(u"")));
 }
 
-TEST(NarrowFilesTest, TakenNamesAreNumbered) {
-  const test::TempFolder folder;
-  const std::u16string stem = folder.ModulePath(u"a");
-  folder.Put("a(2).vcf", "old");
-  UniqueNames names(1);
-  for (const char* text : {"1", "2", "3"}) {
-    EXPECT_EQ(names.Create(stem, u".vcf", text), kNoError);
-  }
-  EXPECT_THAT(folder.Names(), ElementsAre("a(1).vcf", "a(2).vcf", "a(3).vcf", "a.vcf"));
-  EXPECT_EQ(folder.Get("a(2).vcf"), "old");
-  EXPECT_EQ(UniqueNames(1).Create(folder.ModulePath(u"no\\a"), u".vcf", ""), kPathNotFound);
-  EXPECT_EQ(UniqueNames(1).Create(folder.ModulePath(u"a\tb"), u".vcf", ""), kInvalidName);
-}
-
 }  // namespace
 }  // namespace qv
