@@ -22,6 +22,7 @@
 #include "platform/system/service.h"
 #include "support/text.h"
 #include "support/user_flags.h"
+#include "support/vobject/item_files.h"
 #include "support/vobject/marked_text.h"
 
 namespace qv {
@@ -203,10 +204,12 @@ class Export {
     if (form_.nothing) {
       if (const std::string why = form_.nothing(place_, *item); !why.empty()) throw ItemError(why);
     }
-    // A file of events has no room for what stands round them: zones, a mark, a newer version.
+    // A file of events has no room for what stands round them: zones, a mark, a newer version. And
+    // of a card some text may look like its end.
+    std::string whole = WithWholeLineEnds(WithoutMark(text, buffer));
+    const bool isCard = job_.row->format == FileFormat::VCard;
     const bool isCalendar = job_.row->format == FileFormat::VCal;
-    const std::string whole =
-        isCalendar ? WriteItem(kind, item.get()) : WithWholeLineEnds(WithoutMark(text, buffer));
+    if (isCalendar || (isCard && !LastsInAFile(whole))) whole = WriteItem(kind, item.get());
     store_->Add(whole, [&](IItemCommon& given) {
       if (!form_.mend) return;
       for (std::string& what : form_.mend(place_, given)) {
