@@ -167,6 +167,7 @@ void ShortcutFolder::MakeRoot() {
 }
 
 void ShortcutFolder::Settle() {
+  isGrouped_ = false;
   CheckDone(changes_.Settle(), "put on disk what was changed in", tree_.root());
 }
 
@@ -228,7 +229,7 @@ std::string ShortcutFolder::Add(const ComPtr<IItemCommon>& item) {
   CheckDone(CreateNewFile(full, ShortcutBytes(bookmark.url)), "write", full);
   names_.Added(root, name);
   changes_.Made(full, EntryKind::File);
-  Settle();
+  SettleAlone();
   return IdOf(AbsoluteToRelative(tree_.root(), full), false);
 }
 
@@ -256,7 +257,7 @@ bool ShortcutFolder::Replace(const std::string& id, const ComPtr<IItemCommon>& i
     CheckDone(RenameEntry(found->full, fresh), "rename to", fresh);
     changes_.Moved(found->full, fresh);
   }
-  Settle();
+  SettleAlone();
   return true;
 }
 
@@ -274,7 +275,7 @@ bool ShortcutFolder::Delete(const std::string& id) {
   series_.clear();
   CheckDone(RecycleEntry(found->full), "delete", found->full);
   changes_.Removed(found->full);
-  Settle();
+  SettleAlone();
   return true;
 }
 
