@@ -75,6 +75,14 @@ ShortcutFolder::ShortcutFolder(const Profile& profile, const StoreKind& kind) : 
   tree_.Open(std::move(root), !withFolders);
 }
 
+ShortcutFolder::~ShortcutFolder() {
+  try {
+    changes_.Settle();
+  } catch (...) {
+    // No memory: what was changed waits for the system's own time.
+  }
+}
+
 std::u16string ShortcutFolder::FullPath(std::string_view id) const {
   if (id.ends_with('/')) id.remove_suffix(1);
   std::u16string path(kTreeRoot);

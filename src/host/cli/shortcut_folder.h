@@ -23,7 +23,7 @@ class ShortcutFolder final : public PcFolder {
   // Throws UsageError when the Favorites folder is not known.
   ShortcutFolder(const Profile& profile, const StoreKind& kind);
 
-  ~ShortcutFolder() override { changes_.Settle(); }
+  ~ShortcutFolder() override;
 
   // A folder before what is in it.
   std::vector<Entry> List() override;

@@ -59,7 +59,11 @@ const Collection::Known& Collection::Find(IItemCommon& item, const std::u16strin
 }
 
 Collection::~Collection() {
-  for (const NewFile& file : staged_) phone_.Discard(file.staged);
+  try {
+    for (const NewFile& file : staged_) phone_.Discard(file.staged);
+  } catch (...) {
+    // No memory: the next run finds what is left.
+  }
 }
 
 std::error_code Collection::Stage(const std::u16string& uid, std::string_view text, Placed placed) {
