@@ -19,7 +19,8 @@ namespace qv {
 namespace {
 
 constexpr std::string_view kOwn = "VEVENT,VTODO";
-constexpr std::string_view kLists[] = {"CATEGORIES", "RESOURCES"};
+constexpr std::string_view kListNames[] = {"CATEGORIES", "RESOURCES"};
+constexpr ListProperties kLists = {kListNames, u';'};
 
 // The order of the properties is fixed: equal items give equal bytes.
 class CalendarWriter {
