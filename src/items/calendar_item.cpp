@@ -38,7 +38,8 @@ HRESULT CalendarItem::put_Location(BSTR value) noexcept {
 }
 
 HRESULT CalendarItem::get_Start(DATE* value) noexcept {
-  return GetValue(MomentOf(value_, value_.start), value);
+  return Slot(Requires(), Outs(value),
+              [&] { return HandOut(value, MomentOf(value_, value_.start)); });
 }
 
 HRESULT CalendarItem::put_Start(DATE value) noexcept {
@@ -46,7 +47,8 @@ HRESULT CalendarItem::put_Start(DATE value) noexcept {
 }
 
 HRESULT CalendarItem::get_End(DATE* value) noexcept {
-  return GetValue(MomentOf(value_, value_.end), value);
+  return Slot(Requires(), Outs(value),
+              [&] { return HandOut(value, MomentOf(value_, value_.end)); });
 }
 
 HRESULT CalendarItem::put_End(DATE value) noexcept {
@@ -58,11 +60,14 @@ HRESULT CalendarItem::get_AllDay(BOOL* value) noexcept {
 }
 
 HRESULT CalendarItem::put_AllDay(BOOL value) noexcept {
-  if (value_.allDay && value == kFalse) {
-    value_.start = MomentOf(value_, value_.start);
-    value_.end = MomentOf(value_, value_.end);
-  }
-  return PutValue(value_.allDay, value != kFalse);
+  return Slot(Requires(), Outs(), [&] {
+    if (value_.allDay && value == kFalse) {
+      const DATE start = MomentOf(value_, value_.start);
+      value_.end = MomentOf(value_, value_.end);
+      value_.start = start;
+    }
+    return PutValue(value_.allDay, value != kFalse);
+  });
 }
 
 HRESULT CalendarItem::get_IsTask(BOOL* value) noexcept {

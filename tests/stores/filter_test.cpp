@@ -82,6 +82,7 @@ TEST(CalendarFilter, LeavesOutOfTheTreeWhatTheWindowDoes) {
   BOOL flag = 7;
   EXPECT_EQ(filter->IsFilterExsit(&flag), S_OK);
   EXPECT_EQ(flag, kFalse);
+  EXPECT_EQ(filter->IsFilterExsit(nullptr), E_POINTER);
   ComPtr<IUnknown> chosen;
   const auto list = MakeObject<VarList>();
   for (const auto& id : {out, in, std::u16string(u"unknown"), std::u16string(u"xsub1")}) {

@@ -31,10 +31,10 @@ HRESULT ItemFilter::Includes(const std::u16string& id, bool& included) {
 
 // Without a test for null, as its callers know it; only the write is left out.
 HRESULT ItemFilter::IsFilterExsit(BOOL* isExist) noexcept {
-  BOOL exists = kFalse;
-  config_.get_SupportFilter(&exists);
-  if (isExist != nullptr) *isExist = exists;
-  return S_OK;
+  return Slot(Requires(), Outs(isExist), [&] {
+    config_.get_SupportFilter(isExist);
+    return S_OK;
+  });
 }
 
 HRESULT ItemFilter::IsInFilter(BSTR sourceUid, BOOL* isInclude) noexcept {

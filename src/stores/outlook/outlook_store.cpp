@@ -141,7 +141,7 @@ HRESULT OutlookStore::OnAdd(const IncomingText& text, std::u16string& sourceUid)
   if (!fields.objUid.empty()) Check(map_.Insert(sourceUid, fields.objUid, fields.objModified));
   const std::u16string_view parent = NormaliseParent(text.parent);
   Check(WriteStatus(STATDBUPDATE_ADD, stored, parent, false));
-  // The hash is the exception's, deliberately: it is not looked at where the times agree.
+  // The hash is the exception's, deliberately.
   if (!stored.seriesId.empty()) Check(RefreshSeries(stored, parent, stored.md5));
   return WriteSideRows(sourceUid, item.get(), false);
 }
