@@ -178,7 +178,16 @@ TEST_F(CliSyncTest, MassAdditionsAndOtherFormsEndWithThree) {
   EXPECT_EQ(import.code, 3) << import.err;
   const Outcome exported = box.Run(
       {"export", "-d", box.files().File("phone"), "--to", box.files().File("out"), "calendar"});
-  EXPECT_THAT(exported.out, HasSubstr("left alone: trip.ics\n"));
+  box.files().Put("phone/contacts/a.txt", "no item");
+  const Outcome card =
+      box.Run({"import", "-d", box.files().File("phone"), box.files().Put("ada.vcf", Card("Ada"))});
+  for (const auto& [outcome, block] :
+       {std::pair(exported, "\n  left alone    1\n    trip.ics (another kind of file)\n"),
+        std::pair(card, "\n  left alone    1\n    a.txt (another kind of file)\n"),
+        std::pair(box.Run({"status"}),
+                  "\n    left alone    1\n      a.txt (another kind of file)\n")}) {
+    EXPECT_THAT(outcome.out, HasSubstr(block));
+  }
   // One of the phone's folders is not the phone.
   const Outcome below = box.Run({"sync", "-d", box.files().File("phone/contacts")});
   EXPECT_EQ(below.code, 3);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/engine/left_alone.h"
+#include "host/cli/sync_report.h"
 #include "host/engine/report_words.h"
 #include "platform/system/code_page.h"
 #include "platform/system/service.h"
@@ -90,14 +90,7 @@ std::string ExportText(const ExportOutcome& outcome, const std::string& folder) 
     text += "  " + Printable(WithName(failure.item, failure.name)) + ": " +
             Printable(failure.reason) + "\n";
   }
-  if (!report.left.empty()) {
-    std::vector<std::string> names;
-    for (size_t i = 0; i < report.left.size() && i < kMaxShown; ++i) {
-      names.push_back(report.left[i].name);
-    }
-    text += "  left alone: " + Printable(FirstFew(names, report.left.size())) + "\n";
-  }
-  return text;
+  return text + LeftAloneText("  ", report.left);
 }
 
 ordered_json ExportJson(const ExportOutcome& outcome) {
@@ -117,9 +110,7 @@ ordered_json ExportJson(const ExportOutcome& outcome) {
                            {"incomplete", outcome.account.incomplete},
                            {"altered", list(outcome.report.altered)},
                            {"failed", list(outcome.report.failed)}};
-  for (const LeftAlone& left : outcome.report.left) {
-    document["left_alone"].push_back({{"item", left.name}, {"what", LeftKey(left.kind)}});
-  }
+  PutLeftAlone(outcome.report.left, document);
   if (!outcome.report.message.empty()) document["message"] = outcome.report.message;
   return document;
 }

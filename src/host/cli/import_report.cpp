@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/cli/sync_report.h"
 #include "host/engine/report_words.h"
 #include "support/text.h"
 
@@ -136,7 +137,7 @@ std::string ImportResultText(const ImportFile& file, const TransferReport* repor
     return Printable(WithName(failure.item, failure.name)) + ": " + Printable(failure.reason);
   });
   if (!report->message.empty()) text += "  " + Printable(report->message) + "\n";
-  return text;
+  return text + LeftAloneText("  ", report->left);
 }
 
 ordered_json ImportJson(const ImportFile& file, const TransferReport* report) {
@@ -163,6 +164,7 @@ ordered_json ImportJson(const ImportFile& file, const TransferReport* report) {
     if (!report->message.empty()) document["message"] = report->message;
   }
   document["failed"] = failed;
+  if (report != nullptr) PutLeftAlone(report->left, document);
   return document;
 }
 

@@ -3,6 +3,7 @@
 #include "host/cli/commands.h"
 #include "host/cli/open_profile.h"
 #include "host/cli/pc_folder.h"
+#include "host/cli/sync_report.h"
 #include "host/engine/sync.h"
 
 namespace qv {
@@ -35,13 +36,16 @@ Exit Stop(const CommonOptions& common) {
 struct StoreStatus {
   const StoreKind* kind;
   int64_t pcItems;
+  std::vector<std::string> hidden;  // of the PC, see pc_folder.h
   std::vector<PendingChanges> phones;
 };
 
 std::vector<StoreStatus> CollectStatus(Profile& profile) {
   std::vector<StoreStatus> stores;
   for (const StoreKind* kind : profile.EnabledKinds()) {
-    stores.push_back({kind, PcFolder::Open(profile, *kind)->Count(), {}});
+    const std::unique_ptr<PcFolder> pc = PcFolder::Open(profile, *kind);
+    const int64_t count = pc->Count();
+    stores.push_back({kind, count, pc->Hidden(), {}});
   }
   for (PendingChanges& pending : ReadStatus(profile)) {
     for (StoreStatus& store : stores) {
@@ -65,6 +69,8 @@ ordered_json PhoneJson(const PendingChanges& phone) {
   if (phone.phoneReachable) document["phone"] = CountsJson(phone.phone);
   if (phone.leavePhone > 0) document["outside_filter"] = phone.leavePhone;
   if (!phone.note.empty()) document["note"] = phone.note;
+  if (!phone.failed.empty()) document["failed"] = FailedJson(phone.failed);
+  PutLeftAlone(phone.left, document);
   return document;
 }
 
@@ -87,7 +93,7 @@ std::string PhoneText(const PendingChanges& phone) {
   text += "    pending on the phone  " +
           (phone.phoneReachable ? CountsText(phone.phone) : "not known: it is not reachable") +
           "\n";
-  return text;
+  return text + FailedText("    ", phone.failed) + LeftAloneText("    ", phone.left);
 }
 
 Exit Status(const CommonOptions& common) {
@@ -100,6 +106,7 @@ Exit Status(const CommonOptions& common) {
       for (const PendingChanges& phone : store.phones) phones.push_back(PhoneJson(phone));
       list.push_back(
           {{"store", store.kind->name}, {"pc_items", store.pcItems}, {"phones", phones}});
+      if (!store.hidden.empty()) list.back()["hidden"] = store.hidden;
     }
     PrintJson({{"result", ExitWord(Exit::Ok)}, {"profile", profile.folder()}, {"stores", list}});
     return Exit::Ok;
@@ -108,6 +115,7 @@ Exit Status(const CommonOptions& common) {
   if (stores.empty()) Print("no store is switched on\n");
   for (const StoreStatus& store : stores) {
     Print(std::string(store.kind->name) + ": " + std::to_string(store.pcItems) + " on the PC\n");
+    for (const std::string& line : store.hidden) Print("  note: " + line + "\n");
     if (store.phones.empty()) Print("  no phone yet\n");
     for (const PendingChanges& phone : store.phones) Print(PhoneText(phone));
   }

@@ -15,6 +15,7 @@ constexpr std::array<Exit, 5> kExits = {Exit::Ok, Exit::Partial, Exit::Refused, 
 
 // Of what a run only mentions; what failed is named in full.
 constexpr size_t kShownRows = 10;
+constexpr std::string_view kMargin = "  ";
 
 std::string Word(DS_SYNCTYPE mode) {
   const char* word = ModeName(mode);
@@ -44,8 +45,6 @@ ordered_json ActionJson(const PlannedAction& planned) {
 }
 
 ordered_json StoreJson(const StoreReport& store, bool dryRun) {
-  ordered_json failed = ordered_json::array();
-  for (const ItemFailure& failure : store.failed) failed.push_back(NotedJson(failure));
   ordered_json document = {
       {"store", store.store},
       {"mode", Word(store.mode)},
@@ -53,7 +52,7 @@ ordered_json StoreJson(const StoreReport& store, bool dryRun) {
       {"phone", CountsJson(store.phone)},
       {"matched", store.matched},
       {"conflicts", {{"pc_won", store.pcWon}, {"phone_won", store.phoneWon}, {"same", store.same}}},
-      {"failed", failed}};
+      {"failed", FailedJson(store.failed)}};
   if (!store.message.empty()) document["message"] = store.message;
   if (!store.note.empty()) document["note"] = store.note;
   for (const ConflictNote& note : store.conflicts) {
@@ -61,9 +60,7 @@ ordered_json StoreJson(const StoreReport& store, bool dryRun) {
         Named({{"item", note.item}, {"winner", note.winner}, {"file", note.kept}}, note.name));
   }
   for (const PartNote& note : store.parts) document["in_part"].push_back(NotedJson(note));
-  for (const LeftAlone& left : store.left) {
-    document["left_alone"].push_back({{"item", left.name}, {"what", LeftKey(left.kind)}});
-  }
+  PutLeftAlone(store.left, document);
   if (dryRun) document["steps"] = store.steps;
   for (const PlannedAction& planned : store.actions)
     document["actions"].push_back(ActionJson(planned));
@@ -72,16 +69,18 @@ ordered_json StoreJson(const StoreReport& store, bool dryRun) {
 
 // The first of a long row, a line each.
 template <class Row, class Words>
-std::string Block(const char* head, const std::vector<Row>& rows, Words&& words) {
+std::string Block(std::string_view margin, const char* head, const std::vector<Row>& rows,
+                  Words&& words) {
   if (rows.empty()) return {};
-  std::string text = "  ";
+  std::string text(margin);
+  const std::string inner = text + "  ";
   text.append(head).append(std::to_string(rows.size())).append("\n");
   for (size_t i = 0; i < rows.size() && i < kShownRows; ++i) {
-    text += "    " + Printable(words(rows[i])) + "\n";
+    text += inner + Printable(words(rows[i])) + "\n";
   }
   if (rows.size() > kShownRows) {
-    text +=
-        "    ... and " + std::to_string(rows.size() - kShownRows) + " more (--json names all)\n";
+    text += inner + "... and " + std::to_string(rows.size() - kShownRows) +
+            " more (--json names all)\n";
   }
   return text;
 }
@@ -114,15 +113,9 @@ std::string StoreText(const StoreReport& store, bool dryRun) {
             (note.winner == "pc" ? "PC" : note.winner) + " won";
     text += note.kept.empty() ? "\n" : "; the other text lies in " + Printable(note.kept) + "\n";
   }
-  if (!store.failed.empty())
-    text += "  failed        " + std::to_string(store.failed.size()) + "\n";
-  for (const ItemFailure& failure : store.failed) {
-    text += "    " + Printable(NotedLine(failure)) + "\n";
-  }
-  text += Block("in part       ", store.parts, NotedLine<PartNote>);
-  text += Block("left alone    ", store.left, [](const LeftAlone& left) {
-    return left.name + " (" + LeftWords(left.kind) + ")";
-  });
+  text += FailedText(kMargin, store.failed);
+  text += Block(kMargin, "in part       ", store.parts, NotedLine<PartNote>);
+  text += LeftAloneText(kMargin, store.left);
   if (dryRun) {
     for (const std::string& step : store.steps) text += "  " + Printable(step) + "\n";
   }
@@ -130,6 +123,33 @@ std::string StoreText(const StoreReport& store, bool dryRun) {
 }
 
 }  // namespace
+
+std::string LeftAloneText(std::string_view margin, const std::vector<LeftAlone>& left) {
+  return Block(margin, "left alone    ", left,
+               [](const LeftAlone& each) { return each.name + " (" + LeftWords(each.kind) + ")"; });
+}
+
+void PutLeftAlone(const std::vector<LeftAlone>& left, ordered_json& document) {
+  for (const LeftAlone& each : left) {
+    document["left_alone"].push_back({{"item", each.name}, {"what", LeftKey(each.kind)}});
+  }
+}
+
+std::string FailedText(std::string_view margin, const std::vector<ItemFailure>& failed) {
+  if (failed.empty()) return {};
+  std::string text(margin);
+  text += "failed        " + std::to_string(failed.size()) + "\n";
+  for (const ItemFailure& failure : failed) {
+    text.append(margin).append("  ").append(Printable(NotedLine(failure))).append("\n");
+  }
+  return text;
+}
+
+ordered_json FailedJson(const std::vector<ItemFailure>& failed) {
+  ordered_json list = ordered_json::array();
+  for (const ItemFailure& failure : failed) list.push_back(NotedJson(failure));
+  return list;
+}
 
 Exit ExitOf(SyncResult result) {
   return kExits.at(static_cast<size_t>(result));

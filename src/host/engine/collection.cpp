@@ -14,13 +14,14 @@ namespace qv {
 Collection::Collection(const std::string& phoneFolder, const StoreKind& kind)
     : kind_(kind), phone_(phoneFolder + "/" + std::string(kind.name), kind.extension) {}
 
-void Collection::List() {
-  if (isListed_) return;
+bool Collection::List() {
+  if (isListed_) return false;
   const std::error_code error = phone_.List(files_);
   if (error && error != std::errc::no_such_file_or_directory) {
     throw StoreFailure("the folder " + folder() + " cannot be read: " + error.message());
   }
   isListed_ = true;
+  return true;
 }
 
 void Collection::LearnContents() {

@@ -33,10 +33,11 @@ class Collection {
   const std::string& folder() const { return phone_.folder(); }
   const std::vector<FolderEntry>& files() const { return files_; }
 
-  // These read once, however often they are called. A missing folder has no files. Throw
+  // These read once, however often they are called; `List` answers whether this was the once. A
+  // missing folder has no files. Throw
   // StoreRefusal where new files do not belong, and StoreFailure: for a file whose bytes cannot be
   // had, too, since it may be one of those to come.
-  void List();
+  bool List();
   void LearnContents();
 
   // The item with this content; one that was not known is from now on, as new and with this uid.

@@ -4,6 +4,7 @@
 #include "host/engine/bookmark_text.h"
 #include "host/engine/report_words.h"
 #include "platform/com/lists.h"
+#include "platform/com/status_error.h"
 #include "stores/bookmark/bookmark_tree_info.h"
 #include "stores/bookmark/favorites_root.h"
 #include "support/text.h"
@@ -150,7 +151,7 @@ bool PcSide::Begin(Extent extent) {
   open_.push_back(extent);
   const DatabaseReason reason;
   if (const HRESULT status = transaction_->Begin(); Failed(status)) {
-    if (extent == Extent::NotesAndItems) items_->Rollback();
+    RollbackItems(extent);
     open_.pop_back();
     throw StoreFailure(reason.Explain("the sync database is not free", status));
   }
@@ -179,9 +180,14 @@ void PcSide::Commit() {
   open_.pop_back();
 }
 
+// The manager may find no room for the words of its own failure; nobody here is told them.
+void PcSide::RollbackItems(Extent extent) noexcept {
+  if (extent == Extent::NotesAndItems) Guarded([&] { return items_->Rollback(); });
+}
+
 void PcSide::Rollback() noexcept {
   transaction_->Rollback();
-  if (open_.back() == Extent::NotesAndItems) items_->Rollback();
+  RollbackItems(open_.back());
   open_.pop_back();
 }
 

@@ -52,6 +52,7 @@ class PcSide {
 
  private:
   [[noreturn]] void ExplainStart(HRESULT status, const std::string& reason);
+  void RollbackItems(Extent extent) noexcept;
 
   Profile& profile_;
   ClassCreator realAccessor_;

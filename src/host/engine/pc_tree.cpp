@@ -131,7 +131,7 @@ Meaning PcStore::SaysNow(const PcItem& item) {
   if (item.isFolder) return MeaningOf(title, {});
   std::string bytes;
   if (const SystemError error = ReadFileBytes(full, bytes); error != kNoError) {
-    throw ItemError("the PC cannot read it (error " + std::to_string(error) + ")");
+    throw ItemError("the PC cannot read it: " + SystemErrorWords(error));
   }
   return MeaningOf(title, ShortcutUrl(bytes));
 }

@@ -67,9 +67,9 @@ PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phon
         !error || (sides.records.empty() && error == std::errc::no_such_file_or_directory);
   }
   if (pending.phoneReachable) {
-    std::vector<ItemFailure> failed;
+    pending.left = folder.left();
     sides.phone = ScanPhone(folder, files, sides.records, {false, state.endedNs, kind.isTree},
-                            PlainLook(pc), failed);
+                            PlainLook(pc), pending.failed);
   } else {
     sides.phone = AsRecorded(sides.records);
   }

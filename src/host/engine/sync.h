@@ -110,8 +110,10 @@ struct PendingChanges {
   int64_t pairedItems = 0;
   std::string lastSync;  // UTC, "YYYY-MM-DDThh:mm:ssZ"; empty for never
   bool phoneReachable = false;
-  SideCounts pc;     // what changed on the PC side since then
-  SideCounts phone;  // what changed on the phone; zeros when it is not reachable
+  SideCounts pc;                    // what changed on the PC side since then
+  SideCounts phone;                 // what changed on the phone; zeros when it is not reachable
+  std::vector<ItemFailure> failed;  // items of the phone that cannot be used
+  std::vector<LeftAlone> left;      // what lies beside them and is none
   // Known items that the filter keeps back from now on: the phone loses them, the PC does not.
   int64_t leavePhone = 0;
   std::string note = {};  // as that of a StoreReport

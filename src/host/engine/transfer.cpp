@@ -168,7 +168,6 @@ class Export {
   }
 
   void Run(const ProgressSink& progress) {
-    report_.left = phone_.left();
     try {
       HandOver(progress);
     } catch (const SyncStopped&) {
@@ -341,7 +340,7 @@ TransferRun RunJobs(Profile& profile, const std::string& phoneFolder,
     const StoreKind& kind = *FindStoreKind(jobs[i].row->kind);
     Collection& collection = collections.try_emplace(kind.name, phone.folder, kind).first->second;
     RunJob(run.jobs.emplace_back(), [&](TransferReport& report) {
-      collection.List();
+      if (collection.List()) report.left = collection.left();
       body(collection, i, report);
     });
     if (run.jobs.back().result == SyncResult::Stopped) break;

@@ -31,8 +31,9 @@ struct TransferReport {
   std::vector<ItemFailure> failed;
   std::vector<ItemFailure> altered;  // export: what its files say otherwise than the item
   std::vector<std::string> files;    // export: the names of those that were made
-  std::vector<LeftAlone> left;       // export: what lies beside the items and is none
-  std::string message;               // why it ended early, and the way out
+  // What lies beside the phone's items and is none, of the first job of a kind.
+  std::vector<LeftAlone> left;
+  std::string message;  // why it ended early, and the way out
 };
 
 // What whoever knows the form of the files has to say of each item of an export.
