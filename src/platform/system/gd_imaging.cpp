@@ -18,7 +18,7 @@ using Image = std::unique_ptr<gdImage, FreeImage>;
 
 void Ignore(int, const char*, va_list) {}
 
-// These two would give what there is of a picture that was cut.
+// These three would give what there is of a picture that was cut.
 gdImagePtr ReadWholeJpeg(int size, void* data) {
   return gdImageCreateFromJpegPtrEx(size, data, 0);
 }
@@ -26,6 +26,13 @@ gdImagePtr ReadWholeGif(int size, void* data) {
   const std::string_view bytes(static_cast<const char*>(data), static_cast<size_t>(size));
   const size_t last = bytes.find_last_not_of('\0');
   return last != bytes.npos && bytes[last] == ';' ? gdImageCreateFromGifPtr(size, data) : nullptr;
+}
+
+gdImagePtr ReadWholeBmp(int size, void* data) {
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  uint32_t told = 0;  // the file's length, or 0
+  for (int i = 0; size >= 6 && i < 4; ++i) told |= uint32_t{bytes[2 + i]} << (8 * i);
+  return told <= static_cast<uint32_t>(size) ? gdImageCreateFromBmpPtr(size, data) : nullptr;
 }
 
 // By what the bytes begin with: the library has one reader a format, and none that tells them
@@ -36,8 +43,10 @@ Image Load(std::string_view bytes) {
     gdImagePtr (*read)(int size, void* data);
   };
   constexpr Format kFormats[] = {
-      {"\x89PNG", gdImageCreateFromPngPtr}, {"GIF8", ReadWholeGif},
-      {"BM", gdImageCreateFromBmpPtr},      {"\xFF\xD8", ReadWholeJpeg},
+      {"\x89PNG", gdImageCreateFromPngPtr},
+      {"GIF8", ReadWholeGif},
+      {"BM", ReadWholeBmp},
+      {"\xFF\xD8", ReadWholeJpeg},
       {"RIFF", gdImageCreateFromWebpPtr},
   };
   for (const Format& format : kFormats) {
