@@ -127,6 +127,7 @@ class FixedFolders final : public KnownFolders {
  public:
   FixedFolders(std::string data, std::string config)
       : data_(std::move(data)), config_(std::move(config)) {}
+  std::string UserHome() override { return data_ + "/home"; }
   std::string UserData() override { return data_; }
   std::string UserConfig() override { return config_; }
 
