@@ -392,6 +392,7 @@ bool ContactDocument::MoveNode(std::u16string_view text, size_t number) {
   xmlNode* node = path && path->leaf.empty() ? FindNode(*path) : nullptr;
   if (node == nullptr || number == 0) return false;
   if (number == path->number) return true;
+  isChanged_ = true;
   // With the blanks in front of it, so that the lines stay.
   xmlNode* blank = IsBlank(node->prev) ? node->prev : nullptr;
   cursor_ = {};
@@ -456,6 +457,7 @@ _xmlNs* ContactDocument::AttributeNs() {
 
 // On a line of its own, where the file has lines.
 _xmlNode* ContactDocument::Append(_xmlNode* parent, std::string_view name) {
+  isChanged_ = true;
   xmlNode* node = NotNull(xmlNewDocNode(doc_.get(), Root()->ns, Xml(std::string(name)), nullptr));
   const bool hasLines = IsBlank(Root()->children);
   size_t depth = 0;
@@ -478,6 +480,7 @@ _xmlNode* ContactDocument::Append(_xmlNode* parent, std::string_view name) {
 }
 
 void ContactDocument::Remove(_xmlNode* element) {
+  isChanged_ = true;
   cursor_ = {};
   if (IsBlank(element->prev)) {
     xmlNode* blank = element->prev;
@@ -489,6 +492,7 @@ void ContactDocument::Remove(_xmlNode* element) {
 }
 
 void ContactDocument::SetText(_xmlNode* element, std::string_view value) {
+  isChanged_ = true;
   while (element->children != nullptr) {
     xmlNode* child = element->children;
     xmlUnlinkNode(child);

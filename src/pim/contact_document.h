@@ -40,6 +40,8 @@ class ContactDocument {
   ~ContactDocument();
 
   std::string Bytes() const;
+  // Whether anything was changed since it was read or made.
+  bool IsChanged() const { return isChanged_; }
   // Values that change from now on, where they say when they did, did at this moment.
   void SetNow(std::string_view now) { now_ = now; }
 
@@ -86,6 +88,7 @@ class ContactDocument {
 
   std::unique_ptr<_xmlDoc, FreeDoc> doc_;
   std::string now_;
+  bool isChanged_ = false;
   // The node that was asked for last: walks ask for one after the other.
   struct Cursor {
     std::string collection;

@@ -13,15 +13,15 @@
 namespace qv {
 
 struct IndexedContact {
-  std::string path;  // within the folder
+  std::string path = {};  // within the folder
   // How the file was when it was read.
   uint64_t size = 0;
   uint64_t inode = 0;
   int64_t modifiedNs = 0;
   int64_t changedNs = 0;
-  std::u16string id;        // whose it is: 36 upper-case characters
-  std::u16string storedId;  // what it says itself; empty for none
-  std::u16string picture;   // "PhotoCollection/Photo[1]/Url"
+  std::u16string id = {};        // whose it is: 36 upper-case characters
+  std::u16string storedId = {};  // what it says itself; empty for none
+  std::u16string picture = {};   // "PhotoCollection/Photo[1]/Url"
 };
 
 class ContactIndex {
