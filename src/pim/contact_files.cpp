@@ -54,13 +54,6 @@ std::u16string MadeId(std::u16string_view storedId, std::string_view path) {
   return id;
 }
 
-std::string Now() {
-  const DATE now = DateFromUnixSeconds(Service<Clock>::Get().UtcSeconds());
-  std::string text = ToUtf8(FormatDateTime(now));  // "YYYY-MM-DD hh:mm:ss"
-  if (text.size() == 19) text[10] = 'T';
-  return text + "Z";
-}
-
 }  // namespace
 
 ContactFilesSettings& TheContactFilesSettings() {
@@ -104,6 +97,13 @@ struct ContactFiles::Walk {
     return {};
   }
 };
+
+std::string ContactFiles::Now() {
+  const DATE now = DateFromUnixSeconds(Service<Clock>::Get().UtcSeconds());
+  std::string text = ToUtf8(FormatDateTime(now));  // "YYYY-MM-DD hh:mm:ss"
+  if (text.size() == 19) text[10] = 'T';
+  return text + "Z";
+}
 
 ContactFiles::ContactFiles(std::string folder, std::string index)
     : folder_(std::move(folder)), indexPath_(std::move(index)) {
@@ -304,7 +304,14 @@ std::error_code ContactFiles::Write(Entry& seen, const ContactDocument& contact,
   return {};
 }
 
-void ContactFiles::Made(const std::string& path, const ContactDocument& contact) {
+std::error_code ContactFiles::Stat(Entry& entry) const {
+  EntryStat stat;
+  if (const std::error_code error = Disk().StatEntry(FullPath(entry.path), stat)) return error;
+  TakeStamp(stat, entry);
+  return {};
+}
+
+ContactFiles::Entry ContactFiles::Made(const std::string& path, const ContactDocument& contact) {
   Entry entry;
   entry.path = path;
   const std::string full = FullPath(path);
@@ -315,7 +322,8 @@ void ContactFiles::Made(const std::string& path, const ContactDocument& contact)
   contact.GetString(kPicturePath, entry.picture);
   unsettledFiles_.insert(full);
   unsettledFolders_.insert(FolderOf(full));
-  Remember(std::move(entry));
+  Remember(entry);
+  return entry;
 }
 
 std::error_code ContactFiles::Rename(Entry& seen, const std::string& name) {

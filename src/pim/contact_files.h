@@ -49,6 +49,9 @@ class ContactFiles {
     std::string reason;
   };
 
+  // The present as such files say it: "2026-11-24T10:00:00Z".
+  static std::string Now();
+
   ContactFiles(std::string folder, std::string index);
   ~ContactFiles();
 
@@ -75,8 +78,10 @@ class ContactFiles {
   // is written, where it is not as it was `seen`, which is brought up to date. `keepTime` leaves
   // the time of last write, to the second.
   std::error_code Write(Entry& seen, const ContactDocument& contact, bool keepTime);
+  // How it is now.
+  std::error_code Stat(Entry& entry) const;
   // A new file took this place.
-  void Made(const std::string& path, const ContactDocument& contact);
+  Entry Made(const std::string& path, const ContactDocument& contact);
   // Never replaces.
   std::error_code Rename(Entry& seen, const std::string& name);
   // A missing file is std::errc::no_such_file_or_directory.

@@ -30,6 +30,8 @@ struct IContactFile : IUnknown {
   virtual HRESULT GetStamp(BOOL anew, CONTACT_FILESTAMP* stamp) noexcept = 0;
   // False for a file that is there and has a problem: who it is, is known from before.
   virtual HRESULT IsReadable(BOOL* readable) noexcept = 0;
+  // Who it is: 36 upper-case characters, whatever the length of its path.
+  virtual HRESULT GetGuid(BSTR* guid) noexcept = 0;
   // "PhotoCollection/Photo[1]/Url" as the walk knows it, without a look at the file.
   virtual HRESULT GetPictureUrl(BSTR* url) noexcept = 0;
   // Removes the file, whatever it holds. kContactNotFound where it has gone already.
@@ -60,6 +62,8 @@ struct IContactNodes : IUnknown {
 struct IContactFolder : IUnknown {
   static constexpr IID kIid = IID_IContactFolder;
 
+  // A new, empty contact, which the manager knows of once it was committed.
+  virtual HRESULT NewContact(IContact** contact) noexcept = 0;
   // While it is set nothing at all is written: commits, deletes and renames fail.
   virtual HRESULT SetLookOnly(BOOL lookOnly) noexcept = 0;
   virtual HRESULT IsLookOnly(BOOL* lookOnly) noexcept = 0;
