@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "platform/com/status_error.h"
+#include "support/date_time.h"
 #include "syncdb/sql_text.h"
 
 namespace qv {
