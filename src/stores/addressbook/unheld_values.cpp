@@ -46,6 +46,84 @@ std::vector<Value> Without(const std::vector<Value>& whole, std::vector<Value> h
   return rest;
 }
 
+// The same for a book that may hold a value under another kind.
+template <class Value>
+std::vector<Value> WithoutAnyKind(const std::vector<Value>& whole, const std::vector<Value>& held) {
+  const std::vector<Value> others = Without(whole, held);
+  std::vector<Value> left = Without(held, whole);
+  const auto equal = [](Value a, const Value& b) {
+    a.kind = b.kind;
+    return a == b;
+  };
+  std::vector<Value> rest;
+  for (const Value& value : others) {
+    const auto same =
+        std::ranges::find_if(left, [&](const Value& each) { return equal(each, value); });
+    if (same == left.end()) {
+      rest.push_back(value);
+    } else {
+      left.erase(same);
+    }
+  }
+  return rest;
+}
+
+// The labels of mail addresses go by the place, one a place. Those of the book's places: the text's
+// own, or that of a kind that the book does not tell.
+std::vector<HiddenLabel> MailLabels(const Contact& contact, const ContactContent& held) {
+  std::vector<const HiddenLabel*> rows;
+  for (const HiddenLabel& label : contact.hidden) {
+    if (IsOf(kMailLabels, label)) rows.push_back(&label);
+  }
+  std::vector<bool> taken(contact.mails.size());
+  std::vector<HiddenLabel> labels;
+  size_t used = 0;
+  for (const Mail& mail : held.mails) {
+    const auto find = [&](bool ofKind) {
+      for (size_t i = 0; i < taken.size(); ++i) {
+        const Mail& own = contact.mails[i];
+        if (!taken[i] && own.value == mail.value && (!ofKind || own.kind == mail.kind)) return i;
+      }
+      return taken.size();
+    };
+    size_t at = find(true);
+    if (at == taken.size()) at = find(false);
+    HiddenLabel label{u"EMAIL", {}, {}, false};
+    if (at < taken.size()) {
+      taken[at] = true;
+      if (at < rows.size() && rows[at]->value == mail.value && !rows[at]->extended.empty()) {
+        label = *rows[at];
+      } else if (contact.mails[at].kind != mail.kind) {
+        label = LabelOfKind(kMailLabels, static_cast<int32_t>(contact.mails[at].kind), mail.value);
+      }
+    }
+    labels.push_back(std::move(label));
+    if (!labels.back().extended.empty()) used = labels.size();
+  }
+  labels.resize(used);
+  return labels;
+}
+
+// The kinds that labels say of values which the book holds under another one.
+void ApplyKinds(Contact& contact) {
+  size_t place = 0;
+  for (const HiddenLabel& label : contact.hidden) {
+    if (IsOf(kMailLabels, label)) {
+      const size_t at = place++;
+      if (at >= contact.mails.size() || label.extended.empty()) continue;
+      Mail& mail = contact.mails[at];
+      if (mail.value == label.value) {
+        mail.kind = static_cast<MailKind>(KindOfLabel(kMailLabels, label));
+      }
+    } else if (IsOf(kOrganisationLabels, label) && !contact.organisations.empty()) {
+      Organisation& first = contact.organisations.front();
+      if (first.name == label.value) {
+        first.kind = static_cast<OrganisationKind>(KindOfLabel(kOrganisationLabels, label));
+      }
+    }
+  }
+}
+
 std::u16string_view NameOf(const ExtraProperty& extra) {
   std::u16string_view name = extra.property;
   name = name.substr(0, name.find(u';'));
@@ -92,11 +170,11 @@ void Append(std::vector<Value>& to, std::vector<Value> from) {
 ContactContent UnheldOf(const ContactContent& whole, const ContactContent& held) {
   ContactContent rest;
   rest.telephones = Without(whole.telephones, held.telephones);
-  rest.mails = Without(whole.mails, held.mails);
+  rest.mails = WithoutAnyKind(whole.mails, held.mails);
   rest.webAddresses = Without(whole.webAddresses, held.webAddresses);
   rest.messengers = Without(whole.messengers, held.messengers);
   rest.events = Without(whole.events, held.events);
-  rest.organisations = Without(whole.organisations, held.organisations);
+  rest.organisations = WithoutAnyKind(whole.organisations, held.organisations);
   rest.jobTitles = Without(whole.jobTitles, held.jobTitles);
   rest.groupUids = Without(whole.groupUids, held.groupUids);
   rest.groupNames = Without(whole.groupNames, held.groupNames);
@@ -135,7 +213,22 @@ void MoveUnheldToExtras(Contact& contact, const ContactContent& held) {
   const auto holds = [&](const auto& values, std::u16string_view value) {
     return std::ranges::any_of(values, [&](const auto& each) { return each.value == value; });
   };
+  labels = MailLabels(contact, held);
+  if (!held.organisations.empty()) {
+    const Organisation& first = held.organisations.front();
+    const auto own = std::ranges::find_if(contact.organisations, [&](const Organisation& each) {
+      return each.name == first.name && each.department == first.department;
+    });
+    const bool isLabelled = std::ranges::any_of(contact.hidden, [&](const HiddenLabel& label) {
+      return IsOf(kOrganisationLabels, label) && label.value == first.name;
+    });
+    if (own != contact.organisations.end() && own->kind != first.kind && !isLabelled) {
+      labels.push_back(
+          LabelOfKind(kOrganisationLabels, static_cast<int32_t>(own->kind), first.name));
+    }
+  }
   for (HiddenLabel label : contact.hidden) {
+    if (IsOf(kMailLabels, label)) continue;
     if (IsOf(kAddressLabels, label)) {
       const int32_t place = ToInt(label.value);
       if (place < 0 || static_cast<size_t>(place) >= placeOf.size()) continue;
@@ -152,6 +245,7 @@ void MoveUnheldToExtras(Contact& contact, const ContactContent& held) {
 }
 
 void TakeUnheldFromExtras(Contact& contact) {
+  ApplyKinds(contact);
   std::vector<ExtraProperty> lines;
   std::vector<ExtraProperty> others;
   for (ExtraProperty& extra : contact.fields.extras) {

@@ -12,7 +12,8 @@
 namespace qv {
 
 // The values of `whole` that are not in `held`, value for value: of two equal ones that the book
-// holds once, one.
+// holds once, one. A mail address or an organisation that the book holds under another kind is in
+// it: a label among the rows says which kind it has.
 ContactContent UnheldOf(const ContactContent& whole, const ContactContent& held);
 
 // Makes an item of the texts fit for the rows beside a book that holds `held` of it: what is not in
