@@ -147,7 +147,9 @@ std::error_code ContactFiles::Look() {
     if (!isSame && entry.isReadable) unsaved_[path] = entry;
   }
   for (const auto& [path, row] : walk.known) {
-    if (!walk.found.contains(path)) unsaved_[path] = IndexedContact{.path = path};
+    if (walk.found.contains(path)) continue;
+    unsaved_[path] = IndexedContact{.path = path};
+    if (!row.picture.empty()) lostPictures_[row.id] = row.picture;
   }
   entries_ = std::move(walk.found);
   std::ranges::sort(walk.problems, {}, &Problem::path);
@@ -245,6 +247,11 @@ const ContactFiles::Entry* ContactFiles::Find(std::u16string_view id) const {
 int32_t ContactFiles::CountPictureUsers(std::u16string_view url) const {
   const auto count = pictures_.find(std::u16string(url));
   return count == pictures_.end() ? 0 : count->second;
+}
+
+std::u16string ContactFiles::LostPicture(std::u16string_view id) const {
+  const auto url = lostPictures_.find(std::u16string(id));
+  return url == lostPictures_.end() ? std::u16string() : url->second;
 }
 
 std::optional<ContactDocument> ContactFiles::Read(const std::string& path, Entry& seen,

@@ -70,6 +70,8 @@ class ContactFiles {
   // 36 upper-case characters.
   const Entry* Find(std::u16string_view id) const;
   int32_t CountPictureUsers(std::u16string_view url) const;
+  // Of one that the last look found gone; empty where it is not known.
+  std::u16string LostPicture(std::u16string_view id) const;
 
   // One file as it is now. Nothing, with the reason, for one that cannot be read; without a reason
   // for one that has gone.
@@ -106,8 +108,9 @@ class ContactFiles {
   std::unique_ptr<ContactIndex> index_;
   Entries entries_;
   std::vector<Problem> problems_;
-  std::unordered_map<std::u16string, std::string> paths_;  // by id
-  std::unordered_map<std::u16string, int32_t> pictures_;   // by Url
+  std::unordered_map<std::u16string, std::string> paths_;            // by id
+  std::unordered_map<std::u16string, int32_t> pictures_;             // by Url
+  std::unordered_map<std::u16string, std::u16string> lostPictures_;  // by id
   // Not in the index yet, by path; without an id for what has gone.
   std::unordered_map<std::string, IndexedContact> unsaved_;
   std::set<std::string> unsettledFiles_;

@@ -368,6 +368,10 @@ class ContactManager final : public ComObject<IContactManager, IContactFolder> {
                 [&] { return HandOut(count, Files().CountPictureUsers(url)); });
   }
 
+  HRESULT GetLostPicture(const char16_t* id, BSTR* url) noexcept override {
+    return Slot(Requires(id), Outs(url), [&] { return HandOut(url, Files().LostPicture(id)); });
+  }
+
   HRESULT Settle() noexcept override {
     return Guarded([&] { return StatusOf(Files().Settle(), Files().folder()); });
   }

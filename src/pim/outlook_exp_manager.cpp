@@ -43,7 +43,14 @@ std::vector<Entry> OneOfEach(const std::vector<Entry>& entries, const Kinds& kin
   return kept;
 }
 
-ContactContent InTheBook(const ContactContent& contact) {
+int64_t PresentLocal() {
+  const DATE now = DateFromUnixSeconds(Service<Clock>::Get().UtcSeconds());
+  return UnixSecondsFromDate(UtcToLocal(now, true).value);
+}
+
+}  // namespace
+
+ContactContent EntryOf(const ContactContent& contact) {
   ContactContent entry;
   entry.formattedName = contact.formattedName;
   entry.familyName = contact.familyName;
@@ -69,13 +76,6 @@ ContactContent InTheBook(const ContactContent& contact) {
   entry.note = contact.note;
   return entry;
 }
-
-int64_t PresentLocal() {
-  const DATE now = DateFromUnixSeconds(Service<Clock>::Get().UtcSeconds());
-  return UnixSecondsFromDate(UtcToLocal(now, true).value);
-}
-
-}  // namespace
 
 OutlookExpSettings& TheOutlookExpSettings() {
   static OutlookExpSettings settings;
@@ -193,7 +193,7 @@ HRESULT OutlookExpManager::CreateItem(std::u16string& entryId, const ComPtr<IIte
     id.insert(0, kIdStart);
     state.insert.Reset();
     state.insert.Bind(1, id).Bind(2, PresentLocal());
-    state.insert.BindBlob(3, PackContact(InTheBook(AsContact(item)))).Run();
+    state.insert.BindBlob(3, PackContact(EntryOf(AsContact(item)))).Run();
     entryId = std::move(id);
   });
 }
@@ -202,7 +202,7 @@ HRESULT OutlookExpManager::UpdateItem(const std::u16string& entryId,
                                       const ComPtr<IItemCommon>& item) {
   return Run([&](State& state) {
     int64_t modified = 0;
-    const std::string content = PackContact(InTheBook(AsContact(item)));
+    const std::string content = PackContact(EntryOf(AsContact(item)));
     if (state.Content(entryId, modified) == content) return;
     state.update.Reset();
     state.update.Bind(1, PresentLocal()).BindBlob(2, content).Bind(3, entryId).Run();

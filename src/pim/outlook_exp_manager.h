@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "items/contact.h"
 #include "items/item_interfaces.h"
 #include "platform/com/com_ptr.h"
 
@@ -38,6 +39,9 @@ struct OutlookExpSettings {
   std::function<void(OutlookExpManager&)> opened = {};
 };
 OutlookExpSettings& TheOutlookExpSettings();
+
+// What the book has of a contact.
+ContactContent EntryOf(const ContactContent& contact);
 
 class OutlookExpManager {
  public:

@@ -74,6 +74,8 @@ struct IContactFolder : IUnknown {
                              BSTR* reason) noexcept = 0;
   // How many contacts of the last GetContacts name this picture.
   virtual HRESULT CountPictureUsers(const char16_t* url, int32_t* count) noexcept = 0;
+  // The picture of a contact that the last GetContacts found gone; empty where nobody knows it.
+  virtual HRESULT GetLostPicture(const char16_t* id, BSTR* url) noexcept = 0;
   // What was written so far is on disk: one wait for a group.
   virtual HRESULT Settle() noexcept = 0;
 

@@ -40,6 +40,8 @@ class AddressBook {
   virtual bool ReadKeyValues(const std::u16string& id, ContactContent& content) = 0;
   // False for an entry that was gone already.
   virtual bool Delete(const std::u16string& id) = 0;
+  // What was done is on disk: one wait for a group.
+  virtual void Settle() {}
   // What the book keeps beside an entry that has gone.
   virtual void Forget(const std::u16string& id) { static_cast<void>(id); }
   virtual void DeleteAll() = 0;

@@ -236,9 +236,13 @@ HRESULT AddressBookStore::OnProcessDuplication(const IncomingText& text, Duplica
   if (IsSyncStopped()) return E_FAIL;
   // Of the values that the book would have of it: those of an entry are no others.
   FieldsOf(item.get())->keyFields = MakeContactKey(book_->Preview(contact));
+  // The time is that of the entry: turned into UTC and back it would be another in some hours.
   return MatchIncoming(
       keyFields_, contact.fields, kRootParent,
-      [this](const StatusRow& row) { return OnUpdateStatus(STATDBUPDATE_ADD, row); }, answer);
+      [this](const StatusRow& row) {
+        return WriteStatus(STATDBUPDATE_ADD, row.sourceUid, EntryOf(row.sourceUid));
+      },
+      answer);
 }
 
 HRESULT AddressBookStore::OnProcessConflict(const IncomingText& text,
