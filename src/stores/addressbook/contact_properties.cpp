@@ -451,7 +451,8 @@ void WriteFamily(Tree& tree, const ContactContent& contact, const ContactContent
   for (size_t i = wanted.size(); i-- > 0;) open[KeyOf(wanted[i])].push_back(i);
   std::vector<std::optional<size_t>> kept(wanted.size());
   for (const Shown<Family>& each : ReadShown<Family>(tree)) fates[places[each.node]] = Fate::Goes;
-  for (const Shown<Family>& each : ReadAll<Family>(tree)) {
+  const std::vector<Shown<Family>> all = ReadAll<Family>(tree);
+  for (const Shown<Family>& each : all) {
     if (!each.value) continue;
     const std::u16string key = KeyOf(*each.value);
     Fate& fate = fates[places[each.node]];
@@ -469,6 +470,28 @@ void WriteFamily(Tree& tree, const ContactContent& contact, const ContactContent
   }
   for (size_t i = 0; i < before.size(); ++i) {
     if (fates[i] != Fate::Goes) order.push_back(i);
+  }
+  if constexpr (!Family::kWalked) {
+    // What is read depends on the order within a kind alone: no other order is touched.
+    std::unordered_map<int32_t, size_t> ends;  // behind the last of a kind
+    bool isInOrder = true;
+    for (size_t i = 0; i < wanted.size(); ++i) {
+      size_t& end = ends[static_cast<int32_t>(wanted[i].kind)];
+      const size_t place = kept[i].value_or(before.size() + i);
+      isInOrder = isInOrder && place >= end;
+      end = place + 1;
+    }
+    for (const Shown<Family>& each : all) {
+      const size_t place = places[each.node];
+      if (!each.value || fates[place] != Fate::Foreign) continue;
+      isInOrder = isInOrder && place >= ends[static_cast<int32_t>(each.value->kind)];
+    }
+    if (isInOrder) {
+      for (size_t i = 0; i < wanted.size(); ++i) {
+        if (!kept[i]) Family::Write(tree, wanted[i]);
+      }
+      return;
+    }
   }
   for (size_t i = 0; i < wanted.size(); ++i) {
     const auto at = order.begin() + static_cast<std::ptrdiff_t>(i);
