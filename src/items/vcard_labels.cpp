@@ -289,6 +289,19 @@ const std::u16string* FindList(std::span<const ExtraProperty> extras, std::strin
   return found == extras.end() ? nullptr : &found->value;
 }
 
+int32_t KindOfLabel(const LabelFamily& family, const HiddenLabel& row) {
+  std::string parameters;
+  AppendRaw(row.extended, parameters);
+  return KindSaid(family, parameters);
+}
+
+HiddenLabel LabelOfKind(const LabelFamily& family, int32_t kind, std::u16string_view value) {
+  std::string_view parameters = family.RowOf(kind).parameters;
+  if (parameters.starts_with(';')) parameters.remove_prefix(1);
+  return {std::u16string(family.hiddenProperty), std::u16string(value), FromAscii(parameters),
+          false};
+}
+
 bool IsOf(const LabelFamily& family, const HiddenLabel& row) {
   return EqualsIgnoreCase(row.property, family.hiddenProperty) ||
          EqualsIgnoreCase(row.property, family.customProperty);

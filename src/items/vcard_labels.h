@@ -96,6 +96,10 @@ ExtraProperty ListExtra(std::string_view name, std::u16string_view list);
 const std::u16string* FindList(std::span<const ExtraProperty> extras, std::string_view name,
                                std::u16string_view text);
 
+// What kind a row's label says, and the label that says a kind.
+int32_t KindOfLabel(const LabelFamily& family, const HiddenLabel& row);
+HiddenLabel LabelOfKind(const LabelFamily& family, int32_t kind, std::u16string_view value);
+
 // Is this row one of the family?
 bool IsOf(const LabelFamily& family, const HiddenLabel& row);
 

@@ -49,10 +49,10 @@ std::vector<std::u16string_view> NamesIn(std::u16string_view list) {
 }
 
 std::u16string FileStem(std::u16string_view folder, std::u16string_view name,
-                        std::u16string_view extension) {
-  if (folder.size() + 1 + name.size() + extension.size() >= kPathLimit) {
-    if (folder.size() >= kCutPathLength) return {};
-    name = CutStem(name, kCutPathLength - folder.size());
+                        std::u16string_view extension, const PathLimits& limits) {
+  if (folder.size() + 1 + name.size() + extension.size() >= limits.path) {
+    if (folder.size() >= limits.cut) return {};
+    name = CutStem(name, limits.cut - folder.size());
   }
   name = FittingStem(name);
   if (name.empty()) return {};

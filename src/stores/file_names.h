@@ -20,9 +20,14 @@ std::u16string_view FittingStem(std::u16string_view stem);
 // The names in a list, cut at each ";"; empty ones are passed over.
 std::vector<std::u16string_view> NamesIn(std::u16string_view list);
 
+struct PathLimits {
+  size_t path = kPathLimit;
+  size_t cut = kCutPathLength;
+};
+
 // "folder\name", to which an extension is still to be put. A name that makes the path too long is
 // cut; empty when not even one character of it fits.
 std::u16string FileStem(std::u16string_view folder, std::u16string_view name,
-                        std::u16string_view extension);
+                        std::u16string_view extension, const PathLimits& limits = {});
 
 }  // namespace qv

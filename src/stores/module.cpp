@@ -6,6 +6,7 @@
 #include "framework/data_store_config.h"
 #include "framework/data_store_manager.h"
 #include "items/item_objects.h"
+#include "pim/contact_manager.h"
 #include "pim/outlook_manager.h"
 #include "platform/com/class_factory.h"
 #include "platform/com/edge.h"
@@ -15,6 +16,8 @@
 #include "platform/system/debug_log.h"
 #include "platform/system/registry.h"
 #include "platform/system/service.h"
+#include "stores/addressbook/data_store_outlookexp.h"
+#include "stores/addressbook/data_store_windowscontact.h"
 #include "stores/bookmark/data_store_bookmark.h"
 #include "stores/bookmark/data_store_chrome.h"
 #include "stores/bookmark/data_store_firefox.h"
@@ -95,6 +98,8 @@ constexpr ClassEntry kClasses[] = {
     {u"DataStoreBookmark", CreateClass<CDataStoreBookmark>},
     {u"DataStoreFireFox", CreateClass<CDataStoreFireFox>},
     {u"DataStoreChrome", CreateClass<CDataStoreChrome>},
+    {u"DataStoreWindowsContact", CreateClass<CDataStoreWindowsContact>},
+    {u"DataStoreOutlookExp", CreateClass<CDataStoreOutlookExp>},
     {u"DataStoreIECSVContact", CreateClass<CDataStoreIECSVContact>},
     {u"DataStoreIECSVCalendar", CreateClass<CDataStoreIECSVCalendar>},
     {u"DataStoreIECSVMemo", CreateClass<CDataStoreIECSVMemo>},
@@ -109,6 +114,7 @@ void RegisterModuleClasses() {
   RegisterDatabaseClasses();
   RegisterItemClasses();
   RegisterStatusClasses();
+  RegisterContactClasses();
   for (const ClassEntry& entry : kClasses) RegisterClass(ClassId(entry.name), entry.create);
   RegisterClass(CLSID_ModuleSettings, CreateClass<ModuleSettings>);
 }

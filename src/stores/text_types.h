@@ -31,6 +31,7 @@ ComPtr<IItemCommon> ReadPlainNote(IUnknown* cdata);
 ComPtr<IUnknown> WritePlainNote(IUnknown* item);
 
 inline constexpr TextType kContactTypes[] = {{u"text/x-vCard"}};
+inline constexpr TextType kAddressBookTypes[] = {{u"text/x-vCard"}, {u"text/vcard"}};
 inline constexpr TextType kCalendarTypes[] = {{u"text/x-vCalendar"}};
 inline constexpr TextType kNoteTypes[] = {
     {u"text/vnote"}, {u"text/x-vnote"}, {u"text/plain", ReadPlainNote, WritePlainNote}};

@@ -52,6 +52,15 @@ bool IsBlank(char16_t c) {
 
 }  // namespace
 
+std::u16string Concat(std::initializer_list<std::u16string_view> pieces) {
+  size_t length = 0;
+  for (const auto piece : pieces) length += piece.size();
+  std::u16string text;
+  text.reserve(length);
+  for (const auto piece : pieces) text.append(piece);
+  return text;
+}
+
 size_t ReplaceAll(std::u16string& text, std::u16string_view from, std::u16string_view to) {
   return ReplaceAllIn(text, from, to);
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +11,9 @@
 #include "platform/system/utf8.h"
 
 namespace qv {
+
+// The pieces one behind the other.
+std::u16string Concat(std::initializer_list<std::u16string_view> pieces);
 
 // Replaces in place and returns the number of replacements. When `from` is empty or equals `to`,
 // the answer is npos and the text stays. What a replacement creates is not searched again.

@@ -57,6 +57,9 @@ std::u16string AbsoluteToRelative(std::u16string_view root, std::u16string_view 
   return below ? Concat({kTreeRoot, absolute.substr(root.size() + 1)}) : std::u16string();
 }
 
+PathMap::PathMap(const SyncSession& session)
+    : session_(session), identities_(session, kTable, kIdColumn) {}
+
 void PathMap::Empty() {
   cache_.clear();
   places_.clear();
@@ -185,34 +188,6 @@ HRESULT PathMap::AssignCached(std::u16string_view path, std::u16string& uid) noe
     if (known == cache_.end()) return Assign(path, uid);
     uid = known->second;
     return S_OK;
-  });
-}
-
-HRESULT PathMap::ReadIdentity(std::u16string_view uid, TreeIdentity& identity) noexcept {
-  return Guarded([&] {
-    static const Bstr kModified(u"obj_modified");
-    identity = {};
-    {
-      QueryRows rows;
-      Check(rows.Query(session_,
-                       Concat({u"SELECT obj_uid,obj_modified FROM ", kTable, RowCondition(uid)})));
-      if (FirstText(rows, u"obj_uid", identity.objUid)) {
-        identity.objModified = GetDateColumn(rows, kModified);
-      }
-    }
-    if (!identity.objUid.empty() && identity.objModified != 0.0) return S_OK;
-    if (identity.objUid.empty()) identity.objUid = MakeGuidText();
-    if (identity.objModified == 0.0) identity.objModified = GetCurrentDateTime().value;
-    return WriteIdentity(uid, identity);
-  });
-}
-
-HRESULT PathMap::WriteIdentity(std::u16string_view uid, const TreeIdentity& identity) noexcept {
-  if (uid.empty()) return S_OK;
-  return Guarded([&] {
-    return session_.Run(
-        Concat({u"UPDATE ", kTable, u" SET  obj_uid='", identity.objUid, u"',obj_modified='",
-                FormatDateTime(identity.objModified), u"'", RowCondition(uid)}));
   });
 }
 

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "syncdb/sync_session.h"
+#include "syncdb/identity_rows.h"
 
 namespace qv {
 
@@ -32,10 +32,7 @@ std::u16string_view NameInPath(std::u16string_view path);
 std::u16string RelativeToAbsolute(std::u16string_view root, std::u16string_view relative);
 std::u16string AbsoluteToRelative(std::u16string_view root, std::u16string_view absolute);
 
-struct TreeIdentity {
-  std::u16string objUid;  // a GUID without braces, or whatever the phone gave
-  DATE objModified = 0.0;
-};
+using TreeIdentity = RowIdentity;
 
 class PathMap {
  public:
@@ -44,7 +41,7 @@ class PathMap {
   using Cache = std::map<std::u16string, std::u16string>;
 
   // The session must outlive the map.
-  explicit PathMap(const SyncSession& session) : session_(session) {}
+  explicit PathMap(const SyncSession& session);
 
   HRESULT Load() noexcept;
   const Cache& cache() const { return cache_; }
@@ -59,9 +56,13 @@ class PathMap {
   HRESULT AssignCached(std::u16string_view path, std::u16string& uid) noexcept;
 
   // What is missing is made up (a new GUID, the present) and written back.
-  HRESULT ReadIdentity(std::u16string_view uid, TreeIdentity& identity) noexcept;
+  HRESULT ReadIdentity(std::u16string_view uid, TreeIdentity& identity) noexcept {
+    return identities_.Read(uid, identity);
+  }
   // Nothing is done for an empty identifier.
-  HRESULT WriteIdentity(std::u16string_view uid, const TreeIdentity& identity) noexcept;
+  HRESULT WriteIdentity(std::u16string_view uid, const TreeIdentity& identity) noexcept {
+    return identities_.Write(uid, identity);
+  }
   // The same for the uid alone.
   HRESULT ReadObjUid(std::u16string_view uid, std::u16string& objUid) noexcept;
   HRESULT WriteObjUid(std::u16string_view uid, std::u16string_view objUid) noexcept;
@@ -91,6 +92,7 @@ class PathMap {
   void Empty();
 
   const SyncSession& session_;
+  IdentityRows identities_;
   Cache cache_;
   // The places of a number in the cache: more than one after a rename. Made when the first row is
   // forgotten.

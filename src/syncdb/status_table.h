@@ -34,6 +34,10 @@ inline constexpr StatusTableInfo kBookmarkStatus = {u"Bookmark_BackupStatusDB", 
 // A name with brackets must be quoted.
 inline constexpr StatusTableInfo kChromeStatus = {
     u"\"Bookmark(Chrome)_BackupStatusDB\"", u"bookmark_id", u"bookmark_parentid", false, false};
+inline constexpr StatusTableInfo kWindowsContactStatus = {
+    u"WindowsContact_BackupStatusDB", u"wincon_id", u"wincon_parentid", false, true};
+inline constexpr StatusTableInfo kOutlookExpStatus = {
+    u"OutlookExp_BackupStatusDB", u"outlookexp_id", u"outlookexp_parentid", false, false};
 
 class StatusTable {
  public:

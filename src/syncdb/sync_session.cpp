@@ -61,13 +61,4 @@ DATE GetDateColumn(const QueryRows& rows, const Bstr& column) {
   return ParseDateColumn(rows.Text(column));
 }
 
-std::u16string Concat(std::initializer_list<std::u16string_view> pieces) {
-  size_t length = 0;
-  for (const auto piece : pieces) length += piece.size();
-  std::u16string text;
-  text.reserve(length);
-  for (const auto piece : pieces) text.append(piece);
-  return text;
-}
-
 }  // namespace qv

@@ -5,12 +5,12 @@
 // into its status.
 #pragma once
 
-#include <initializer_list>
 #include <string>
 #include <string_view>
 
 #include "platform/com/com_ptr.h"
 #include "platform/database/accessor.h"
+#include "support/text.h"
 
 namespace qv {
 
@@ -53,8 +53,5 @@ class QueryRows {
 
 // A time column as an automation date: 0.0 for NULL, for an empty and for an unreadable text.
 DATE GetDateColumn(const QueryRows& rows, const Bstr& column);
-
-// The pieces one behind the other.
-std::u16string Concat(std::initializer_list<std::u16string_view> pieces);
 
 }  // namespace qv

@@ -103,7 +103,7 @@ TEST_P(StubTable, EachOperationIsRealOrAnswersFromItsRow) {
 
   static const std::map<StoreFamily, std::string> kExpected = {
       {StoreFamily::Pim, "RRRRRRRROOOR"},          {StoreFamily::Favorites, "RRRRRRRRRRRO"},
-      {StoreFamily::Chrome, "RRRFRRRROROO"},       {StoreFamily::AddressBook, "RRRRRRRROOOO"},
+      {StoreFamily::Chrome, "RRRFRRRROROO"},       {StoreFamily::AddressBook, "RRRRRRRROROO"},
       {StoreFamily::ImportExport, "FFFOFFFOOOOO"}, {StoreFamily::Backup, "FFROFFFOOOOO"},
   };
   EXPECT_EQ(row, kExpected.at(GetParam()));

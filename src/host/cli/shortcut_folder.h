@@ -14,7 +14,7 @@
 #include "host/bookmark_page.h"
 #include "host/cli/pc_folder.h"
 #include "stores/bookmark/bookmark_tree.h"
-#include "stores/bookmark/unsettled_changes.h"
+#include "stores/unsettled_changes.h"
 
 namespace qv {
 

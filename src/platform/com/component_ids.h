@@ -23,6 +23,8 @@ inline constexpr CLSID CLSID_BookmarkConverter = "{610E01D4-3405-46F3-8D65-1E612
 inline constexpr CLSID CLSID_FolderConverter = "{BB032ED7-E629-49FB-9FD9-2E5284CFCEAD}"_guid;
 inline constexpr CLSID CLSID_VCardGroupConverter = "{6194E157-3302-4B23-90A4-583CD9BC73A0}"_guid;
 inline constexpr CLSID CLSID_ModuleSettings = "{C5D0CE03-43D3-4312-B201-F9CB2EC52C33}"_guid;
+inline constexpr CLSID CLSID_ContactManager = "{388F5DEE-7E39-41E7-A61B-22F089F30109}"_guid;
+inline constexpr CLSID CLSID_Contact = "{600A6380-3126-49AE-8162-15AC866AE766}"_guid;
 
 inline constexpr IID IID_IEngineConfig = "{185D1E6B-D51D-4F2F-BA47-E88C5A63FC39}"_guid;
 inline constexpr IID IID_IDBAccessor = "{3C387135-B328-4E55-901E-A231140D25A7}"_guid;
@@ -53,5 +55,16 @@ inline constexpr IID IID_IBookmarkAccess = "{B86F8B34-DEF2-4710-8FBA-D1AECC64C40
 inline constexpr IID IID_IFolderAccess = "{DC9D9678-EC7A-4C44-82C7-4693F4875D7B}"_guid;
 inline constexpr IID IID_INoteAccess = "{83724D95-6745-4A48-86FD-72C8BB41C784}"_guid;
 inline constexpr IID IID_IBookmarkTreeInfo = "{4DD0CC05-C452-428D-B496-EEAF204E4447}"_guid;
+inline constexpr IID IID_IStream = "{8AAC2801-4C41-44C7-9C71-77429835516F}"_guid;
+inline constexpr IID IID_IFileStream = "{0E2330EC-894F-494A-BE15-DB2DBC1A9129}"_guid;
+inline constexpr IID IID_IContactManager = "{CDBFCB6F-84D9-4FE3-8EBE-3ADF5E910801}"_guid;
+inline constexpr IID IID_IContactCollection = "{85BD8FA0-400D-41BD-A848-B1D530039FE7}"_guid;
+inline constexpr IID IID_IContact = "{1D286846-01A4-47F4-B644-568E81251F36}"_guid;
+inline constexpr IID IID_IContactProperties = "{785D73CF-FB5D-45FC-800D-08767D585795}"_guid;
+inline constexpr IID IID_IPersistStreamInit = "{62AF1F50-E6A5-4958-A2B7-A8D125095151}"_guid;
+inline constexpr IID IID_IContactFile = "{817B1487-DEE8-49BC-8FB8-0D582D1E23B1}"_guid;
+inline constexpr IID IID_IContactNodes = "{DB100566-E063-407F-A03E-36506FD75169}"_guid;
+inline constexpr IID IID_IContactFolder = "{D431876F-8402-46D4-8467-7FE8DACECBB8}"_guid;
+inline constexpr IID IID_IAddressBookInfo = "{4B2CB246-204C-49A1-82AD-463611E428E5}"_guid;
 
 }  // namespace qv

@@ -40,14 +40,6 @@ std::u16string ReadablePath(std::u16string_view path, bool isFolder) {
   return text;
 }
 
-DATE FileDate(int64_t utcSeconds) {
-  return UtcToLocal(DateFromUnixSeconds(utcSeconds), true).value;
-}
-
-int64_t FileSeconds(DATE local) {
-  return UnixSecondsFromDate(LocalToUtc(local, true).value);
-}
-
 std::u16string BookmarkTree::FullPath(std::u16string_view path) const {
   std::u16string full = RelativeToAbsolute(root_, path);
   if (root_.empty() || (full != root_ && LeavesTree(root_, full))) full.clear();

@@ -17,12 +17,9 @@
 #include "platform/system/file_system.h"
 #include "stores/bookmark/bookmark_tree_info.h"
 #include "stores/bookmark/entry_names.h"
+#include "stores/file_dates.h"
 
 namespace qv {
-
-// The time of a file as local wall-clock time, and back. 0.0 is no time.
-DATE FileDate(int64_t utcSeconds);
-int64_t FileSeconds(DATE local);
 
 // One thing of a walk that it could not show.
 struct BlindSpot {

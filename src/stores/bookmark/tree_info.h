@@ -6,7 +6,7 @@
 
 #include "platform/com/com_object.h"
 #include "stores/bookmark/bookmark_tree.h"
-#include "stores/bookmark/unsettled_changes.h"
+#include "stores/unsettled_changes.h"
 #include "syncdb/path_map.h"
 
 namespace qv {

@@ -3,6 +3,7 @@
 #include "platform/com/class_factory.h"
 #include "platform/com/edge.h"
 #include "platform/system/debug_log.h"
+#include "stores/duplicates.h"
 #include "stores/outlook/recurrence_index.h"
 #include "stores/winner.h"
 #include "support/date_time.h"
@@ -276,16 +277,9 @@ HRESULT OutlookStore::FindDuplicate(const ComPtr<IItemCommon>& item, std::u16str
                                     DuplicateAnswer& answer) {
   ItemFields& incoming = Fields(item);
   if (traits_.keyText != nullptr) incoming.keyFields = traits_.keyText(item.get());
-  const auto position = keyFields_.Find(incoming);
-  if (!position) return S_OK;
-  const ItemFields& match = keyFields_.At(*position);
-  answer.sourceUid = match.sourceUid;
-  answer.duplicated = true;
-  Check(OnUpdateStatus(STATDBUPDATE_ADD, {match.sourceUid, std::u16string(NormaliseParent(parent)),
-                                          UtcToLocal(match.modified, true), false, match.md5}));
-  answer.winner = NewerSide(match.objModified, incoming.objModified);
-  keyFields_.Remove(*position);
-  return S_OK;
+  return MatchIncoming(
+      keyFields_, incoming, NormaliseParent(parent),
+      [this](const StatusRow& row) { return OnUpdateStatus(STATDBUPDATE_ADD, row); }, answer);
 }
 
 HRESULT OutlookStore::OnProcessConflict(const IncomingText& text, const std::u16string& sourceUid,

@@ -147,6 +147,23 @@ void AppendQuotedPrintable(std::u16string_view text, bool hidesColons, size_t co
   }
 }
 
+// Gives the letters to `put`, one by one.
+template <class Put>
+void ForBase64(std::string_view bytes, const Put& put) {
+  constexpr char kLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  for (size_t i = 0; i < bytes.size(); i += 3) {
+    const size_t count = std::min<size_t>(3, bytes.size() - i);
+    uint32_t bits = 0;
+    for (size_t k = 0; k < 3; ++k) {
+      bits = bits << 8 | (k < count ? static_cast<unsigned char>(bytes[i + k]) : 0u);
+    }
+    put(kLetters[bits >> 18]);
+    put(kLetters[bits >> 12 & 63]);
+    put(count > 1 ? kLetters[bits >> 6 & 63] : '=');
+    put(count > 2 ? kLetters[bits & 63] : '=');
+  }
+}
+
 }  // namespace
 
 bool LooksLikeEnvelope(std::string_view value) {
@@ -198,30 +215,25 @@ void LineWriter::Plain(std::string_view value) {
 }
 
 void LineWriter::Base64(std::string_view bytes) {
-  constexpr char kLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   text_ += ':';
   size_t column = text_.size() - lineStart_;
-  const auto put = [&](char c) {
+  ForBase64(bytes, [&](char c) {
     if (column == kColumns) {
       text_ += "\r\n ";
       column = 1;
     }
     text_ += c;
     ++column;
-  };
-  for (size_t i = 0; i < bytes.size(); i += 3) {
-    const size_t count = std::min<size_t>(3, bytes.size() - i);
-    uint32_t bits = 0;
-    for (size_t k = 0; k < 3; ++k) {
-      bits = bits << 8 | (k < count ? static_cast<unsigned char>(bytes[i + k]) : 0u);
-    }
-    put(kLetters[bits >> 18]);
-    put(kLetters[bits >> 12 & 63]);
-    put(count > 1 ? kLetters[bits >> 6 & 63] : '=');
-    put(count > 2 ? kLetters[bits & 63] : '=');
-  }
+  });
   text_ += kBreak;
   text_ += kBreak;
+}
+
+std::string ToBase64(std::string_view bytes) {
+  std::string text;
+  text.reserve((bytes.size() + 2) / 3 * 4);
+  ForBase64(bytes, [&](char c) { text += c; });
+  return text;
 }
 
 }  // namespace qv

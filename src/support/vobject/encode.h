@@ -55,4 +55,7 @@ class LineWriter {
   std::u16string escaped_;
 };
 
+// RFC 4648, without line breaks.
+std::string ToBase64(std::string_view bytes);
+
 }  // namespace qv

@@ -1,4 +1,4 @@
-#include "stores/bookmark/unsettled_changes.h"
+#include "stores/unsettled_changes.h"
 
 #include <iterator>
 #include <vector>
