@@ -55,8 +55,8 @@ inline constexpr std::array<std::array<SlotAnswer, kStoreSlots>, kFamilies> kStu
     {kReal, kReal, kReal, kStubFail, kReal, kReal, kReal, kReal, kStubOk, kRealUntested, kStubOk,
      kStubUntested, kStubOk},
     // AddressBook
-    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kReal, kStubOk,
-     kStubUntested, kStubOk},
+    {kReal, kReal, kReal, kReal, kReal, kReal, kReal, kReal, kStubOk, kReal, kStubOk, kStubUntested,
+     kStubOk},
     // ImportExport
     {kStubFail, kStubFail, kStubFail, kStubOk, kStubFail, kStubFail, kStubFail, kStubOk, kStubOk,
      kStubOk, kStubOk, kStubUntested, kStubOk},

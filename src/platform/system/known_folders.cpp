@@ -11,8 +11,8 @@ std::string WithoutLastSlash(const char* path) {
   return text;
 }
 
-// HOME and the base directories of the desktop (XDG_DATA_HOME, XDG_CONFIG_HOME, and their defaults), as
-// they were when the process first asked.
+// HOME and the base directories of the desktop (XDG_DATA_HOME, XDG_CONFIG_HOME, and their
+// defaults), as they were when the process first asked.
 class DesktopFolders final : public KnownFolders {
  public:
   std::string UserHome() override { return WithoutLastSlash(g_get_home_dir()); }
