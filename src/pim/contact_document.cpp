@@ -244,9 +244,8 @@ ContactDocument ContactDocument::New(std::u16string_view guid, std::string_view 
 std::string ContactDocument::Bytes() const {
   xmlChar* memory = nullptr;
   int size = 0;
-  const char* encoding =
-      doc_->encoding != nullptr ? reinterpret_cast<const char*>(doc_->encoding) : "UTF-8";
-  xmlDocDumpMemoryEnc(doc_.get(), &memory, &size, encoding);
+  // Whatever it was read in: not every encoding that is read can be written to be read again.
+  xmlDocDumpMemoryEnc(doc_.get(), &memory, &size, "UTF-8");
   const XmlText text(NotNull(memory));
   return {reinterpret_cast<const char*>(memory), static_cast<size_t>(size)};
 }

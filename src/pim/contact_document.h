@@ -39,6 +39,7 @@ class ContactDocument {
   ContactDocument& operator=(ContactDocument&&) noexcept;
   ~ContactDocument();
 
+  // UTF-8, whatever it was read in.
   std::string Bytes() const;
   // Whether anything was changed since it was read or made.
   bool IsChanged() const { return isChanged_; }
