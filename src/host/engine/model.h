@@ -110,6 +110,9 @@ struct ItemLink {
   int32_t pc = -1;
   int32_t phone = -1;
   int32_t record = -1;  // the pair's agreed row; -1 for a pair or item that has none
+  // In a slow sync of a tree, of an item that is gone from the PC: its row. By it the item is known
+  // again under another name; that it was deleted there is not concluded from it.
+  int32_t lastRecord = -1;
   ContentMatch content = ContentMatch::Unknown;
   Winner newer = Winner::None;  // who wins where the contents differ
   bool statusWritten = false;   // the store has noted the agreement while matching
