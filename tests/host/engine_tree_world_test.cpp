@@ -92,6 +92,7 @@ class World {
 
   void Do(const Action& action) {
     if (action.op == Op::Sync) return Sync(action.side == 2 ? 2 : 1, action.mode);
+    files_.AwaitSecond();
     const fs::path root = Root(action.side);
     const fs::path folder = Folder(root, action.other);
     if (action.op == Op::Add) {

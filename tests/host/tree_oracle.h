@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <compare>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +12,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <thread>
 #include <tuple>
 
 #include "kit/platform_fakes.h"
@@ -132,13 +134,19 @@ class AgedFiles : public FailingFiles {
   AgedFiles(bool isCoarse, bool hasInodes) : isCoarse_(isCoarse), hasInodes_(hasInodes) {
     NextSecond();
   }
+  // Files are stamped by the kernel's ticks: what is written from the next one on is of the second.
   void NextSecond() {
-    // Files are stamped by the kernel's ticks: what is written from now on is of the next one.
-    const int64_t before = Tick();
-    int64_t now = Tick();
-    while (now == before) now = Tick();
-    epochs_[now] = epochs_.empty() ? (now / kSecond - 100'000) * kSecond
-                                   : epochs_.rbegin()->second + 10 * kSecond;
+    ++seconds_;
+    const int64_t next = Tick() + 1;
+    if (!epochs_.empty() && epochs_.rbegin()->first >= next) return;
+    epochs_[next] = epochs_.empty() ? (next / kSecond - 100'000) * kSecond
+                                    : epochs_.rbegin()->second + 10 * kSecond;
+  }
+  // Before anything is written that must not be of the second before.
+  void AwaitSecond() const {
+    while (Tick() < epochs_.rbegin()->first) {
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
   }
 
   std::error_code Stat(const std::string& path, FileInfo& info) override {
@@ -172,7 +180,7 @@ class AgedFiles : public FailingFiles {
   template <class Info>
   void Age(Info& info) const {
     info.modifiedNs = Aged(info.modifiedNs);
-    if (!hasInodes_) info.inode += epochs_.size();
+    if (!hasInodes_) info.inode += seconds_;
   }
   template <class Info>
   void AgeAll(Info& info) const {
@@ -191,6 +199,7 @@ class AgedFiles : public FailingFiles {
 
   bool isCoarse_;
   bool hasInodes_;
+  uint64_t seconds_ = 0;
   std::map<int64_t, int64_t> epochs_;
 };
 

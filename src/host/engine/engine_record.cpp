@@ -236,6 +236,14 @@ void EngineRecord::RenameFolder(const std::string& phone, std::string_view store
       .Run();
 }
 
+void EngineRecord::SetAside(const std::string& phone, std::string_view store,
+                            const std::string& name) {
+  db_.Prepare("UPDATE OR REPLACE items SET name=name||'~'||source_uid WHERE store_id=? AND name=?")
+      .Bind(1, StoreId(phone, store, false))
+      .Bind(2, name)
+      .Run();
+}
+
 int64_t EngineRecord::Count(const std::string& phone, std::string_view store) {
   SqliteStatement count = db_.Prepare("SELECT count(*) FROM items WHERE store_id=?");
   count.Bind(1, StoreId(phone, store, false));

@@ -102,6 +102,7 @@ class Runner {
   void BeginTree(const SyncPlan& plan);
   void ForgetGone();
   void NoteFollowed();
+  void SetDisplacedAside();
   void FindUntold();
   PcItem* FindPc(const std::u16string& id);
   void Complete(RecordRow& row);

@@ -1,4 +1,6 @@
 // The runner's work on the folders of a tree, and on the places of items in them.
+#include <algorithm>
+
 #include "host/engine/bookmark_text.h"
 #include "host/engine/runner.h"
 #include "host/engine/runner_try.h"
@@ -27,7 +29,20 @@ void Runner::NoteFollowed() {
   for (const RecordRow& row : run_.sides.records) {
     if (row.hasFollowed) run_.record.Put(run_.phoneId, run_.pc.kind().name, row);
   }
+  SetDisplacedAside();
   group.Commit();
+}
+
+// Files that have taken each other's names: the row of the first would go when that of the second
+// is written, and a run that is cut off in between would leave the next one without it.
+void Runner::SetDisplacedAside() {
+  const std::vector<RecordRow>& records = run_.sides.records;
+  for (const PhoneItem& item : run_.sides.phone) {
+    if (item.isFolder || (item.record >= 0 && At(records, item.record).name == item.name)) continue;
+    const auto found = std::ranges::lower_bound(records, item.name, {}, &RecordRow::name);
+    if (found == records.end() || found->name != item.name) continue;
+    run_.record.SetAside(run_.phoneId, run_.pc.kind().name, item.name);
+  }
 }
 
 void Runner::FindUntold() {
