@@ -1,7 +1,6 @@
 // What extras say, whatever grammar they stand in.
 #pragma once
 
-#include <span>
 #include <vector>
 
 #include "items/extra.h"
@@ -9,7 +8,7 @@
 // Each as it is written, without the blank lines that may follow it.
 inline std::vector<std::string> Written(const std::vector<qv::ExtraProperty>& extras,
                                         std::string_view own,
-                                        std::span<const std::string_view> lists = {}) {
+                                        const qv::ListProperties& lists = {}) {
   std::vector<std::string> texts;
   for (const qv::ExtraProperty& extra : extras) {
     qv::LineWriter writer;

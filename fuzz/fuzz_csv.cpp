@@ -52,7 +52,13 @@ class OneFile final : public qv::Files {
   std::error_code Write(const std::string&, std::string_view) override { return No(); }
   std::error_code Append(const std::string&, std::string_view) override { return No(); }
   std::error_code WriteAtomic(const std::string&, std::string_view) override { return No(); }
+  std::error_code Stage(const std::string&, std::string_view, qv::StagedFile&) override {
+    return No();
+  }
   std::error_code SyncFolder(const std::string&) override { return No(); }
+  std::error_code Settle(std::span<const std::string>, std::span<const std::string>) override {
+    return No();
+  }
   std::error_code Remove(const std::string&) override { return No(); }
   std::error_code Rename(const std::string&, const std::string&) override { return No(); }
   std::error_code MakeFolder(const std::string&) override { return No(); }

@@ -17,8 +17,8 @@ void Require(bool holds) {
 // Where a quoted-printable value is broken says nothing: an alarm breaks elsewhere without its
 // time.
 std::vector<std::string> Extras(const qv::Calendar& item) {
-  constexpr std::string_view kLists[] = {"CATEGORIES", "RESOURCES"};
-  std::vector<std::string> extras = Written(item.fields.extras, "VEVENT,VTODO", kLists);
+  constexpr std::string_view kNames[] = {"CATEGORIES", "RESOURCES"};
+  std::vector<std::string> extras = Written(item.fields.extras, "VEVENT,VTODO", {kNames, u';'});
   for (std::string& extra : extras) {
     for (size_t at = 0; (at = extra.find("=\r\n", at)) != extra.npos;) extra.erase(at, 3);
   }

@@ -32,6 +32,9 @@ struct Recurrence {
   int32_t monthOfYear = 0;  // 1 to 12
   int32_t occurrences = 0;  // how many there are, those that fall away included; 0 for no count
   DATE until = 0.0;         // the last moment at which one may begin; 0.0 for no end
+  // How many days behind those that the numbers name the occurrences lie: of a rule that was told
+  // in another zone, and whose days no numbers can name here.
+  int32_t daysBehind = 0;
 
   friend bool operator==(const Recurrence&, const Recurrence&) = default;
 };
@@ -74,6 +77,11 @@ struct CalendarContent {
 
   friend bool operator==(const CalendarContent&, const CalendarContent&) = default;
 };
+
+// When the rules of a series count from: its start, of a task without one when it is due.
+inline DATE BeginningOf(const CalendarContent& item) {
+  return item.start != 0.0 ? item.start : item.isTask ? item.end : 0.0;
+}
 
 struct Calendar : CalendarContent {
   ItemFields fields;

@@ -100,11 +100,14 @@ bool SettleDaysHere(CalendarContent& item) {
   return true;
 }
 
-DATE MomentOf(const CalendarContent& item, DATE held) {
+bool IsDay(const CalendarContent& item, DATE held) {
   const std::optional<int64_t> seconds = VariantTimeToSeconds(held);
-  if (!item.allDay || held == 0.0 || !seconds) return held;
-  const bool isDay = IsMidnight(*seconds) || TimeOfDay(*seconds) == kDaySeconds - 1;
-  return isDay ? WallClock().ToUtc(held) : held;
+  if (!item.allDay || held == 0.0 || !seconds) return false;
+  return IsMidnight(*seconds) || TimeOfDay(*seconds) == kDaySeconds - 1;
+}
+
+DATE MomentOf(const CalendarContent& item, DATE held) {
+  return IsDay(item, held) ? WallClock().ToUtc(held) : held;
 }
 
 }  // namespace qv

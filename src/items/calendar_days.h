@@ -26,6 +26,8 @@ void SettleDays(CalendarContent& item);
 // an hour. False, and nothing changed, for one that begins or ends within a day.
 bool SettleDaysHere(CalendarContent& item);
 
+// Whether a date that the item holds is a day, which no zone shifts.
+bool IsDay(const CalendarContent& item, DATE held);
 // The moment (UTC) of a date that the item holds: of a day its midnight here and now.
 DATE MomentOf(const CalendarContent& item, DATE held);
 

@@ -143,6 +143,7 @@ HRESULT CalendarItem::put_RecurrenceType(int32_t value) noexcept {
   const auto type = static_cast<RecurrenceType>(value);
   if (!IsKind(type)) return E_INVALIDARG;
   value_.recurrence.type = type;
+  value_.recurrence.daysBehind = 0;  // who names a rule names it by the days here
   return S_OK;
 }
 

@@ -1,7 +1,6 @@
 #include "items/extra.h"
 
 #include "items/nesting.h"
-#include "support/vobject/old_grammar.h"
 #include "support/vobject/raw_text.h"
 
 namespace qv {
@@ -81,7 +80,7 @@ ExtraProperty ExtraFromMarked(std::u16string property, std::u16string value) {
 }
 
 bool WriteExtra(LineWriter& writer, const ExtraProperty& extra, std::string_view own,
-                std::span<const std::string_view> lists) {
+                const ListProperties& lists) {
   if (extra.label) return false;
   std::string bytes = BytesOf(extra);
   // Without a ':' it could be taken for more of a base64 value above it; a blank line ends that.
@@ -90,7 +89,7 @@ bool WriteExtra(LineWriter& writer, const ExtraProperty& extra, std::string_view
   const size_t before = writer.text().size();
   if (extra.dialect == Dialect::Modern) {
     WriteInOldGrammar(bytes, lists, writer);
-  } else {
+  } else if (!WriteHidden(bytes, writer)) {
     writer.Begin(bytes);
   }
   if (IsOneProperty(writer.text().substr(before), own)) return true;

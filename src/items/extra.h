@@ -1,17 +1,17 @@
 // Extras: how a property that an item has no place for is kept, and written again.
 //
-// It is written as its bytes into a text of its own grammar, and into one of the other grammar as a
-// line that says the same there. Whoever needs more of it than its bytes reads `BytesOf` with a
-// LineReader and decodes with the extra's dialect.
+// It is written as its bytes into a text of its own grammar, unless its value looks like an
+// envelope, and into one of the other grammar as a line that says the same there. Whoever needs
+// more of it than its bytes reads `BytesOf` with a LineReader and decodes with the extra's dialect.
 #pragma once
 
-#include <span>
 #include <string>
 #include <string_view>
 
 #include "items/item.h"
 #include "support/vobject/encode.h"
 #include "support/vobject/lines.h"
+#include "support/vobject/old_grammar.h"
 
 namespace qv {
 
@@ -34,8 +34,8 @@ ExtraProperty ExtraFromMarked(std::u16string property, std::u16string value);
 
 // Appends the extra to a text of the old grammar. `own` names the component that it stands in, as
 // for ReadNested. False, with nothing written, for what would not be read as one property again,
-// and for a label, which goes with its value. `lists`: see old_grammar.h.
+// and for a label, which goes with its value.
 bool WriteExtra(LineWriter& writer, const ExtraProperty& extra, std::string_view own,
-                std::span<const std::string_view> lists = {});
+                const ListProperties& lists = {});
 
 }  // namespace qv

@@ -179,11 +179,13 @@ class Beginnings {
     // The start is the first occurrence whatever the rule says (RFC 5545, 3.8.5.3).
     if (!Take(start, take)) return;
     const int64_t startDay = FloorDiv(start, kDaySeconds);
-    const RuleDays days(rule_, startDay);
+    const int64_t behind = rule_.daysBehind;
+    const RuleDays days(rule_, startDay - behind);
     if (!days.NamesAny()) return;
     const int64_t timeOfDay = start - startDay * kDaySeconds;
     // What is counted must be walked from its start.
-    int64_t period = rule_.occurrences > 0 ? 0 : days.PeriodBefore(FloorDiv(from_, kDaySeconds));
+    int64_t period =
+        rule_.occurrences > 0 ? 0 : days.PeriodBefore(FloorDiv(from_, kDaySeconds) - behind);
     for (;; ++period) {
       const int64_t first = days.FirstDay(period);
       if (first > kLastDay) return;
@@ -191,10 +193,11 @@ class Beginnings {
       size_t count = 0;
       days.Days(first, named, count);
       // Also periods that name no day end the walk.
-      if (count == 0 && first * kDaySeconds >= to_) return;
+      if (count == 0 && (first + behind) * kDaySeconds >= to_) return;
       for (size_t i = 0; i < count; ++i) {
-        if (named[i] <= startDay) continue;
-        if (named[i] > kLastDay || !Take(named[i] * kDaySeconds + timeOfDay, take)) return;
+        const int64_t day = named[i] + behind;
+        if (day <= startDay) continue;
+        if (day > kLastDay || !Take(day * kDaySeconds + timeOfDay, take)) return;
       }
     }
   }

@@ -1,8 +1,12 @@
 #include "items/vcalendar_alarm.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <limits>
 
 #include "items/extra.h"
+#include "support/text.h"
 #include "support/vobject/decode.h"
 #include "support/vobject/lines.h"
 #include "support/vobject/raw_text.h"
@@ -141,7 +145,7 @@ std::optional<AlarmTime> AlarmTimeOf(const ExtraProperty& extra) {
 }
 
 std::optional<ExtraProperty> WithoutAlarmTime(const ExtraProperty& extra,
-                                              std::u16string_view subject) {
+                                              std::u16string_view subject, bool isAlone) {
   std::string bytes = BytesOf(extra);
   ExtraProperty rest = extra;
   const Head head(bytes);
@@ -150,7 +154,7 @@ std::optional<ExtraProperty> WithoutAlarmTime(const ExtraProperty& extra,
         SameWord(head.line.name, "AALARM") && head.line.group.empty() &&
         !HasOwnParameters(head.line) &&
         head.line.value.find_first_not_of("; ", head.part.size()) == std::string_view::npos;
-    if (isPlain) return std::nullopt;
+    if (isPlain && isAlone) return std::nullopt;
     bytes.erase(head.begin, head.part.size());
   } else {
     const Component alarm(bytes, extra.dialect, subject);
@@ -166,6 +170,33 @@ bool LacksAlarmTime(const ExtraProperty& extra) {
   const std::string bytes = BytesOf(extra);
   const Head head(bytes);
   return head.isAlarm && Trimmed(WithoutFolds(head.part)).empty();
+}
+
+bool LacksTrigger(const ExtraProperty& extra) {
+  if (!MayBe(extra, {u"BEGIN"})) return false;
+  const std::string bytes = BytesOf(extra);
+  const Head head(bytes);
+  if (!IsComponent(head.line)) return false;
+  const Component alarm(bytes, extra.dialect, {});
+  return alarm.isWhole && alarm.rings && alarm.triggers == 0;
+}
+
+ExtraProperty LeadExtra(int64_t seconds) {
+  return {std::u16string(kLeadName), FromAscii(std::to_string(seconds))};
+}
+
+int64_t LeadSeconds(int32_t minutes, const std::vector<ExtraProperty>& extras) {
+  const auto told = std::ranges::find(extras, kLeadName, &ExtraProperty::property);
+  if (told != extras.end()) {
+    std::string text;
+    AppendRaw(told->value, text);
+    int64_t seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    constexpr int64_t kMost = int64_t{60} * std::numeric_limits<int32_t>::max();
+    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+    if (isNumber && std::abs(seconds) < kMost && LeadMinutesOf(seconds) == minutes) return seconds;
+  }
+  return int64_t{minutes} * 60;
 }
 
 ExtraProperty WithAlarmTime(const ExtraProperty& extra, std::string_view moment) {

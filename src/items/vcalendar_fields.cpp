@@ -33,6 +33,7 @@ constexpr Property kProperties[] = {
     {"DURATION", CalendarField::Duration},
     {"X-ALLDAY", CalendarField::AllDay},
     {"X-EVENTTYPE", CalendarField::EventType},
+    {kEntryTypeName, CalendarField::EntryType},
     {"COMPLETED", CalendarField::Completed},
     {"STATUS", CalendarField::Status},
     {"PRIORITY", CalendarField::Priority},
@@ -47,7 +48,8 @@ constexpr Property kProperties[] = {
     {"RECURRENCE-ID", CalendarField::Occurrence},
     {"X-PARENT-UID", CalendarField::Parent},
     {"X-RECUR-ENTRY", CalendarField::Entry},
-    {"X-QVBEGAN", CalendarField::Began},
+    {"X-QVBEGAN", CalendarField::Own},
+    {"X-QVLEAD", CalendarField::Own},
     {"VERSION", CalendarField::Dropped},
     {"PRODID", CalendarField::Dropped},
 };
@@ -103,7 +105,7 @@ VCalendarFields::VCalendarFields(bool isTask, Dialect dialect, CalendarZones& zo
 void VCalendarFields::Read(const Line& line) {
   const CalendarField field = FieldOf(line.name);
   // What frames a text says nothing of the item, with a value or without.
-  if (field == CalendarField::Began || (field == CalendarField::Dropped && line.bare)) return;
+  if (field == CalendarField::Own || (field == CalendarField::Dropped && line.bare)) return;
   if (!line.malformed && !line.bare && ReadField(field, line)) return;
   if (field == CalendarField::Status) statusExtras_.push_back(item_.fields.extras.size());
   if (line.malformed && field == CalendarField::Rule) {
@@ -118,7 +120,7 @@ void VCalendarFields::Read(const Line& line) {
 
 bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
   switch (field) {
-    case CalendarField::Began:
+    case CalendarField::Own:
     case CalendarField::Dropped:
       return true;
     case CalendarField::Uid:
@@ -146,6 +148,8 @@ bool VCalendarFields::ReadField(CalendarField field, const Line& line) {
       return ReadAllDay(line, "1");
     case CalendarField::EventType:
       return ReadAllDay(line, "ALLDAY");
+    case CalendarField::EntryType:
+      return ReadEntryType(line);
     case CalendarField::Completed:
       return ReadCompleted(line);
     case CalendarField::Status:
@@ -271,6 +275,17 @@ bool VCalendarFields::ReadAllDay(const Line& line, std::string_view yes) {
   // As below: what the item is anyhow is not written, so a second line may still say otherwise.
   if (isAllDay) allDay_ = true;
   return isAllDay || *token == "0";
+}
+
+bool IsDayType(std::string_view type) {
+  return SameWord(type, "ANNIVERSARY") || SameWord(type, "EVENT");
+}
+
+// The phone needs the line itself: it has more than one kind of day.
+bool VCalendarFields::ReadEntryType(const Line& line) {
+  const auto token = TokenOf(line);
+  isDayType_ = isDayType_ || (token && !item_.isTask && IsDayType(*token));
+  return false;
 }
 
 bool VCalendarFields::ReadStatus(const Line& line) {

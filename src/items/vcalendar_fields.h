@@ -7,17 +7,23 @@
 #include <vector>
 
 #include "items/moment_text.h"
+#include "items/vcalendar_moves.h"
 #include "items/vcalendar_zone.h"
 #include "support/vobject/decode.h"
 #include "support/wall_clock.h"
 
 namespace qv {
 
+// Some phones tell the kind of an event, "X-EPOCAGENDAENTRYTYPE:ANNIVERSARY": whether one of that
+// kind lies on days, whatever times it tells.
+inline constexpr std::string_view kEntryTypeName = "X-EPOCAGENDAENTRYTYPE";
+bool IsDayType(std::string_view type);
+
 // What the names of properties mean.
 enum class CalendarField : uint8_t {
   Extra,
   Dropped,
-  Began,  // our own, see vcalendar_moves.h: of no text
+  Own,  // what is kept among the extras and is of no text, see vcalendar_moves.h
   Uid,
   OtherUid,
   Modified,
@@ -30,6 +36,7 @@ enum class CalendarField : uint8_t {
   Duration,
   AllDay,
   EventType,
+  EntryType,
   Completed,
   Status,
   Priority,
@@ -101,6 +108,7 @@ class VCalendarFields {
   bool ReadModified(const Line& line);
   bool ReadMoment(const Line& line, std::optional<Moment>& moment);
   bool ReadAllDay(const Line& line, std::string_view yes);
+  bool ReadEntryType(const Line& line);
   bool ReadStatus(const Line& line);
   bool ReadPriority(const Line& line);
   bool ReadSensitivity(const Line& line);
@@ -131,6 +139,7 @@ class VCalendarFields {
   void FinishRules();
   void FinishDeletions();
   void FinishReminder();
+  std::optional<int64_t> LeadOf(const ExtraProperty& extra, const ItemPlace& place);
   void FinishStatus();
   void FinishMoves();
   void DropUnderstood();
@@ -154,6 +163,7 @@ class VCalendarFields {
   bool priorityRead_ = false;
   bool sensitivityRead_ = false;
   bool allDay_ = false;
+  bool isDayType_ = false;  // its kind lies on days
   bool recurs_ = false;
   std::vector<Waiting> otherUids_;
   std::vector<Waiting> durations_;

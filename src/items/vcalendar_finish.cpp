@@ -65,7 +65,7 @@ void VCalendarFields::FinishTimes() {
   if (item_.isTask) end_ = due_;
   const bool hasDate = start_ ? start_->isDate : end_ && end_->isDate;
   // A task that begins on a day and is due at an hour is no matter of days.
-  item_.allDay = allDay_ || (hasDate && !(item_.isTask && end_ && !end_->isDate));
+  item_.allDay = allDay_ || isDayType_ || (hasDate && !(item_.isTask && end_ && !end_->isDate));
   if (item_.allDay) return FinishDays();
   if (start_) item_.start = start_->utc;
   if (end_) {
@@ -125,7 +125,7 @@ void VCalendarFields::FinishDays() {
 }
 
 DATE VCalendarFields::Beginning() const {
-  return item_.start != 0.0 ? item_.start : item_.isTask ? item_.end : 0.0;
+  return BeginningOf(item_);
 }
 
 // The link to a series. One to itself says nothing.
@@ -217,43 +217,54 @@ void VCalendarFields::FinishDeletions() {
   }
 }
 
+// How long before the beginning an alarm rings, in seconds; nothing for an extra that is none.
+std::optional<int64_t> VCalendarFields::LeadOf(const ExtraProperty& extra, const ItemPlace& place) {
+  const auto secondsOf = [](DATE date) { return VariantTimeToSeconds(date).value_or(0); };
+  const std::optional<AlarmTime> time = AlarmTimeOf(extra);
+  if (!time) return std::nullopt;
+  if (!time->moment) {
+    const bool isDays = item_.allDay && item_.end != 0.0;
+    const int64_t length = isDays ? secondsOf(item_.end) - place.wall : place.end - place.begin;
+    const int64_t behind = time->behind.days * kDaySeconds + time->behind.seconds;
+    return -behind - (time->fromEnd ? length : 0);
+  }
+  const DATE moment = time->moment->date;
+  if (item_.allDay && !time->moment->hasZone) return place.wall - secondsOf(moment);
+  // Of a day that the text tells in UTC the moments beside it are told from there.
+  const int64_t begin =
+      item_.allDay && start_ && start_->isUtc ? secondsOf(start_->utc) : place.begin;
+  return begin - secondsOf(time->moment->hasZone ? moment : LocalClock().ToUtc(moment));
+}
+
+// The first alarm is the reminder; others that ring with it are the same one.
 void VCalendarFields::FinishReminder() {
   const std::optional<ItemPlace> place = alarms_.empty() ? std::nullopt : PlaceOf(item_);
   if (!place) return;
-  constexpr int64_t kMinute = 60;
-  const auto secondsOf = [](DATE date) { return VariantTimeToSeconds(date).value_or(0); };
-  // Of a day that the text tells in UTC the moments beside it are told from there.
-  const int64_t begin =
-      item_.allDay && start_ && start_->isUtc ? secondsOf(start_->utc) : place->begin;
-  const bool isDays = item_.allDay && item_.end != 0.0;
-  const int64_t length = isDays ? secondsOf(item_.end) - place->wall : place->end - place->begin;
+  std::vector<ExtraProperty>& extras = item_.fields.extras;
+  std::vector<size_t> same;
+  std::optional<int64_t> reminder;
   for (const size_t index : alarms_) {
-    if (index >= item_.fields.extras.size()) return;
-    ExtraProperty& extra = item_.fields.extras[index];
-    const std::optional<AlarmTime> time = AlarmTimeOf(extra);
-    if (!time) continue;
-    int64_t lead = -(time->behind.days * kDaySeconds + time->behind.seconds);
-    if (time->fromEnd) lead -= length;
-    if (time->moment) {
-      const DATE moment = time->moment->date;
-      lead = begin - secondsOf(moment);
-      if (!time->moment->hasZone) {
-        lead = item_.allDay ? place->wall - secondsOf(moment)
-                            : begin - secondsOf(LocalClock().ToUtc(moment));
-      }
-    }
-    const bool fits =
-        lead % kMinute == 0 && lead / kMinute <= std::numeric_limits<int32_t>::max() &&
-        lead / kMinute >= std::numeric_limits<int32_t>::min() && Later(Beginning(), -lead) != 0.0;
+    if (index >= extras.size()) break;
+    const std::optional<int64_t> lead = LeadOf(extras[index], *place);
+    if (!lead || (reminder && lead != reminder)) continue;
+    const int64_t minutes = LeadMinutesOf(*lead);
+    const bool fits = minutes <= std::numeric_limits<int32_t>::max() &&
+                      minutes >= std::numeric_limits<int32_t>::min() &&
+                      Later(Beginning(), -*lead) != 0.0;
     if (!fits) continue;
-    item_.reminderMinutes = static_cast<int32_t>(lead / kMinute);
-    if (std::optional<ExtraProperty> rest = WithoutAlarmTime(extra, item_.subject)) {
-      extra = std::move(*rest);
-    } else {
-      Understood(index);
-    }
-    return;
+    reminder = lead;
+    same.push_back(index);
   }
+  if (!reminder) return;
+  item_.reminderMinutes = static_cast<int32_t>(LeadMinutesOf(*reminder));
+  for (const size_t index : same) {
+    std::optional<ExtraProperty> rest =
+        WithoutAlarmTime(extras[index], item_.subject, same.size() == 1);
+    if (rest) extras[index] = std::move(*rest);
+    if (!rest) Understood(index);
+  }
+  constexpr int64_t kMinute = 60;
+  if (*reminder % kMinute != 0) KeepExtra(LeadExtra(*reminder));
 }
 
 // Where the item lies, for what must move with it.

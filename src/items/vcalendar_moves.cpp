@@ -42,6 +42,20 @@ const MovingLine* Find(const MovingLine (&lines)[n], const Line& line) {
   return found == std::end(lines) ? nullptr : found;
 }
 
+// Whether the component that the reader is in says that nothing is to happen: some phones mark so,
+// with a moment long ago, an item that shall have no alarm.
+bool IsNone(LineReader reader) {
+  int depth = 1;
+  for (Line line; depth > 0 && reader.Next(line);) {
+    if (SameWord(line.name, "BEGIN")) ++depth;
+    if (SameWord(line.name, "END")) --depth;
+    if (depth == 1 && SameWord(line.name, "ACTION") && !line.bare) {
+      return SameWord(Trimmed(WithoutFolds(line.value)), "NONE");
+    }
+  }
+  return false;
+}
+
 // Calls `visit(line, part)` for each line of the extra that moves.
 template <class Visit>
 void ForEachMovingLine(const std::string& bytes, Visit&& visit) {
@@ -53,6 +67,7 @@ void ForEachMovingLine(const std::string& bytes, Visit&& visit) {
     if (const MovingLine* known = Find(kLines, line)) visit(line, known->part);
     return;
   }
+  if (IsNone(reader)) return;
   int depth = 1;
   while (depth > 0 && reader.Next(line)) {
     if (SameWord(line.name, "BEGIN")) ++depth;
@@ -108,7 +123,7 @@ DATE DateOf(int64_t seconds) {
 }  // namespace
 
 std::optional<ItemPlace> PlaceOf(const CalendarContent& item) {
-  const DATE begin = item.start != 0.0 ? item.start : item.isTask ? item.end : 0.0;
+  const DATE begin = BeginningOf(item);
   if (begin == 0.0 || !VariantTimeToSeconds(begin)) return std::nullopt;
   ItemPlace place;
   place.isDay = item.allDay;

@@ -68,14 +68,11 @@ bool MoveDate(Recurrence& rule, int days) {
   return true;
 }
 
-// Says a rule by the days of a calendar that is one day on or behind. False where the numbers
-// cannot: at the ends of months, for the nth weekday of one, and where weeks are left out and a day
-// leaves its week.
-bool Move(Recurrence& rule, int days) {
+// Leaves any numbers behind where it cannot.
+bool MoveOneDay(Recurrence& rule, int days) {
   constexpr int kWeek = 7;
   constexpr int kShortestMonth = 28;
   const auto mask = static_cast<uint32_t>(rule.daysOfWeek);
-  if (days < -1 || days > 1) return false;
   switch (rule.type) {
     case RecurrenceType::Daily:
       return true;
@@ -196,6 +193,29 @@ DATE SameEnd(DATE until, const RuleStart& start, int64_t days, const WallClock& 
   return moved == 0.0 ? until : moved;
 }
 
+// Of a series that a computer or phone told in UTC when it was in another zone than now: where the
+// start fits the rule on the day that it has somewhere else alone, the rule is told by the days
+// there. Only for one day a week: other series may well begin beside their days.
+void MoveFromElsewhere(Recurrence& rule, const RuleStart& start) {
+  if (rule.type != RecurrenceType::Weekly || !IsOneDay(rule.daysOfWeek)) return;
+  constexpr int64_t kHour = 3600;
+  const int64_t own = DayNumber(start.own);
+  const int64_t timeOfDay = SecondsOf(start.own) - own * 24 * kHour;
+  struct Zone {
+    int64_t days;      // from the day in UTC
+    int64_t from, to;  // times of day in UTC at which some zone has that day
+  };
+  constexpr Zone kZones[] = {{0, 0, 24}, {1, 10, 24}, {-1, 0, 12}};
+  for (const Zone& zone : kZones) {
+    if (timeOfDay < zone.from * kHour || timeOfDay >= zone.to * kHour) continue;
+    Recurrence moved = rule;
+    if (!MoveDays(moved, DayNumber(start.local) - own - zone.days)) continue;
+    if (!Fits(moved, start.local)) continue;
+    rule = moved;
+    return;
+  }
+}
+
 void Append(std::string& text, char sign, int64_t number) {
   text += sign;
   text += std::to_string(number);
@@ -227,6 +247,17 @@ void AppendEnd(std::string& text, const Recurrence& rule, bool isDay) {
 
 }  // namespace
 
+bool MoveDays(Recurrence& rule, int64_t days) {
+  constexpr int64_t kMost = 2;  // across the date line
+  if (std::abs(days) > kMost) return false;
+  Recurrence moved = rule;
+  for (int64_t i = std::abs(days); i > 0; --i) {
+    if (!MoveOneDay(moved, days > 0 ? 1 : -1)) return false;
+  }
+  rule = moved;
+  return true;
+}
+
 std::optional<ReadRule> ReadRuleText(std::string_view text, DATE start) {
   text = Trimmed(text);
   return IsModernRule(text) ? ReadModernRule(text, start) : ReadOldRule(text, start);
@@ -241,18 +272,23 @@ std::optional<Recurrence> ParseRule(std::string_view text, const RuleStart& star
   // A count says how many there are; the start in front of it only names the first.
   const DATE beginning = start.isDay ? EndOfDay(start.local) : here.ToUtc(start.local);
   if (read->rule.occurrences > 0 && until == beginning) until = 0.0;
-  const bool isHere = start.isDay || !IsModernRule(text) || start.own == 0.0 ||
-                      (start.isUtc ? Fits(read->rule, start.local) : !start.zone.has_value());
-  if (!isHere) {
+  const bool isModern = IsModernRule(text);
+  const bool isHere = start.isDay || start.own == 0.0 ||
+                      (start.isUtc ? Fits(read->rule, start.local) : !isModern || !start.zone);
+  if (!isHere && !isModern) {
+    MoveFromElsewhere(read->rule, start);
+  } else if (!isHere) {
     const std::optional<ReadRule> there = ReadRuleText(text, start.own);
     if (!there) return std::nullopt;
-    if (!start.isUtc || Fits(there->rule, start.own)) {
+    if (start.isUtc && !Fits(there->rule, start.own)) {
+      MoveFromElsewhere(read->rule, start);
+    } else {
       RuleStart own = start;
       if (start.isUtc) own.zone = CalendarZones::Clock();
       const int64_t days = DayNumber(start.local) - DayNumber(start.own);
       read->rule = there->rule;
       if (!SameDays(*own.zone, here, start.own, days).Hold(there->rule, until)) return std::nullopt;
-      if (days != 0 && !Move(read->rule, static_cast<int>(days))) return std::nullopt;
+      if (!MoveDays(read->rule, days)) return std::nullopt;
       if (until != 0.0) until = SameEnd(until, own, days, here);
     }
   }

@@ -29,10 +29,16 @@ struct RuleStart {
 // told by the days here where those are the same, all so many days on, for every occurrence:
 // through every change of the clocks of either zone, and at the ends of months. Where they are not,
 // nothing. UTC is no such zone: the days of many texts do not mean it; they do where the start fits
-// the rule by no other reading. The end is a moment of the start's zone, moved where it must be so
-// that the last occurrence is the same.
+// the rule by no other reading. Of a series on one day a week whose start fits on no day but one
+// that it has in some other zone the text was written there, whatever its grammar. The end is a
+// moment of the start's zone, moved where it must be so that the last occurrence is the same.
 std::optional<Recurrence> ParseRule(std::string_view text, const RuleStart& start,
                                     const WallClock& here);
+
+// Says a rule by the days of a calendar that is so many days on, below zero behind. False, and
+// nothing is changed, where the numbers cannot: at most ends of months, for the nth weekday of one,
+// and where weeks are left out and a day leaves its week.
+bool MoveDays(Recurrence& rule, int64_t days);
 
 // In the 1.0 grammar; empty for the type None. The end of an all-day series is a day.
 std::string RuleText(const Recurrence& rule, DATE localStart, bool isDay);

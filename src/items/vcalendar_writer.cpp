@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <optional>
-#include <utility>
 
 #include "items/calendar_days.h"
 #include "items/extra.h"
@@ -8,6 +7,7 @@
 #include "items/uid_text.h"
 #include "items/vcalendar.h"
 #include "items/vcalendar_alarm.h"
+#include "items/vcalendar_fields.h"
 #include "items/vcalendar_moves.h"
 #include "items/vcalendar_rule.h"
 #include "platform/system/system_time.h"
@@ -19,7 +19,8 @@ namespace qv {
 namespace {
 
 constexpr std::string_view kOwn = "VEVENT,VTODO";
-constexpr std::string_view kLists[] = {"CATEGORIES", "RESOURCES"};
+constexpr std::string_view kListNames[] = {"CATEGORIES", "RESOURCES"};
+constexpr ListProperties kLists = {kListNames, u';'};
 
 // The order of the properties is fixed: equal items give equal bytes.
 class CalendarWriter {
@@ -71,9 +72,7 @@ class CalendarWriter {
     return size;
   }
 
-  DATE Beginning() const {
-    return item_.start != 0.0 ? item_.start : item_.isTask ? item_.end : 0.0;
-  }
+  DATE Beginning() const { return BeginningOf(item_); }
 
   DATE LocalBeginning() const {
     return item_.allDay ? Beginning() : WallClock().FromUtc(Beginning());
@@ -120,7 +119,7 @@ class CalendarWriter {
   std::string ReminderText() const {
     const DATE beginning = Beginning();
     if (!item_.reminderMinutes || beginning == 0.0) return {};
-    const DATE alarm = Later(beginning, -int64_t{*item_.reminderMinutes} * 60);
+    const DATE alarm = Later(beginning, -LeadSeconds(*item_.reminderMinutes, item_.fields.extras));
     return item_.allDay ? WallText(alarm) : MomentText(alarm);
   }
 
@@ -128,7 +127,7 @@ class CalendarWriter {
   void WriteReminder() {
     reminder_ = ReminderText();
     if (!reminder_.empty() && std::ranges::none_of(item_.fields.extras, LacksAlarmTime)) {
-      Plain("AALARM", std::exchange(reminder_, {}));
+      Plain("AALARM", reminder_);
     }
   }
 
@@ -145,7 +144,11 @@ class CalendarWriter {
   }
 
   // A property that the item has come to hold itself, and says otherwise now.
-  bool IsOutdated(std::string_view name) const {
+  bool IsOutdated(const Line& line) const {
+    const std::string_view name = line.name;
+    if (SameWord(name, kEntryTypeName)) {
+      return !item_.allDay && !item_.isTask && IsDayType(Trimmed(line.value));
+    }
     if (SameWord(name, "STATUS")) return item_.isTask && item_.status != 0;
     const bool isException = !item_.parentRecurUid.empty();
     if (SameWord(name, "RDATE") || SameWord(name, "EXRULE")) {
@@ -155,12 +158,11 @@ class CalendarWriter {
     return item_.isRecurring ? item_.recurrence.type != RecurrenceType::None : !isException;
   }
 
-  // The first alarm without a time takes the reminder's; without a reminder none rings.
+  // Alarms without a time take the reminder's; without a reminder none rings.
   void WriteTimed(const ExtraProperty& extra) {
     if (reminder_.empty()) return;
     LineWriter alarm;
-    if (!WriteExtra(alarm, WithAlarmTime(extra, std::exchange(reminder_, {})), kOwn, kLists))
-      return;
+    if (!WriteExtra(alarm, WithAlarmTime(extra, reminder_), kOwn, kLists)) return;
     std::string text = alarm.Take();
     LineReader reader(text);
     Line line;
@@ -180,8 +182,10 @@ class CalendarWriter {
       const std::string bytes = BytesOf(extra);
       LineReader reader(bytes);
       Line line;
-      if (!reader.Next(line) || extra.property == kBeganName) continue;
-      if (!line.bare && IsOutdated(line.name)) continue;
+      const bool isOwn = extra.property == kBeganName || extra.property == kLeadName;
+      if (isOwn || !reader.Next(line)) continue;
+      if (!line.bare && IsOutdated(line)) continue;
+      if (reminder_.empty() && LacksTrigger(extra)) continue;
       if (LacksAlarmTime(extra)) {
         WriteTimed(extra);
         continue;
@@ -199,7 +203,7 @@ class CalendarWriter {
   const Calendar& item_;
   LineWriter writer_;
   bool hasRule_ = false;  // among the extras
-  std::string reminder_;  // that no line has told yet
+  std::string reminder_;  // when it comes; empty for none
 };
 
 }  // namespace

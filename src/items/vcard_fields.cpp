@@ -52,7 +52,7 @@ bool VCardFields::Read(const VCardProperty& property, const Line& line) {
     case VCardField::Name:
       return ReadName(line);
     case VCardField::Text:
-      return ReadText(line, property.text);
+      return ReadText(line, property);
     case VCardField::Telephone:
       return ReadTelephone(line);
     case VCardField::Mail:
@@ -132,11 +132,21 @@ bool VCardFields::ReadName(const Line& line) {
   return true;
 }
 
-bool VCardFields::ReadText(const Line& line, TextMember member) {
-  if (!(contact_.*member).empty()) return false;
-  auto text = TextOf(line);
+bool VCardFields::ReadText(const Line& line, const VCardProperty& property) {
+  std::u16string& member = contact_.*property.text;
+  if (!member.empty()) return false;
+  const auto text = decoder_.Text(line, dialect_);
   if (!text) return false;
-  contact_.*member = std::move(*text);
+  if (!property.isList) {
+    member = Unescape(*text, dialect_);
+    return true;
+  }
+  const std::u16string list =
+      dialect_ == Dialect::Modern ? OldEscapes(*text, u',') : std::u16string(*text);
+  member = OldListText(list);
+  std::u16string written = member;
+  ReplaceAll(written, u"\\", u"\\\\");
+  if (written != list) lists_.push_back(ListExtra(WrittenName(property.text), list));
   return true;
 }
 
@@ -314,6 +324,8 @@ Contact VCardFields::Take() {
   std::vector<HiddenLabel> web;
   AppendInOrderOfUse(kWebLabels, webLabels_, contact_.webAddresses, value, web);
   std::vector<ExtraProperty>& extras = contact_.fields.extras;
+  extras.insert(extras.begin(), std::make_move_iterator(lists_.begin()),
+                std::make_move_iterator(lists_.end()));
   extras.insert(extras.begin(), web.size(), {});
   std::transform(web.begin(), web.end(), extras.begin(), WebLabelExtra);
   return std::move(contact_);

@@ -32,7 +32,7 @@ class VCardFields {
   bool ReadUid(const Line& line);
   bool ReadRevision(const Line& line);
   bool ReadName(const Line& line);
-  bool ReadText(const Line& line, TextMember member);
+  bool ReadText(const Line& line, const VCardProperty& property);
   bool ReadTelephone(const Line& line);
   bool ReadMail(const Line& line);
   bool ReadWeb(const Line& line);
@@ -55,6 +55,7 @@ class VCardFields {
   ValueDecoder decoder_;
   Dialect dialect_ = Dialect::Old;
   Contact contact_;
+  std::vector<ExtraProperty> lists_;  // of texts, see vcard_labels.h
   std::vector<HiddenLabel> phoneLabels_;
   std::vector<HiddenLabel> mailLabels_;  // empty, or one per address
   std::vector<HiddenLabel> webLabels_;

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "support/text.h"
+#include "support/vobject/decode.h"
 #include "support/vobject/old_grammar.h"
 #include "support/vobject/raw_text.h"
 
@@ -272,6 +273,20 @@ HiddenLabel WebLabelOf(const ExtraProperty& extra) {
   const size_t end = std::min(extra.property.find(u';'), extra.property.size());
   return {extra.property.substr(0, end), extra.value,
           extra.property.substr(std::min(end + 1, extra.property.size())), false};
+}
+
+ExtraProperty ListExtra(std::string_view name, std::u16string_view list) {
+  ExtraProperty extra{FromUtf8(name), std::u16string(list)};
+  extra.label = true;
+  return extra;
+}
+
+const std::u16string* FindList(std::span<const ExtraProperty> extras, std::string_view name,
+                               std::u16string_view text) {
+  const auto found = std::ranges::find_if(extras, [&](const ExtraProperty& extra) {
+    return extra.label && extra.property == FromUtf8(name) && OldListText(extra.value) == text;
+  });
+  return found == extras.end() ? nullptr : &found->value;
 }
 
 bool IsOf(const LabelFamily& family, const HiddenLabel& row) {

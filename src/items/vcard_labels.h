@@ -88,6 +88,14 @@ class ValueLabels {
 ExtraProperty WebLabelExtra(const HiddenLabel& row);
 HiddenLabel WebLabelOf(const ExtraProperty& extra);
 
+// A text that is a list on the phone, as the old grammar has it. The item holds it as one text, in
+// which a comma of a value looks like one between two: the extra tells them apart for as long as
+// the text is the same.
+ExtraProperty ListExtra(std::string_view name, std::u16string_view list);
+// Null where the item's text is not the one that was read.
+const std::u16string* FindList(std::span<const ExtraProperty> extras, std::string_view name,
+                               std::u16string_view text);
+
 // Is this row one of the family?
 bool IsOf(const LabelFamily& family, const HiddenLabel& row);
 

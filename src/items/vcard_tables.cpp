@@ -18,6 +18,7 @@ constexpr int32_t Number(EventKind kind) {
 
 using enum VCardField;
 constexpr bool kForeign = true;
+constexpr bool kList = true;
 
 constexpr VCardProperty kProperties[] = {
     {"BEGIN", Begin},
@@ -28,8 +29,8 @@ constexpr VCardProperty kProperties[] = {
     {"REV", Revision},
     {"N", Name},
     {"FN", Text, 0, &ContactContent::formattedName},
-    {"X-NICKNAME", Text, 0, &ContactContent::nickname},
-    {"NICKNAME", Text, 0, &ContactContent::nickname, kForeign},
+    {"X-NICKNAME", Text, 0, &ContactContent::nickname, !kForeign, kList},
+    {"NICKNAME", Text, 0, &ContactContent::nickname, kForeign, kList},
     {"NOTE", Text, 0, &ContactContent::note},
     {"TEL", Telephone},
     {"EMAIL", Mail},

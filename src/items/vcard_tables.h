@@ -40,6 +40,7 @@ struct VCardProperty {
   int32_t kind = 0;           // that the name alone says: a messenger's or an event's
   TextMember text = nullptr;  // of a Text
   bool foreign = false;       // read, never written
+  bool isList = false;        // of texts, with commas between them
 };
 
 // Without regard to ASCII case; null for a name without a field.

@@ -13,6 +13,10 @@
 namespace qv {
 namespace {
 
+// The old grammar knows no lists in cards; programs that have them put commas between the values.
+constexpr std::string_view kListNames[] = {"CATEGORIES", "NICKNAME"};
+constexpr ListProperties kLists = {kListNames, u','};
+
 // The order of the properties, and of the texts among them, is fixed: equal contacts give equal
 // bytes.
 class CardWriter {
@@ -98,7 +102,8 @@ void CardWriter::WriteText(TextMember member) {
   const std::u16string& text = contact_.*member;
   if (text.empty()) return;
   writer_.Begin(WrittenName(member));
-  writer_.Text(text);
+  const std::u16string* list = FindList(contact_.fields.extras, WrittenName(member), text);
+  list == nullptr ? writer_.Text(text) : writer_.Escaped(*list);
 }
 
 void CardWriter::WriteTelephones() {
@@ -204,7 +209,7 @@ void CardWriter::WritePhoto() {
 
 void CardWriter::WriteExtras() {
   for (const ExtraProperty& extra : contact_.fields.extras) {
-    WriteExtra(writer_, extra, "VCARD");
+    WriteExtra(writer_, extra, "VCARD", kLists);
   }
 }
 

@@ -1,7 +1,10 @@
 #include "pim/calendar_content.h"
 
 #include "items/calendar_days.h"
+#include "items/vcalendar_rule.h"
 #include "pim/content_form.h"
+#include "platform/system/system_time.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 namespace {
@@ -20,6 +23,48 @@ void Reminder(Pack& pack, Minutes& minutes) {
   pack.List(9, numbers, kNumberParts);
   if constexpr (!std::is_const_v<Minutes>) {
     if (!numbers.empty()) minutes = numbers.front();
+  }
+}
+
+int64_t DayNumber(DATE date) {
+  constexpr int64_t kDaySeconds = 86400;
+  const int64_t seconds = VariantTimeToSeconds(date).value_or(0);
+  return seconds / kDaySeconds - (seconds % kDaySeconds < 0 ? 1 : 0);
+}
+
+// From the day on which a series begins in UTC to the same here; nothing for a series whose rule
+// knows no days, or days that no zone shifts.
+std::optional<int32_t> DaysFromUtc(const CalendarContent& item) {
+  const bool hasDays = item.recurrence.type > RecurrenceType::Daily && !item.allDay;
+  const DATE begin = BeginningOf(item);
+  const DATE local = hasDays ? WallClock().FromUtc(begin) : 0.0;
+  if (local == 0.0) return std::nullopt;
+  return static_cast<int32_t>(DayNumber(local) - DayNumber(begin));
+}
+
+// Whose days the numbers of a rule name: those of the zone that held when it was stored.
+constexpr int32_t kSameDay = 4;  // as in UTC; that many more or less: days behind or before it
+int32_t StoredDays(const CalendarContent& item) {
+  const std::optional<int32_t> here = DaysFromUtc(item);
+  return here ? kSameDay + *here - item.recurrence.daysBehind : 0;
+}
+
+// Tells the rule by the days here. 0, of an earlier version: it was told here.
+void TellDaysHere(CalendarContent& item, int32_t stored) {
+  const std::optional<int32_t> here = DaysFromUtc(item);
+  if (stored == 0 || !here) return;
+  const int32_t days = kSameDay + *here - stored;
+  if (!MoveDays(item.recurrence, days)) item.recurrence.daysBehind = days;
+}
+
+template <class Pack, class Item>
+void RuleDays(Pack& pack, Item& item) {
+  if constexpr (std::is_const_v<Item>) {
+    pack.Number(24, StoredDays(item));
+  } else {
+    int32_t stored = 0;
+    pack.Number(24, stored);
+    TellDaysHere(item, stored);
   }
 }
 
@@ -47,6 +92,7 @@ constexpr auto kFields = [](auto& pack, auto& item) {
   pack.Number(21, item.recurrence.occurrences);
   pack.Date(22, item.recurrence.until);
   pack.List(23, item.entries, kEntryParts);
+  RuleDays(pack, item);
 };
 
 }  // namespace

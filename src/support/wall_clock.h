@@ -1,7 +1,10 @@
 // Wall-clock time and UTC as people and other programs take them: where each change of the clocks
-// lies is told by the time-zone record, to the hour. (UtcToLocal and LocalToUtc judge the days near
-// a change by a rule of their own, which what is stored in tables depends on.)
+// lies is told by the history of the zone, to the hour, and ahead by its record. (UtcToLocal and
+// LocalToUtc judge the days near a change by a rule of their own, which what is stored in tables
+// depends on.)
 #pragma once
+
+#include <memory>
 
 #include "platform/com/types.h"
 #include "platform/system/named_zones.h"
@@ -19,7 +22,7 @@ class WallClock {
   DATE ToUtc(DATE local) const;
 
  private:
-  ZoneRules rules_;
+  std::shared_ptr<const ZoneRules> rules_;
 };
 
 }  // namespace qv

@@ -9,9 +9,10 @@
 namespace qv {
 namespace {
 
-HRESULT RunDelete(const SyncSession& session, std::u16string_view table,
-                  const std::u16string& where) noexcept {
-  return Guarded([&] { return session.Run(Concat({u"DELETE FROM ", table, where})); });
+// `where` gives the condition, as one that is given would be made outside the guard.
+template <class Where>
+HRESULT RunDelete(const SyncSession& session, std::u16string_view table, Where&& where) noexcept {
+  return Guarded([&] { return session.Run(Concat({u"DELETE FROM ", table, where()})); });
 }
 
 // What the walk over the hidden rows keeps count of.
@@ -132,19 +133,19 @@ HRESULT SideTables::WriteHidden(std::u16string_view id, const std::vector<Hidden
 }
 
 HRESULT SideTables::DeleteExtras(std::u16string_view id) noexcept {
-  return RunDelete(session_, kExtraTable, RowKey(session_, type_, id));
+  return RunDelete(session_, kExtraTable, [&] { return RowKey(session_, type_, id); });
 }
 
 HRESULT SideTables::DeleteHidden(std::u16string_view id) noexcept {
-  return RunDelete(session_, kHiddenTable, RowKey(session_, type_, id));
+  return RunDelete(session_, kHiddenTable, [&] { return RowKey(session_, type_, id); });
 }
 
 HRESULT SideTables::DeleteAllExtras() noexcept {
-  return RunDelete(session_, kExtraTable, StoreKey(session_, type_));
+  return RunDelete(session_, kExtraTable, [&] { return StoreKey(session_, type_); });
 }
 
 HRESULT SideTables::DeleteAllHidden() noexcept {
-  return RunDelete(session_, kHiddenTable, StoreKey(session_, type_));
+  return RunDelete(session_, kHiddenTable, [&] { return StoreKey(session_, type_); });
 }
 
 HRESULT SideTables::ReadExtras(std::u16string_view id,

@@ -27,12 +27,8 @@ class BareStore final : public StoreBase {
   explicit BareStore(StoreFamily family) : BareStore(kIdentities[static_cast<size_t>(family)]) {}
   explicit BareStore(const StoreIdentity& identity) : StoreBase(identity) {}
   HRESULT initializeResult = S_OK;
-  int* finals = nullptr;
 
  private:
-  void OnFinalRelease() override {
-    if (finals != nullptr) ++*finals;
-  }
   HRESULT OnInitialize() override { return initializeResult; }
   ComPtr<IItemCommon> OnParse(const IncomingText&) override { return nullptr; }
   HRESULT OnAdd(const IncomingText&, std::u16string&) override { return kReached; }
@@ -117,6 +113,9 @@ TEST_P(StubTable, NullArgumentsComeFirst) {
   Bstr text;
   BOOL flag = 7;
   auto winner = RESV_CONFLTLASTMODIFIED_IGNORE;
+  EXPECT_EQ(store->Add(nullptr, type, nullptr, text.Out()), E_POINTER);
+  EXPECT_EQ(store->Add(data.get(), nullptr, nullptr, text.Out()), E_POINTER);
+  EXPECT_EQ(store->CachParseData(nullptr, nullptr, data.get()), E_POINTER);
   EXPECT_EQ(store->Move(nullptr, nullptr), E_NOTIMPL);
   EXPECT_EQ(store->SetUserKey(nullptr), S_OK);
   EXPECT_EQ(store->SetTargetKey(nullptr), E_POINTER);
@@ -155,48 +154,6 @@ TEST_P(StubTable, InitializeLogsLoadsOnceAndKeepsTheBagOnlyWithIt) {
   EXPECT_EQ(log.Count(head + u"End"), 1u);
 }
 
-TEST(StoreIdentityFlags, AQuietStoreLogsNothingAndMayStayUninitialized) {
-  static constexpr StoreIdentity kQuiet = {.family = StoreFamily::Chrome,
-                                           .className = u"CQuiet",
-                                           .configName = u"DataStore.Bookmark",
-                                           .logsInitialize = false,
-                                           .clearsWinner = true};
-  test::RecordingLog log;
-  ScopedService<DebugLog> useLog{log};
-  RegisterListClasses();
-  const auto store = MakeObject<BareStore>(kQuiet);
-  const auto bag = MakeObject<test::MemoryBag>();
-  store->initializeResult = kNotInitialized;
-  EXPECT_EQ(store->Initialize(bag.get()), S_OK);
-  store->initializeResult = S_OK;
-  EXPECT_EQ(store->Initialize(bag.get()), S_OK) << "it was not, before";
-  EXPECT_EQ(store->Initialize(bag.get()), DS_S_ALREADY_INITIALIZED);
-  EXPECT_TRUE(log.lines().empty());
-
-  const ComPtr<IUnknown> data = MakeObject<UnkList>();
-  Bstr match;
-  BOOL duplicated = 7;
-  auto winner = RESV_CONFLTLASTMODIFIED_IGNORE;
-  EXPECT_EQ(
-      store->ProcessDuplication(nullptr, data.get(), Bstr(u"t"), match.Out(), nullptr, &duplicated),
-      E_POINTER);
-  EXPECT_EQ(
-      store->ProcessDuplication(nullptr, data.get(), Bstr(u"t"), match.Out(), &winner, &duplicated),
-      kReached);
-  EXPECT_EQ(winner, RESV_CONFLTLASTMODIFIED_NONE);
-}
-
-TEST_P(StubTable, OnlyAnInitializedStoreHasAFinalWord) {
-  int finals = 0;
-  for (const bool initialize : {false, true}) {
-    store = MakeObject<BareStore>(GetParam());
-    store->finals = &finals;
-    if (initialize) store->Initialize(MakeObject<test::MemoryBag>().get());
-    store.Reset();
-    EXPECT_EQ(finals, initialize ? 1 : 0);
-  }
-}
-
 TEST(StoreAccessor, MustBeOneAndHaveASession) {
   const auto store = MakeObject<BareStore>(StoreFamily::Pim);
   const auto db = test::OpenRecorder();
@@ -233,15 +190,6 @@ TEST(StoreWithoutDatabase, TakesAnyAccessorAndKeepsNone) {
                                               false};
   const auto store = MakeObject<BareStore>(kIdentity);
   EXPECT_EQ(store->SetDBAccessor(nullptr), S_OK);
-}
-
-TEST_P(StubTable, ACacheWithoutAnItemIsNullAndNoFailure) {
-  ComPtr<IUnknown> item = data;
-  EXPECT_EQ(store->GetCachedParseData(item.Out()), S_OK);
-  EXPECT_FALSE(item);
-  EXPECT_EQ(store->CachParseData(nullptr, type, data.get()), E_FAIL);
-  EXPECT_EQ(store->CachParseData(nullptr, nullptr, data.get()), E_POINTER);
-  EXPECT_EQ(store->UnCachParseData(), S_OK);
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, StubTable,

@@ -71,14 +71,6 @@ TEST(CliProfileTest, DefaultProfileLiesBelowTheUsersDataFolder) {
   EXPECT_TRUE(box.files().Get("data/qvsync/qvsync.conf").has_value());
 }
 
-TEST(CliProfileTest, StopSetsTheFlagOfTheProfile) {
-  ProgramFolder box;
-  ASSERT_EQ(box.Run({"init"}).code, 0);
-  EXPECT_THAT(box.files().Get("profile/registry.ini").value(), HasSubstr("SyncStop=0"));
-  EXPECT_EQ(box.Run({"stop", "--json"}).out, "{\"result\":\"ok\"}\n");
-  EXPECT_THAT(box.files().Get("profile/registry.ini").value(), HasSubstr("SyncStop=1"));
-}
-
 TEST(CliProfileTest, StatusWorksBeforeAnyPhone) {
   ProgramFolder box;
   ASSERT_EQ(box.Run({"init"}).code, 0);

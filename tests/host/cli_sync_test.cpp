@@ -151,32 +151,6 @@ TEST_F(CliSyncTest, NamesWhatFailedAndGoesOn) {
   EXPECT_EQ(Sync({"--dry-run"}).Json()["stores"][0]["actions"][0]["name"], "Bob \u202E\u061Cfdp");
 }
 
-TEST_F(CliSyncTest, SafetyStopsEndWithThree) {
-  box.files().Put("phone/contacts/eva.vcf", Card("Meier;Eva"));
-  ASSERT_EQ(Sync().code, 0);
-  fs::remove_all(box.files().File("phone"));
-  const Outcome gone = Sync();
-  EXPECT_EQ(gone.code, 3) << gone.err;
-  EXPECT_EQ(gone.Json()["result"], "refused");
-  EXPECT_NE(gone.err, "");
-  EXPECT_EQ(PcCount(), 1u);
-}
-
-TEST_F(CliSyncTest, APlanNamesWhomItIsAboutOnEitherSide) {
-  box.files().Put("phone/contacts/cleo.vcf", Card("Carter;Cleo"));
-  box.files().Put("phone/contacts/eva.vcf", Card("Meier;Eva"));
-  ASSERT_EQ(Sync().code, 0);
-  for (const auto& item : box.Run({"list", "contacts", "--json"}).Json()) {
-    if (item["name"] == "Cleo Carter") box.Run({"delete", "contacts", item["id"]});
-  }
-  fs::remove(box.files().File("phone/contacts/eva.vcf"));
-  const std::string dora = Lines(box.Run({"add", "contacts", "-"}, Card("Doe;Dora")).out).front();
-  const Outcome plan = box.Run({"sync", "-d", box.files().File("phone"), "--dry-run"});
-  EXPECT_THAT(plan.out, HasSubstr("  phone add " + dora + " (Dora Doe)\n"));
-  EXPECT_THAT(plan.out, HasSubstr("  pc delete eva.vcf (Eva Meier)\n"));
-  EXPECT_THAT(plan.out, HasSubstr("  phone delete cleo.vcf (Cleo Carter)\n"));
-}
-
 TEST_F(CliSyncTest, MassAdditionsAndOtherFormsEndWithThree) {
   box.files().Put("phone/contacts/eva.vcf", Card("Meier;Eva"));
   ASSERT_EQ(Sync().code, 0);

@@ -112,11 +112,20 @@ TEST(EnginePlanTest, ContentsDecideWhereBothChanged) {
     const Inventory one = Pair('c', 's', row.content, row.newer);
     EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, one)), row.slowOneSide);
   }
-  // What a killed slow sync noted too early shows in the contents.
-  EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, Pair('s', 's', ContentMatch::Different, Winner::Pc))),
-            "phone~ pc won");
-  EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, Pair('s', 's', ContentMatch::Identical, Winner::Pc))),
-            ".");
+  // What a killed slow sync noted too early shows in the contents. Where none was killed they are
+  // only read otherwise than they were.
+  const std::pair<ContentMatch, const char*> kUntouched[] = {
+      {ContentMatch::Identical, "."},
+      {ContentMatch::PhoneHasMore, "pc~"},
+      {ContentMatch::PcHasMore, "phone~"},
+      {ContentMatch::Different, "phone~ pc won"}};
+  for (const auto& [content, word] : kUntouched) {
+    Inventory sides = Pair('s', 's', content, Winner::Pc);
+    EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, sides)), word);
+    sides.isSettled = true;
+    EXPECT_EQ(Word(BuildPlan(DS_SYNCTYPE_SLOW, sides)),
+              content == ContentMatch::PhoneHasMore ? word : ".");
+  }
 }
 
 // A series (link 0) and one exception of it, both on record unless the state is "n" for new on one

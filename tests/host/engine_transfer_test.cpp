@@ -177,7 +177,7 @@ TEST_F(TransferTest, AStopEndsAnImportAndTheNextGoesOn) {
     int writes = 0;
     files.Watch([&](const FailingFiles::Call& call) {
       const bool isCard =
-          call.verb == FailingFiles::Verb::WriteAtomic && call.path.starts_with(rig.collection());
+          call.verb == FailingFiles::Verb::Stage && call.path.starts_with(rig.collection());
       if (isCard && ++writes == 2) profile.SetStop(true);
       return false;
     });

@@ -1,7 +1,11 @@
 // What a sync costs in waits for the disk and in calls of the system.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
+#include "host/cli/adding.h"
 #include "host/engine/runner.h"
+#include "host/engine/transfer.h"
 #include "host/engine_rig.h"
 #include "kit/disk_waits.h"
 
@@ -30,18 +34,24 @@ class EngineWaitsTest : public testing::Test {
     rig.PhonePut("c" + std::to_string(number) + ".vcf", Card(number, note));
   }
 
+  template <class Body>
+  static int WaitsOf(Body&& body) {
+    int waits = 0;
+    onDiskWait = [&](int, bool) { ++waits; };
+    body();
+    onDiskWait = nullptr;
+    return waits;
+  }
+
   // One sync that may wait only so often; "pc +0~0-0 phone +0~0-0".
   std::string Sync(const std::string& phone) {
     std::filesystem::create_directories(phone);
     Profile profile(rig.profileFolder());
-    int waits = 0;
-    onDiskWait = [&](int, bool) { ++waits; };
     SyncOptions options;
     options.allowMassDelete = true;
-    report = RunSync(profile, phone, {"contacts"}, options).stores.at(0);
-    onDiskWait = nullptr;
+    const auto sync = [&] { report = RunSync(profile, phone, {"contacts"}, options).stores.at(0); };
+    EXPECT_LE(WaitsOf(sync), kMostWaits);
     EXPECT_EQ(report.result, SyncResult::Ok) << report.message;
-    EXPECT_LE(waits, kMostWaits);
     std::string text;
     for (const auto& [side, counts] : {std::pair{"pc", report.pc}, {" phone", report.phone}}) {
       text += std::string(side) + " +" + std::to_string(counts.added) + "~" +
@@ -67,6 +77,42 @@ TEST_F(EngineWaitsTest, AThousandItemsWaitForTheDiskTogether) {
   EXPECT_EQ(Sync(rig.phoneFolder()), "pc +0~260-300 phone +0~40-0");
   EXPECT_EQ(report.conflicts.size(), 40u);
   EXPECT_EQ(Sync(other), "pc +0~0-0 phone +0~300-300");
+}
+
+TEST_F(EngineWaitsTest, WhatFilesBringWaitsTogetherHoweverManyThereAre) {
+  constexpr int kFiles = 50;
+  std::vector<FileJob> jobs;
+  for (int i = 0; i < kItems; ++i) {
+    const std::string name = "in/" + std::to_string(i % kFiles) + ".vcf";
+    const std::string before = i < kFiles ? "" : *rig.folder.Get(name);
+    rig.folder.Put(name, before + Card(i, ""));
+    if (i >= kFiles) continue;
+    FileJob& job = jobs.emplace_back();
+    job.row = FindFileStore(FileFormat::VCard, "contacts");
+    job.folder = rig.folder.ModulePath(u"in");
+    job.fileNames = FromUtf8(name.substr(3));
+    job.places.resize(kItems / kFiles, "card");
+  }
+  const std::string other = rig.folder.File("other");
+  std::filesystem::create_directories(other);
+  Profile profile(rig.profileFolder());
+  EXPECT_LE(WaitsOf([&] { EXPECT_EQ(RunImport(profile, other, jobs, {}).result, SyncResult::Ok); }),
+            kMostWaits);
+  EXPECT_EQ(std::ranges::count_if(
+                rig.folder.Names(),
+                [](const std::string& name) { return name.starts_with("other/contacts/"); }),
+            kItems);
+
+  Changes changes(true, "added");
+  const auto pc = PcFolder::Open(profile, *FindStoreKind("contacts"));
+  const auto add = [&] {
+    GroupedChanges group(*pc, changes);
+    Adding adding(*pc, group);
+    for (const auto& [name, text] : rig.PhoneFiles()) adding.AddFile(rig.collection() + "/" + name);
+    group.Settle();
+  };
+  EXPECT_LE(WaitsOf(add), kMostWaits);
+  EXPECT_EQ(pc->Count(), kItems);
 }
 
 TEST_F(EngineWaitsTest, AnItemOfAFirstSyncFromThePhoneTakesFewCalls) {

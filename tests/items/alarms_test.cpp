@@ -48,6 +48,7 @@ TEST_F(Alarms, GiveTheirLeadTimeAndKeepEveryOtherLine) {
     const char* lines;
     int minutes;
     const char* written;  // at twenty minutes
+    const char* others = "";
   };
   const char* plain = "AALARM:20240102T094000Z";
   const Form kForms[] = {
@@ -77,9 +78,27 @@ TEST_F(Alarms, GiveTheirLeadTimeAndKeepEveryOtherLine) {
        15,
        "AALARM:20240102T094000Z\nBEGIN:VALARM\nACTION:DISPLAY\nDESCRIPTION:Bring cake\n"
        "ACKNOWLEDGED:20240101T000000Z\nEND:VALARM"},
+      // Alarms of one time are one reminder.
+      {"AALARM:20240102T094500Z\nDALARM:20240102T104500;;;x", 15,
+       "AALARM:20240102T094000Z\nDALARM:20240102T094000Z;;;x"},
+      {"BEGIN:VALARM\nUID:u\nTRIGGER:-PT15M\nEND:VALARM\nBEGIN:VALARM\nACTION:AUDIO\nTRIGGER:-"
+       "PT15M\n"
+       "ATTACH:x\nEND:VALARM",
+       15,
+       "AALARM:20240102T094000Z\nBEGIN:VALARM\nUID:u\nEND:VALARM\nBEGIN:VALARM\nACTION:AUDIO\n"
+       "ATTACH:x\nEND:VALARM"},
+      // The nearest minute.
+      {"DALARM:20240102T094430Z;;;x", 16, "DALARM:20240102T094000Z;;;x"},
+      {"DALARM:20240102T094431Z;;;x", 15, "DALARM:20240102T094000Z;;;x"},
+      {"BEGIN:VALARM\nTRIGGER:PT1M29S\nEND:VALARM", -1, plain},
+      {"BEGIN:VALARM\nTRIGGER:PT1M31S\nEND:VALARM", -2, plain},
       // The first counts, also behind one that is sent.
       {"BEGIN:VALARM\nACTION:EMAIL\nTRIGGER:-PT1H\nEND:VALARM\nDALARM:20240102T094500Z", 15,
-       "BEGIN:VALARM\nACTION:EMAIL\nTRIGGER:-PT1H\nEND:VALARM\nDALARM:20240102T094000Z"},
+       "BEGIN:VALARM\nACTION:EMAIL\nTRIGGER:-PT1H\nEND:VALARM\nDALARM:20240102T094000Z",
+       "BEGIN:VALARM\nACTION:EMAIL\nTRIGGER:-PT1H\nEND:VALARM"},
+      {"AALARM:20240102T094500Z;;;a\nBEGIN:VALARM\nUID:u\nTRIGGER:-PT1H\nEND:VALARM", 15,
+       "AALARM:20240102T094000Z;;;a\nBEGIN:VALARM\nUID:u\nTRIGGER:-PT1H\nEND:VALARM",
+       "BEGIN:VALARM\nUID:u\nTRIGGER:-PT1H\nEND:VALARM"},
   };
   for (const Form& form : kForms) {
     SCOPED_TRACE(form.lines);
@@ -96,15 +115,16 @@ TEST_F(Alarms, GiveTheirLeadTimeAndKeepEveryOtherLine) {
       for (std::string& line : Split(form.written)) expected.push_back(std::move(line));
       EXPECT_EQ(Lines(item), expected);
       item.reminderMinutes.reset();
-      for (const std::string& line : Lines(item)) {
-        EXPECT_FALSE(line.starts_with("AALARM") || line.starts_with("DALARM")) << line;
-      }
+      // Without a reminder nothing is left of the alarm that it was.
+      const std::vector<std::string> none = Lines(item);
+      EXPECT_EQ(none.size(), 3 + Split(form.others).size());
     }
   }
   for (const char* none :
        {"AALARM;VALUE=URL:file:///a.wav", "AALARM:20240102", "MALARM:20240102T094500Z;;;a@b",
         "BEGIN:VALARM\nACTION:PROCEDURE\nTRIGGER:-PT5M\nEND:VALARM",
-        "BEGIN:VALARM\nTRIGGER:soon\nEND:VALARM", "DALARM:20240102T094530Z;;;x"}) {
+        "BEGIN:VALARM\nACTION:NONE\nTRIGGER;VALUE=DATE-TIME:19760401T005545Z\nEND:VALARM",
+        "BEGIN:VALARM\nTRIGGER:soon\nEND:VALARM"}) {
     const Calendar item = Read(none, "1.0");
     EXPECT_EQ(item.reminderMinutes, std::nullopt) << none;
     EXPECT_EQ(Lines(item).size(), 3 + Split(none).size()) << none;
@@ -113,10 +133,11 @@ TEST_F(Alarms, GiveTheirLeadTimeAndKeepEveryOtherLine) {
 
 TEST_F(Alarms, MoveWithTheirItemByAsMuch) {
   const std::string lines =
-      "AALARM:20240102T094500Z;;;one\nDALARM:20240102T093000Z;PT5M;3;two\nPALARM:20240102T103000;;;"
+      "AALARM:20240102T094447Z;;;one\nDALARM:20240102T093000Z;PT5M;3;two\nPALARM:20240102T103000;;;"
       "three\n"
       "BEGIN:VALARM\nTRIGGER;VALUE=DATE-TIME:20240102T080000Z\nX-MOZ-SNOOZE-TIME:20240102T100500Z\n"
       "ACKNOWLEDGED:20240101T000000Z\nEND:VALARM\nBEGIN:VALARM\nTRIGGER:-PT5M\nEND:VALARM\n"
+      "BEGIN:VALARM\nTRIGGER;VALUE=DATE-TIME:19760401T005545Z\nACTION:NONE\nEND:VALARM\n"
       "RRULE:FREQ=HOURLY\nRDATE:20240105T100000Z,20240106T100000Z\n"
       "X-MOZ-SNOOZE-TIME:20240102T095000Z\nX-MOZ-LASTACK:20240102T094600Z\nCREATED:"
       "20240101T000000Z";
@@ -132,7 +153,7 @@ TEST_F(Alarms, MoveWithTheirItemByAsMuch) {
        182 + 2.0 / 24,
        {{"DTSTART:20240102T100000Z", "DTSTART:20240702T120000Z"},
         {"DTEND:20240102T110000Z", "DTEND:20240702T130000Z"},
-        {"AALARM:20240102T094500Z;;;one", "AALARM:20240702T114500Z;;;one"},
+        {"AALARM:20240102T094447Z;;;one", "AALARM:20240702T114447Z;;;one"},
         {"DALARM:20240102T093000Z;PT5M;3;two", "DALARM:20240702T113000Z;PT5M;3;two"},
         {"PALARM:20240102T103000;;;three", "PALARM:20240702T133000;;;three"},
         {"TRIGGER;VALUE=DATE-TIME:20240102T080000Z", "TRIGGER;VALUE=DATE-TIME:20240702T100000Z"},

@@ -125,7 +125,8 @@ class OtherReader {
         line += text.substr(1, text.find("\r\n") - 1);
         text.erase(0, text.find("\r\n") + 2);
       }
-      if (!line.empty()) seen.insert(Property(line, coded, modern));
+      const bool saysNothing = line == "NICKNAME:";  // a field, and an empty one
+      if (!line.empty() && !saysNothing) seen.insert(Property(line, coded, modern));
     }
     return seen;
   }
@@ -163,22 +164,24 @@ class OtherReader {
     }
     std::string head = parts[0];
     for (const auto& [name, value] : parameters) head += "|" + name + "=" + value;
-    return {head, Value(line.substr(at + 1), coded, modern)};
+    const bool isList = parts[0] == "CATEGORIES" || parts[0].ends_with("NICKNAME");
+    return {parts[0] == "NICKNAME" ? "X-" + head : head,
+            Value(line.substr(at + 1), coded, modern, isList)};
   }
 
-  static std::string Value(std::string text, bool coded, bool modern) {
+  static std::string Value(std::string text, bool coded, bool modern, bool isList) {
     for (size_t i = 0; coded && (i = text.find('=', i)) != text.npos; ++i) {
       text.replace(i, 3, 1, static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16)));
     }
     std::string value;
     for (size_t i = 0; i < text.size(); ++i) {
       const char next = i + 1 < text.size() ? text[i + 1] : '\0';
-      const bool escape = text[i] == '\\' &&
-                          (next == '\\' || next == ';' || (modern && (next == ',' || next == 'n')));
+      const bool escape =
+          text[i] == '\\' && (next == '\\' || next == ';' || ((modern || isList) && next == ',') ||
+                              (modern && next == 'n'));
       if (escape) ++i;
-      value += escape && next == 'n'       ? "\r\n"
-               : !escape && text[i] == ';' ? "\n;"
-                                           : text.substr(i, 1);
+      const bool separates = !escape && (text[i] == ';' || (isList && text[i] == ','));
+      value += escape && next == 'n' ? "\r\n" : (separates ? "\n" : "") + text.substr(i, 1);
     }
     return value;
   }
@@ -195,6 +198,7 @@ class Producer {
                                            "item2.X-ABADR",
                                            "X-SOCIALPROFILE;type=twitter;x-userid=\"a b\"",
                                            "X-PHONETIC-FIRST-NAME",
+                                           "NICKNAME",
                                            "X-ABRELATEDNAMES;type=pref",
                                            "CATEGORIES",
                                            "RELATED;VALUE=text",

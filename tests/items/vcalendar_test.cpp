@@ -114,6 +114,22 @@ TEST_F(VCalendar, KnowsAllDayInEveryForm) {
        "DTSTART:20240331T000000Z\nX-EVENTTYPE:REMINDER"},
   };
   Expect(kOld, "VEVENT", "1.0");
+  // Kinds of events that lie on days; the phone's word for it stays while they do.
+  for (const char* type : {"ANNIVERSARY", "EVENT", "APPOINTMENT", "REMINDER"}) {
+    const std::string line = std::string("X-EPOCAGENDAENTRYTYPE:") + type;
+    for (const std::string& lines : {"DTSTART:20240331T000000\nDTEND:20240331T000000\n" + line,
+                                     line + "\nDTSTART:20240330T230000Z"}) {
+      Calendar item = *ParseVCalendar(Component("VEVENT", lines, "1.0"));
+      EXPECT_EQ(item.allDay, line.ends_with(":ANNIVERSARY") || line.ends_with(":EVENT")) << lines;
+      if (item.allDay) {
+        EXPECT_EQ(Written(item), std::string(day) + "\n" + line);
+        EXPECT_EQ(Written(*ParseVCalendar(WriteVCalendar(item))), Written(item));
+      }
+      const bool stays = !item.allDay;
+      item.allDay = false;
+      EXPECT_EQ(Written(item).find(line) != std::string::npos, stays);
+    }
+  }
   const Row kModern[] = {
       {"DTSTART;VALUE=DATE:20240331\nDTEND;VALUE=DATE:20240401", day},
       {"DTSTART;VALUE=DATE:20240331\nDURATION:P1D", day},
@@ -233,7 +249,13 @@ TEST_F(VCalendar, TellsTheDaysOfAnotherZoneByThoseHere) {
       // By UTC, where the beginning fits in no other way.
       {":20260520T230000Z", "FREQ=WEEKLY;BYDAY=WE", "W1 TH #0"},
       {":20260520T230000Z", "FREQ=WEEKLY;BYDAY=TH", "W1 TH #0"},
-      {":20260520T230000Z", "W1 WE #0", "W1 WE #0"},
+      // Likewise by the clock of a zone where the text was written, before the computer moved.
+      {":20260520T230000Z", "W1 WE #0", "W1 TH #0"},
+      {":20260520T200000Z", "W1 TH #0", "W1 WE #0"},
+      {":20260520T040000Z", "W1 TU #0", "W1 WE #0"},
+      {":20260520T080000Z", "W1 TH #0", "W1 TH #0"},  // there is no such zone
+      {":20260520T230000Z", "W1 WE FR #0", "W1 WE FR #0"},
+      {":20260520T230000Z", "MD1 20 #0", "MD1 20 #0"},
       {":20260520T100000Z", "FREQ=WEEKLY;BYDAY=MO", "W1 MO #0"},
   };
   for (const Rule& rule : kRules) {

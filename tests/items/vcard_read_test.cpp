@@ -3,6 +3,7 @@
 #include "items/moment_text.h"
 #include "items/uid_text.h"
 #include "items/vcard.h"
+#include "items/vcard_labels.h"
 #include "items/vcard_values.h"
 #include "support/date_time.h"
 #include "support/text.h"
@@ -46,7 +47,7 @@ TEST(VCardRead, NamesAndTexts) {
   EXPECT_EQ(contact.groupUids, (std::vector<std::u16string>{u"a", u"b;c", u"d%27"}));
   EXPECT_EQ(contact.groupNames, std::vector<std::u16string>{u"Friends"});
   EXPECT_EQ(contact.jobTitles, (std::vector<std::u16string>{u"Head", u""}));
-  EXPECT_TRUE(contact.fields.extras.empty());
+  EXPECT_EQ(contact.fields.extras, std::vector{ListExtra("X-NICKNAME", u"Jo\\,hn")});
 }
 
 TEST(VCardRead, TelephoneKinds) {

@@ -9,6 +9,7 @@
 #include "items/recurrence.h"
 #include "items/vcalendar.h"
 #include "kit/platform_fakes.h"
+#include "pim/calendar_content.h"
 #include "support/date_time.h"
 #include "support/text.h"
 
@@ -149,6 +150,62 @@ TEST(ZoneRules, AreHeldWhereTheirDaysAreTheDaysHereAndNowhereElse) {
   }
   EXPECT_GT(held, 300);
   EXPECT_GT(kept, 100);
+}
+
+// The moments of a series in its first year.
+std::vector<DATE> Moments(const CalendarContent& series) {
+  std::vector<DATE> moments;
+  ForEachOccurrence(series, series.start - 3, series.start + 369, [&](const Occurrence& one) {
+    if (one.utc < series.start + 366) moments.push_back(one.utc);
+    return true;
+  });
+  return moments;
+}
+
+// Between zones without daylight time, across the date line too: what is stored in one and looked
+// at in another falls on the same moments, is written as that, and comes home as it went.
+TEST(ZoneRules, StayOnTheirMomentsWhereverTheComputerGoes) {
+  constexpr const char* kZones[] = {"UTC0", "HST10", "<-11>11", "<+14>-14", "JST-9", "EST5"};
+  std::mt19937 random(20260301);
+  const auto draw = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+  test::FixedZone zone;
+  ScopedService<TimeZone> useZone(zone);
+  int apart = 0;
+  for (int round = 0; round < 1000; ++round) {
+    Calendar item;
+    item.isTask = draw(4) == 0;
+    item.start = 46'000 + draw(800) + draw(96) / 96.0;
+    item.isRecurring = true;
+    const OwnRule& rule = kRules[static_cast<size_t>(draw(std::size(kRules)))];
+    const std::string from = kZones[draw(std::size(kZones))];
+    const std::string to = kZones[draw(std::size(kZones))];
+    zone.Set(ParsePosixZone(from));
+    std::string text = WriteVCalendar(item);
+    std::string words = rule.text;
+    if (const size_t at = words.find("%nth"); at != words.npos) {
+      words.replace(at, 4, std::to_string(1 + draw(4)) + "WE");
+    }
+    text.insert(text.find("END:V"), "RRULE:" + words + "\r\n");
+    const Calendar read = *ParseVCalendar(text);
+    SCOPED_TRACE(from + " to " + to + "\n" + text);
+    const std::vector<DATE> moments = Moments(read);
+    const std::string stored = PackCalendar(read);
+    zone.Set(ParsePosixZone(to));
+    std::string why;
+    const Calendar seen{*UnpackCalendar(stored, why), {}, {}};
+    ASSERT_EQ(Moments(seen), moments);
+    apart += seen.recurrence.daysBehind != 0;
+    const std::string again = PackCalendar(seen);
+    if (seen.recurrence.daysBehind == 0) {
+      ASSERT_EQ(Moments(*ParseVCalendar(WriteVCalendar(seen))), moments) << WriteVCalendar(seen);
+    }
+    zone.Set(ParsePosixZone(from));
+    ASSERT_EQ(Moments(*UnpackCalendar(again, why)), moments);
+    if (seen.recurrence.daysBehind == 0) continue;
+    ASSERT_EQ(*UnpackCalendar(again, why), *UnpackCalendar(stored, why));
+  }
+  EXPECT_GT(apart, 20);
+  EXPECT_LT(apart, 400);
 }
 
 }  // namespace

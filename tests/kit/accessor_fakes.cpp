@@ -82,30 +82,6 @@ std::optional<HRESULT> RecordingAccessor::Record(BSTR statement) {
   return Fails(statementFailure_);
 }
 
-HRESULT RecordingAccessor::Open(BSTR name) noexcept {
-  const HRESULT status = Watched("Open");
-  return Failed(status) ? status : real_->Open(name);
-}
-
-HRESULT RecordingAccessor::Connect() noexcept {
-  const HRESULT status = Watched("Connect");
-  return Failed(status) ? status : real_->Connect();
-}
-
-HRESULT RecordingAccessor::BeginSession(int32_t* session) noexcept {
-  const HRESULT status = Watched("BeginSession");
-  return Failed(status) ? status : real_->BeginSession(session);
-}
-
-HRESULT RecordingAccessor::EndSession(int32_t session) noexcept {
-  const HRESULT status = Watched("EndSession");
-  return Failed(status) ? status : real_->EndSession(session);
-}
-
-HRESULT RecordingAccessor::GetSessionId(int32_t* session) noexcept {
-  return real_->GetSessionId(session);
-}
-
 HRESULT RecordingAccessor::ExecuteQuery(int32_t session, BSTR statement, int32_t* rowset) noexcept {
   if (const auto failure = Record(statement)) {
     if (rowset != nullptr) *rowset = 0;
@@ -116,51 +92,10 @@ HRESULT RecordingAccessor::ExecuteQuery(int32_t session, BSTR statement, int32_t
   return status;
 }
 
-HRESULT RecordingAccessor::ExecuteNonQuery(int32_t session, BSTR statement) noexcept {
-  const auto failure = Record(statement);
-  return failure ? *failure : real_->ExecuteNonQuery(session, statement);
-}
-
-HRESULT RecordingAccessor::MoveFirst(int32_t rowset) noexcept {
-  const auto failure = Fails(moveFailure_);
-  return failure ? *failure : real_->MoveFirst(rowset);
-}
-
-HRESULT RecordingAccessor::MoveNext(int32_t rowset) noexcept {
-  const auto failure = Fails(moveFailure_);
-  return failure ? *failure : real_->MoveNext(rowset);
-}
-
-HRESULT RecordingAccessor::GetColumnValue(int32_t rowset, BSTR column, VARIANT* value) noexcept {
-  return real_->GetColumnValue(rowset, column, value);
-}
-
 HRESULT RecordingAccessor::CloseRowset(int32_t rowset) noexcept {
   const HRESULT status = real_->CloseRowset(rowset);
   if (Succeeded(status)) --openRowsets_;
   return status;
-}
-
-HRESULT RecordingAccessor::GetLastIdentity(int32_t session, BSTR table, BSTR column,
-                                           int32_t* value) noexcept {
-  return real_->GetLastIdentity(session, table, column, value);
-}
-
-HRESULT RecordingAccessor::ExecuteBatch(BSTR statement, IUnknown* rows) noexcept {
-  const auto failure = Record(statement);
-  return failure ? *failure : batch_->ExecuteBatch(statement, rows);
-}
-
-HRESULT RecordingAccessor::Begin() noexcept {
-  return transaction_->Begin();
-}
-
-HRESULT RecordingAccessor::Commit() noexcept {
-  return transaction_->Commit();
-}
-
-HRESULT RecordingAccessor::Rollback() noexcept {
-  return transaction_->Rollback();
 }
 
 ComPtr<RecordingAccessor> OpenRecorder(const std::string& path) {

@@ -54,23 +54,43 @@ class RecordingAccessor final : public ComObject<IDBAccessor, IDBBatch, IDBTrans
   // Asked before each call that opens or ends a connection, with its name; a failure is the answer.
   std::function<HRESULT(std::string_view call)> watch;
 
-  HRESULT Open(BSTR name) noexcept override;
-  HRESULT Connect() noexcept override;
-  HRESULT BeginSession(int32_t* session) noexcept override;
-  HRESULT EndSession(int32_t session) noexcept override;
-  HRESULT GetSessionId(int32_t* session) noexcept override;
+  HRESULT Open(BSTR name) noexcept override { return Watched("Open", &IDBAccessor::Open, name); }
+  HRESULT Connect() noexcept override { return Watched("Connect", &IDBAccessor::Connect); }
+  HRESULT BeginSession(int32_t* session) noexcept override {
+    return Watched("BeginSession", &IDBAccessor::BeginSession, session);
+  }
+  HRESULT EndSession(int32_t session) noexcept override {
+    return Watched("EndSession", &IDBAccessor::EndSession, session);
+  }
+  HRESULT GetSessionId(int32_t* session) noexcept override { return real_->GetSessionId(session); }
   HRESULT ExecuteQuery(int32_t session, BSTR statement, int32_t* rowset) noexcept override;
-  HRESULT ExecuteNonQuery(int32_t session, BSTR statement) noexcept override;
-  HRESULT MoveFirst(int32_t rowset) noexcept override;
-  HRESULT MoveNext(int32_t rowset) noexcept override;
-  HRESULT GetColumnValue(int32_t rowset, BSTR column, VARIANT* value) noexcept override;
+  HRESULT ExecuteNonQuery(int32_t session, BSTR statement) noexcept override {
+    const auto failure = Record(statement);
+    return failure ? *failure : real_->ExecuteNonQuery(session, statement);
+  }
+  HRESULT MoveFirst(int32_t rowset) noexcept override {
+    const auto failure = Fails(moveFailure_);
+    return failure ? *failure : real_->MoveFirst(rowset);
+  }
+  HRESULT MoveNext(int32_t rowset) noexcept override {
+    const auto failure = Fails(moveFailure_);
+    return failure ? *failure : real_->MoveNext(rowset);
+  }
+  HRESULT GetColumnValue(int32_t rowset, BSTR column, VARIANT* value) noexcept override {
+    return real_->GetColumnValue(rowset, column, value);
+  }
   HRESULT CloseRowset(int32_t rowset) noexcept override;
   HRESULT GetLastIdentity(int32_t session, BSTR table, BSTR column,
-                          int32_t* value) noexcept override;
-  HRESULT ExecuteBatch(BSTR statement, IUnknown* rows) noexcept override;
-  HRESULT Begin() noexcept override;
-  HRESULT Commit() noexcept override;
-  HRESULT Rollback() noexcept override;
+                          int32_t* value) noexcept override {
+    return real_->GetLastIdentity(session, table, column, value);
+  }
+  HRESULT ExecuteBatch(BSTR statement, IUnknown* rows) noexcept override {
+    const auto failure = Record(statement);
+    return failure ? *failure : batch_->ExecuteBatch(statement, rows);
+  }
+  HRESULT Begin() noexcept override { return transaction_->Begin(); }
+  HRESULT Commit() noexcept override { return transaction_->Commit(); }
+  HRESULT Rollback() noexcept override { return transaction_->Rollback(); }
 
  private:
   struct Countdown {
@@ -80,7 +100,11 @@ class RecordingAccessor final : public ComObject<IDBAccessor, IDBBatch, IDBTrans
   };
   std::optional<HRESULT> Fails(Countdown& countdown);
   std::optional<HRESULT> Record(BSTR statement);
-  HRESULT Watched(std::string_view call) const { return watch ? watch(call) : S_OK; }
+  template <class Call, class... Arguments>
+  HRESULT Watched(std::string_view name, Call call, Arguments... arguments) {
+    const HRESULT status = watch ? watch(name) : S_OK;
+    return Failed(status) ? status : (real_.get()->*call)(arguments...);
+  }
 
   ComPtr<IDBAccessor> real_;
   ComPtr<IDBBatch> batch_;

@@ -109,137 +109,23 @@ void FailingFiles::FailAt(size_t n, int error, bool keepFailing) {
 }
 
 void FailingFiles::Reset() {
-  calls_.clear();
+  count_ = 0;
   failAt_.reset();
   hasFailed_ = false;
 }
 
 bool FailingFiles::IsChange(const Call& call) {
-  switch (call.verb) {
-    case Verb::Stat:
-    case Verb::List:
-    case Verb::Read:
-    case Verb::ReadPieces:
-    case Verb::StatEntry:
-    case Verb::ListEntries:
-      return false;
-    default:
-      return true;
-  }
+  constexpr Verb kLooks[] = {Verb::Stat,       Verb::List,      Verb::Read,
+                             Verb::ReadPieces, Verb::StatEntry, Verb::ListEntries};
+  return std::ranges::find(kLooks, call.verb) == std::end(kLooks);
 }
 
 std::error_code FailingFiles::Count(Verb verb, const std::string& path) {
-  Call call{verb, path};
-  if (filter_ && !filter_(call)) return {};
-  const size_t number = calls_.size();
-  calls_.push_back(std::move(call));
+  if (filter_ && !filter_({verb, path})) return {};
+  const size_t number = count_++;
   if (!failAt_ || number < *failAt_ || (number > *failAt_ && !keepFailing_)) return {};
   hasFailed_ = true;
   return {error_, std::generic_category()};
-}
-
-std::error_code FailingFiles::Stat(const std::string& path, FileInfo& info) {
-  if (const std::error_code error = Count(Verb::Stat, path)) return error;
-  return real_.Stat(path, info);
-}
-
-std::error_code FailingFiles::List(const std::string& folder, std::vector<FolderEntry>& entries) {
-  if (const std::error_code error = Count(Verb::List, folder)) return error;
-  return real_.List(folder, entries);
-}
-
-std::error_code FailingFiles::Read(const std::string& path, std::string& bytes) {
-  if (const std::error_code error = Count(Verb::Read, path)) return error;
-  return real_.Read(path, bytes);
-}
-
-std::error_code FailingFiles::ReadPieces(const std::string& path,
-                                         const std::function<bool(std::string_view)>& take) {
-  if (const std::error_code error = Count(Verb::ReadPieces, path)) return error;
-  return real_.ReadPieces(path, take);
-}
-
-std::error_code FailingFiles::Append(const std::string& path, std::string_view bytes) {
-  if (const std::error_code error = Count(Verb::Append, path)) return error;
-  return real_.Append(path, bytes);
-}
-
-std::error_code FailingFiles::Write(const std::string& path, std::string_view bytes) {
-  if (const std::error_code error = Count(Verb::Write, path)) return error;
-  return real_.Write(path, bytes);
-}
-
-std::error_code FailingFiles::WriteAtomic(const std::string& path, std::string_view bytes) {
-  if (const std::error_code error = Count(Verb::WriteAtomic, path)) return error;
-  return real_.WriteAtomic(path, bytes);
-}
-
-std::error_code FailingFiles::Stage(const std::string& path, std::string_view bytes,
-                                    StagedFile& staged) {
-  if (const std::error_code error = Count(Verb::Stage, path)) return error;
-  return real_.Stage(path, bytes, staged);
-}
-
-std::error_code FailingFiles::SyncFolder(const std::string& folder) {
-  if (const std::error_code error = Count(Verb::SyncFolder, folder)) return error;
-  return real_.SyncFolder(folder);
-}
-
-std::error_code FailingFiles::Settle(std::span<const std::string> files,
-                                     std::span<const std::string> folders) {
-  if (const std::error_code error = Count(Verb::Settle, {})) return error;
-  return real_.Settle(files, folders);
-}
-
-std::error_code FailingFiles::Remove(const std::string& path) {
-  if (const std::error_code error = Count(Verb::Remove, path)) return error;
-  return real_.Remove(path);
-}
-
-std::error_code FailingFiles::Rename(const std::string& from, const std::string& to) {
-  if (const std::error_code error = Count(Verb::Rename, from)) return error;
-  return real_.Rename(from, to);
-}
-
-std::error_code FailingFiles::MakeFolder(const std::string& path) {
-  if (const std::error_code error = Count(Verb::MakeFolder, path)) return error;
-  return real_.MakeFolder(path);
-}
-
-std::error_code FailingFiles::StatEntry(const std::string& path, EntryStat& stat) {
-  if (const std::error_code error = Count(Verb::StatEntry, path)) return error;
-  return real_.StatEntry(path, stat);
-}
-
-std::error_code FailingFiles::ListEntries(const std::string& folder, bool withTimes,
-                                          std::vector<PlainEntry>& entries) {
-  if (const std::error_code error = Count(Verb::ListEntries, folder)) return error;
-  return real_.ListEntries(folder, withTimes, entries);
-}
-
-std::error_code FailingFiles::CreateNew(const std::string& path, std::string_view bytes) {
-  if (const std::error_code error = Count(Verb::CreateNew, path)) return error;
-  return real_.CreateNew(path, bytes);
-}
-
-std::error_code FailingFiles::RenameNew(const std::string& from, const std::string& to) {
-  if (const std::error_code error = Count(Verb::RenameNew, from)) return error;
-  return real_.RenameNew(from, to);
-}
-
-std::error_code FailingFiles::MakeNewFolder(const std::string& path) {
-  if (const std::error_code error = Count(Verb::MakeNewFolder, path)) return error;
-  return real_.MakeNewFolder(path);
-}
-
-std::error_code FailingFiles::RemoveFolder(const std::string& path) {
-  if (const std::error_code error = Count(Verb::RemoveFolder, path)) return error;
-  return real_.RemoveFolder(path);
-}
-
-std::error_code FailingFiles::SetModified(const std::string& path, int64_t seconds) {
-  if (const std::error_code error = Count(Verb::SetModified, path)) return error;
-  return real_.SetModified(path, seconds);
 }
 
 std::error_code FakeRecycleBin::Take(const std::string& path) {

@@ -20,7 +20,6 @@
 #include "platform/system/debug_log.h"
 #include "platform/system/files.h"
 #include "platform/system/identifiers.h"
-#include "platform/system/known_folders.h"
 #include "platform/system/recycle_bin.h"
 #include "platform/system/service.h"
 #include "platform/system/time_zone.h"
@@ -123,18 +122,6 @@ class FailingMd5 final : public Md5Provider {
   std::optional<Md5Digest> Digest(std::string_view) override { return std::nullopt; }
 };
 
-class FixedFolders final : public KnownFolders {
- public:
-  FixedFolders(std::string data, std::string config)
-      : data_(std::move(data)), config_(std::move(config)) {}
-  std::string UserData() override { return data_; }
-  std::string UserConfig() override { return config_; }
-
- private:
-  std::string data_;
-  std::string config_;
-};
-
 // Real files, except that chosen operations fail and do nothing.
 //
 // To fail each step of a job in turn: run it once and take `operations()`, then run it once for
@@ -182,42 +169,87 @@ class FailingFiles : public Files {
   // True for the calls that change something on the disk.
   static bool IsChange(const Call& call);
 
-  size_t operations() const { return calls_.size(); }
-  const std::vector<Call>& calls() const { return calls_; }
+  size_t operations() const { return count_; }
   // Whether a call has been failed since FailAt.
   bool hasFailed() const { return hasFailed_; }
 
-  std::error_code Stat(const std::string& path, FileInfo& info) override;
-  std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) override;
-  std::error_code Read(const std::string& path, std::string& bytes) override;
+  std::error_code Stat(const std::string& path, FileInfo& info) override {
+    return Pass(Verb::Stat, &Files::Stat, path, info);
+  }
+  std::error_code List(const std::string& folder, std::vector<FolderEntry>& entries) override {
+    return Pass(Verb::List, &Files::List, folder, entries);
+  }
+  std::error_code Read(const std::string& path, std::string& bytes) override {
+    return Pass(Verb::Read, &Files::Read, path, bytes);
+  }
   std::error_code ReadPieces(const std::string& path,
-                             const std::function<bool(std::string_view)>& take) override;
-  std::error_code Write(const std::string& path, std::string_view bytes) override;
-  std::error_code Append(const std::string& path, std::string_view bytes) override;
-  std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override;
+                             const std::function<bool(std::string_view)>& take) override {
+    return Pass(Verb::ReadPieces, &Files::ReadPieces, path, take);
+  }
+  std::error_code Write(const std::string& path, std::string_view bytes) override {
+    return Pass(Verb::Write, &Files::Write, path, bytes);
+  }
+  std::error_code Append(const std::string& path, std::string_view bytes) override {
+    return Pass(Verb::Append, &Files::Append, path, bytes);
+  }
+  std::error_code WriteAtomic(const std::string& path, std::string_view bytes) override {
+    return Pass(Verb::WriteAtomic, &Files::WriteAtomic, path, bytes);
+  }
   std::error_code Stage(const std::string& path, std::string_view bytes,
-                        StagedFile& staged) override;
-  std::error_code SyncFolder(const std::string& folder) override;
-  std::error_code Settle(std::span<const std::string> files,
-                         std::span<const std::string> folders) override;
-  std::error_code Remove(const std::string& path) override;
-  std::error_code Rename(const std::string& from, const std::string& to) override;
-  std::error_code MakeFolder(const std::string& path) override;
-  std::error_code StatEntry(const std::string& path, EntryStat& stat) override;
+                        StagedFile& staged) override {
+    return Pass(Verb::Stage, &Files::Stage, path, bytes, staged);
+  }
+  std::error_code SyncFolder(const std::string& folder) override {
+    return Pass(Verb::SyncFolder, &Files::SyncFolder, folder);
+  }
+  std::error_code Remove(const std::string& path) override {
+    return Pass(Verb::Remove, &Files::Remove, path);
+  }
+  std::error_code Rename(const std::string& from, const std::string& to) override {
+    return Pass(Verb::Rename, &Files::Rename, from, to);
+  }
+  std::error_code MakeFolder(const std::string& path) override {
+    return Pass(Verb::MakeFolder, &Files::MakeFolder, path);
+  }
+  std::error_code StatEntry(const std::string& path, EntryStat& stat) override {
+    return Pass(Verb::StatEntry, &Files::StatEntry, path, stat);
+  }
   std::error_code ListEntries(const std::string& folder, bool withTimes,
-                              std::vector<PlainEntry>& entries) override;
-  std::error_code CreateNew(const std::string& path, std::string_view bytes) override;
-  std::error_code RenameNew(const std::string& from, const std::string& to) override;
-  std::error_code MakeNewFolder(const std::string& path) override;
-  std::error_code RemoveFolder(const std::string& path) override;
-  std::error_code SetModified(const std::string& path, int64_t seconds) override;
+                              std::vector<PlainEntry>& entries) override {
+    return Pass(Verb::ListEntries, &Files::ListEntries, folder, withTimes, entries);
+  }
+  std::error_code CreateNew(const std::string& path, std::string_view bytes) override {
+    return Pass(Verb::CreateNew, &Files::CreateNew, path, bytes);
+  }
+  std::error_code RenameNew(const std::string& from, const std::string& to) override {
+    return Pass(Verb::RenameNew, &Files::RenameNew, from, to);
+  }
+  std::error_code MakeNewFolder(const std::string& path) override {
+    return Pass(Verb::MakeNewFolder, &Files::MakeNewFolder, path);
+  }
+  std::error_code RemoveFolder(const std::string& path) override {
+    return Pass(Verb::RemoveFolder, &Files::RemoveFolder, path);
+  }
+  std::error_code SetModified(const std::string& path, int64_t seconds) override {
+    return Pass(Verb::SetModified, &Files::SetModified, path, seconds);
+  }
+  std::error_code Settle(std::span<const std::string> files,
+                         std::span<const std::string> folders) override {
+    const std::error_code error = Count(Verb::Settle, {});
+    return error ? error : real_.Settle(files, folders);
+  }
 
  private:
   std::error_code Count(Verb verb, const std::string& path);
+  template <class Call, class... Arguments>
+  std::error_code Pass(Verb verb, Call call, const std::string& path, Arguments&&... more) {
+    const std::error_code error = Count(verb, path);
+    return error ? error : (real_.*call)(path, std::forward<Arguments>(more)...);
+  }
 
   Files& real_;
   Filter filter_;
-  std::vector<Call> calls_;
+  size_t count_ = 0;
   std::optional<size_t> failAt_;
   int error_ = 0;
   bool keepFailing_ = false;

@@ -2,28 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/ansi_page.h"
+
 namespace qv {
 namespace {
+
+using test::ScopedAnsiPage;
 
 CodePages& Pages() {
   return CodePages::Default();
 }
-
-// The ANSI page for a while.
-class ScopedPage {
- public:
-  explicit ScopedPage(std::string_view name) : previous_(Pages().AnsiPage()) {
-    isSet_ = Pages().SetAnsiPage(name);
-  }
-  ScopedPage(const ScopedPage&) = delete;
-  ScopedPage& operator=(const ScopedPage&) = delete;
-  ~ScopedPage() { Pages().SetAnsiPage(previous_); }
-  bool isSet() const { return isSet_; }
-
- private:
-  std::string previous_;
-  bool isSet_;
-};
 
 TEST(CodePages, BothWays) {
   const struct {
@@ -45,7 +33,7 @@ TEST(CodePages, BothWays) {
       {"windows-1252", 59999, u"plain", "plain"},
   };
   for (const auto& [ansi, page, text, bytes] : cases) {
-    const ScopedPage use(ansi);
+    const ScopedAnsiPage use(ansi);
     ASSERT_TRUE(use.isSet()) << ansi;
     EXPECT_EQ(Pages().AnsiPage(), ansi);
     EXPECT_EQ(Pages().Encode(text, page), bytes) << ansi << ' ' << page;
@@ -71,7 +59,7 @@ TEST(CodePages, PiecesMayEndWithinACharacter) {
       {"windows-1252", kAnsiPage, "", u"", 0},
   };
   for (const auto& [ansi, page, bytes, text, left] : cases) {
-    const ScopedPage use(ansi);
+    const ScopedAnsiPage use(ansi);
     std::u16string got = u"x";
     EXPECT_EQ(Pages().DecodePart(bytes, page, got), bytes.size() - left) << ansi << ' ' << bytes;
     EXPECT_EQ(got, u"x" + std::u16string(text)) << ansi << ' ' << bytes;
@@ -83,7 +71,7 @@ TEST(CodePages, WhatDoesNotFitIsReplaced) {
   EXPECT_EQ(Pages().Encode(u"ü", 59999), "?");
   EXPECT_EQ(Pages().Decode("a\x81z", kAnsiPage), u"a\uFFFDz");
   EXPECT_EQ(Pages().Decode("\xFF\xFE", 59999), u"\uFFFD\uFFFD");
-  const ScopedPage use("ISO-2022-JP");
+  const ScopedAnsiPage use("ISO-2022-JP");
   EXPECT_EQ(Pages().Encode(u"日ü", kAnsiPage), "\x1B$BF|\x1B(B?");
   // Longer than any buffer, and bad throughout.
   const std::string bad(50'000, '\x81');

@@ -137,7 +137,6 @@ TEST(Files, AFailedWriteLeavesWhatStood) {
   folder.Put("folder/inside", "kept");
   EXPECT_TRUE(Disk().WriteAtomic(folder.File("folder"), "bytes"));
   EXPECT_EQ(Disk().WriteAtomic(folder.File("missing/file"), "bytes").value(), ENOENT);
-  EXPECT_THAT(folder.Names(), testing::ElementsAre("folder/inside"));
   EXPECT_EQ(Disk().Write(folder.File("missing/file"), "bytes").value(), ENOENT);
   EXPECT_EQ(Disk().Write("/dev/full", "bytes").value(), ENOSPC);
 }
@@ -213,39 +212,7 @@ TEST(Files, EntriesAreListedAsTheyStand) {
     }
     EXPECT_THAT(found, testing::UnorderedElementsAre("a.url", "sub/", "bad\xFFname", "link?",
                                                      "way?", "broken?", "pipe?"));
-    EXPECT_FALSE(Disk().ListEntries(folder.File("way"), withTimes, entries));
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(Listed(entries[0]), "deeper");
-    EXPECT_EQ(Disk().ListEntries(folder.File("missing"), withTimes, entries).value(), ENOENT);
-    EXPECT_TRUE(entries.empty());
   }
-}
-
-TEST(Files, EntryTimesAreThoseOfTheEntry) {
-  TempFolder folder;
-  const std::string path = folder.Put("file", "12345");
-  fs::create_symlink("file", folder.File("link"));
-  EntryStat before;
-  ASSERT_FALSE(Disk().StatEntry(path, before));
-  ASSERT_FALSE(Disk().SetModified(path, -2));
-  EntryStat stat;
-  ASSERT_FALSE(Disk().StatEntry(path, stat));
-  EXPECT_EQ(stat.kind, EntryKind::File);
-  EXPECT_EQ(stat.size, 5u);
-  EXPECT_EQ(stat.modifiedNs, -2'000'000'000);
-  EXPECT_EQ(stat.accessedNs, before.accessedNs);
-  // Either the true time, or the time of last write in place of one that is not known.
-  EXPECT_TRUE(stat.createdNs == before.createdNs || stat.createdNs == stat.modifiedNs);
-  ASSERT_FALSE(Disk().SetModified(folder.File("link"), 1'500'000'000));
-  ASSERT_FALSE(Disk().StatEntry(folder.File("link"), stat));
-  EXPECT_EQ(stat.kind, EntryKind::Other);
-  EXPECT_EQ(stat.modifiedNs, 1'500'000'000'000'000'000);
-  ASSERT_FALSE(Disk().StatEntry(path, stat));
-  EXPECT_EQ(stat.modifiedNs, -2'000'000'000);
-  ASSERT_FALSE(Disk().StatEntry(folder.path(), stat));
-  EXPECT_EQ(stat.kind, EntryKind::Folder);
-  EXPECT_EQ(Disk().StatEntry(folder.File("missing"), stat).value(), ENOENT);
-  EXPECT_EQ(Disk().SetModified(folder.File("missing"), 1).value(), ENOENT);
 }
 
 TEST(Files, ATimeFarOffIsTheFarthestThereIs) {
@@ -256,47 +223,6 @@ TEST(Files, ATimeFarOffIsTheFarthestThereIs) {
   EntryStat stat;
   ASSERT_FALSE(Disk().StatEntry(path, stat));
   EXPECT_GT(stat.modifiedNs, int64_t{4'000'000'000'000'000'000});
-}
-
-TEST(Files, NothingIsReplaced) {
-  TempFolder folder;
-  folder.Put("file", "old");
-  folder.Put("other", "other");
-  fs::create_directory(folder.File("empty"));
-  fs::create_symlink("nowhere", folder.File("broken"));
-  for (const char* taken : {"file", "empty", "broken"}) {
-    const std::string path = folder.File(taken);
-    EXPECT_EQ(Disk().CreateNew(path, "new").value(), EEXIST) << taken;
-    EXPECT_EQ(Disk().MakeNewFolder(path).value(), EEXIST) << taken;
-    EXPECT_EQ(Disk().RenameNew(folder.File("other"), path).value(), EEXIST) << taken;
-  }
-  fs::create_directory(folder.File("second"));
-  EXPECT_EQ(Disk().RenameNew(folder.File("second"), folder.File("empty")).value(), EEXIST);
-  // Two names of one file are two entries.
-  fs::create_hard_link(folder.File("other"), folder.File("OTHER"));
-  EXPECT_EQ(Disk().RenameNew(folder.File("other"), folder.File("OTHER")).value(), EEXIST);
-  EXPECT_THAT(folder.Names(), testing::ElementsAre("OTHER", "file", "other"));
-  EXPECT_EQ(folder.Get("file"), "old");
-
-  EXPECT_FALSE(Disk().CreateNew(folder.File("new"), "bytes"));
-  EXPECT_EQ(folder.Get("new"), "bytes");
-  EXPECT_FALSE(Disk().RenameNew(folder.File("broken"), folder.File("moved")));
-  EXPECT_TRUE(fs::is_symlink(folder.File("moved")));
-  EXPECT_EQ(Disk().RenameNew(folder.File("second"), folder.File("second/in")).value(), EINVAL);
-  EXPECT_FALSE(Disk().RenameNew(folder.File("second"), folder.File("SECOND")));
-  EXPECT_EQ(Disk().RenameNew(folder.File("second"), folder.File("any")).value(), ENOENT);
-}
-
-TEST(Files, OneFolderAtATime) {
-  TempFolder folder;
-  EXPECT_EQ(Disk().MakeNewFolder(folder.File("a/b")).value(), ENOENT);
-  EXPECT_FALSE(Disk().MakeNewFolder(folder.File("a")));
-  EXPECT_FALSE(Disk().MakeNewFolder(folder.File("a/b")));
-  fs::create_symlink("a/b", folder.File("link"));
-  EXPECT_EQ(Disk().RemoveFolder(folder.File("a")).value(), ENOTEMPTY);
-  EXPECT_EQ(Disk().RemoveFolder(folder.File("link")).value(), ENOTDIR);
-  EXPECT_FALSE(Disk().RemoveFolder(folder.File("a/b")));
-  EXPECT_EQ(Disk().RemoveFolder(folder.File("a/b")).value(), ENOENT);
 }
 
 // In a process of its own, whose files may not grow.
@@ -323,17 +249,15 @@ TEST(NativePath, TurnsTheModulesForm) {
   const struct {
     std::u16string_view path;
     std::optional<std::string> native;
-  } cases[] = {
-      {u"C:\\Users\\me\\a.url", "/Users/me/a.url"},
-      {u"\\folder\\ü.vcf", "/folder/ü.vcf"},
-      {u"d:name", "name"},
-      {u"C:", ""},
-      {u"", ""},
-      {u"CC:\\a", std::nullopt},
-      {u"C:\\a:b", std::nullopt},
-      {std::u16string_view(u"a\0b", 3), std::nullopt},
-      {u"a\xD800", std::nullopt},
-  };
+  } cases[] = {{u"C:\\Users\\me\\a.url", "/Users/me/a.url"},
+               {u"\\folder\\ü.vcf", "/folder/ü.vcf"},
+               {u"d:name", "name"},
+               {u"C:", ""},
+               {u"", ""},
+               {u"CC:\\a", std::nullopt},
+               {u"C:\\a:b", std::nullopt},
+               {std::u16string_view(u"a\0b", 3), std::nullopt},
+               {u"a\xD800", std::nullopt}};
   for (const char16_t refused : std::u16string_view(u"/:*?\"<>|\n\x1F")) {
     EXPECT_FALSE(ToNativePath(std::u16string{u'n', u'n', refused})) << static_cast<int>(refused);
   }

@@ -5,26 +5,13 @@
 #include <filesystem>
 
 #include "kit/platform_fakes.h"
-#include "platform/system/code_page.h"
+#include "platform/ansi_page.h"
 
 namespace qv {
 namespace {
 
+using test::ScopedAnsiPage;
 using test::TempFolder;
-
-// The ANSI page for a while.
-class ScopedAnsiPage {
- public:
-  explicit ScopedAnsiPage(std::string_view name) : previous_(CodePages::Default().AnsiPage()) {
-    EXPECT_TRUE(CodePages::Default().SetAnsiPage(name));
-  }
-  ScopedAnsiPage(const ScopedAnsiPage&) = delete;
-  ScopedAnsiPage& operator=(const ScopedAnsiPage&) = delete;
-  ~ScopedAnsiPage() { CodePages::Default().SetAnsiPage(previous_); }
-
- private:
-  std::string previous_;
-};
 
 TEST(InternetShortcut, TheUrlIsTheFirstBehindTheFirstSection) {
   const struct {
@@ -71,6 +58,49 @@ TEST(InternetShortcut, NoAddressIsLostToTheCodePage) {
   const ScopedAnsiPage korean("EUC-KR");
   EXPECT_EQ(ShortcutBytes(u"http://한/"), head + "http://\xC7\xD1/\r\n");
   EXPECT_EQ(ShortcutUrl(ShortcutBytes(u"http://한/")), u"http://한/");
+}
+
+// What Windows opens is the line in UTF-7 where there is one: it says what the plain one cannot.
+TEST(InternetShortcut, TheLineInUtf7IsReadAndKeptInStep) {
+  TempFolder folder;
+  const std::u16string path = folder.ModulePath(u"a.url");
+  const auto file = [](const std::string& plain, const std::string& wide) {
+    return "[InternetShortcut.A]\r\nURL=" + plain + "\r\n[InternetShortcut.W]\r\nURL=" + wide +
+           "\r\nIconFile=+-\r\n[InternetShortcut]\r\nURL=" + plain + "\r\nIconIndex=0\r\n";
+  };
+  const std::string moon = "http://e/??+??";
+  const struct {
+    std::string plain;
+    std::string wide;
+    std::u16string url;  // that is read
+  } files[] = {
+      {moon, "http://e/?+ZeU-+-+2D3eAA-", u"http://e/?日+\U0001F600"},
+      {"http://e/%E6%97%A5", "http://e/+ZeU", u"http://e/日"},
+      {"http://e/L", "http://e/+AUE-", u"http://e/Ł"},
+      {"http://new/", "http://e/+ZeU-", u"http://new/"},  // of a program that knows one line alone
+      {"http://e/?", "http://e/+Z", u"http://e/?"},
+      {"http://e/?", "http://e/\xFC", u"http://e/?"},
+  };
+  const std::u16string addresses[] = {u"http://e/", u"http://ü/~\\+a", u"http://日/\U0001F600",
+                                      u"http://e/日"};
+  for (const auto& [plain, wide, url] : files) {
+    EXPECT_EQ(ShortcutUrl(file(plain, wide)), url) << wide;
+    for (const std::u16string& address : addresses) {
+      folder.Put("a.url", file(plain, wide));
+      InternetShortcut shortcut;
+      ASSERT_EQ(shortcut.Load(path), kNoError);
+      shortcut.SetURL(address, 0);
+      ASSERT_EQ(shortcut.Save(path), kNoError);
+      EXPECT_FALSE(shortcut.SetURL(address, 0)) << "it says this already";
+      const std::string bytes = *folder.Get("a.url");
+      EXPECT_EQ(ShortcutUrl(bytes), address) << bytes;
+      const size_t from = bytes.find("W]\r\nURL=") + 8;
+      const std::string now = bytes.substr(from, bytes.find('\r', from) - from);
+      EXPECT_EQ(CodePages::Default().DecodeNamed(now, "UTF-7"), address) << bytes;
+      const size_t last = bytes.rfind("URL=") + 4;
+      EXPECT_EQ(bytes, file(bytes.substr(last, bytes.find('\r', last) - last), now));
+    }
+  }
 }
 
 // UTF-16 of each order, with a mark and without one.

@@ -19,15 +19,6 @@ TEST(Identifiers, FreshOnesAreRandomOfVersion4) {
   EXPECT_EQ(first.data4[0] >> 6, 2);
 }
 
-TEST(Identifiers, Md5OfKnownBytes) {
-  const Md5Digest nothing{0xD4, 0x1D, 0x8C, 0xD9, 0x8F, 0x00, 0xB2, 0x04,
-                          0xE9, 0x80, 0x09, 0x98, 0xEC, 0xF8, 0x42, 0x7E};
-  EXPECT_EQ(Md5Provider::Default().Digest(""), nothing);
-  const Md5Digest abc{0x90, 0x01, 0x50, 0x98, 0x3C, 0xD2, 0x4F, 0xB0,
-                      0xD6, 0x96, 0x3F, 0x7D, 0x28, 0xE1, 0x7F, 0x72};
-  EXPECT_EQ(Md5Provider::Default().Digest("abc"), abc);
-}
-
 TEST(Clock, LocalTimeFollowsTheEnvironment) {
   const auto secondsIn = [](const char* zone) {
     const test::ScopedEnvironment use("TZ", zone);

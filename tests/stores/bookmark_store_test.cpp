@@ -1,5 +1,5 @@
 // The stores over a tree of shortcuts: what both keep. Their own rules stand in
-// favorites_store_test.cpp and fixed_folder_store_test.cpp.
+// favorites_store_test.cpp and other_bookmark_stores_test.cpp.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -234,21 +234,6 @@ TEST_P(TreeStore, ReplaceRenamesMovesAndKeepsEveryOtherLine) {
   EXPECT_EQ(s.PathOf(taken), u"/Taken.url");
 }
 
-TEST_P(TreeStore, ANewNameDoesNotFindTheNumberOfWhatHadItBefore) {
-  const auto kept = s.Add(BookmarkText(u"A"));
-  const auto folder = s.Add(FolderText(u"F"));
-  s.Add(BookmarkText(u"B"));
-  s.Add(BookmarkText(u"x"), s.Add(FolderText(u"G")));
-  fs::remove(s.Native(u"/B.url"));
-  fs::remove_all(s.Native(u"/G"));
-  EXPECT_EQ(s.Replace(kept, BookmarkText(u"B")), S_OK);
-  EXPECT_EQ(s.Replace(folder, FolderText(u"G")), S_OK);
-  const Snapshot expected = {{kept, {u"/", false}}, {folder, {u"/", true}}};
-  EXPECT_EQ(s.Current(), expected);
-  s.NextSession();
-  EXPECT_EQ(s.Current(), expected);
-}
-
 TEST_P(TreeStore, DeleteRemovesFilesAndWholeFoldersWhateverTheBinSays) {
   const auto work = s.Add(FolderText(u"Work"));
   const auto sub = s.Add(FolderText(u"Sub"), work);
@@ -390,33 +375,6 @@ TEST_P(TreeStore, WhatUsersAndBrowsersPutThereTakesPartByItsName) {
   EXPECT_FALSE(item) << "another configured type hands out nothing";
 }
 
-TEST_P(TreeStore, AFolderThatCannotBeOpenedIsEmptyAndLosesNoNumber) {
-  for (const char16_t* path : {u"/A\\B\\x.url", u"/A\\y.url", u"/C\\z.url"}) s.Put(path);
-  s.NextSession();
-  const auto whole = s.Current();
-  s.files.Watch([](const auto& call) { return call.verb == Verb::ListEntries; });
-  for (size_t n = 0; n < 4; ++n) {
-    for (const int error : {ENOENT, EACCES}) {
-      s.files.FailAt(n, error);
-      EXPECT_EQ(s.status->Initialize(), S_OK);
-      s.files.FailAt(n, error);
-      ComPtr<IStatusDBItemTree> tree;
-      EXPECT_EQ(s.status->GetCurrentStatusDB(tree.Out()), n == 0 ? E_FAIL : S_OK);
-      EXPECT_EQ(tree.get() == nullptr, n == 0) << "an empty tree would delete everything";
-      s.files.FailAt(n, error);
-      if (n > 0) {
-        EXPECT_LT(s.Current().size(), whole.size());
-      }
-      EXPECT_EQ(s.Paths().size(), whole.size());
-    }
-  }
-  s.files.Reset();
-  EXPECT_EQ(s.Current(), whole);
-  fs::remove_all(s.Native(u"/"));
-  ComPtr<IStatusDBItemTree> tree;
-  EXPECT_EQ(s.status->GetCurrentStatusDB(tree.Out()), E_FAIL) << "no root is no empty tree";
-}
-
 TEST_P(TreeStore, AFullDiskLeavesNeitherFileNorRow) {
   for (const Verb verb : {Verb::CreateNew, Verb::MakeNewFolder}) {
     s.files.Watch([verb](const auto& call) { return call.verb == verb; });
@@ -448,33 +406,6 @@ TEST_P(TreeStore, TheRootComesFromTheUsersShellFolders) {
   EXPECT_EQ(rooted(u"%QV_HOME%" + std::u16string(1024 - 9, u'\\')), E_FAIL) << "2,048 bytes";
   EXPECT_EQ(rooted(u"%QV_HOME%\\Favorites" + std::u16string(1023 - 19, u'\\')), S_OK);
   EXPECT_EQ(s.store->Initialize(s.bag.get()), DS_S_ALREADY_INITIALIZED);
-}
-
-TEST_P(TreeStore, BeforeItIsReadyAStoreReachesNoFile) {
-  auto bare = CreateInstance<IDataStore>(ClassId(GetParam()));
-  ASSERT_EQ(bare->SetDBAccessor(Query<IUnknown>(s.db).get()), S_OK);
-  const auto uid = s.Add(BookmarkText(u"A"));
-  std::swap(s.store, bare);
-  EXPECT_EQ(s.TryAdd(BookmarkText(u"B")), E_FAIL);
-  EXPECT_EQ(s.TryGet(uid), E_FAIL);
-  EXPECT_EQ(s.Delete(uid, true), E_FAIL);
-  EXPECT_EQ(s.store->DeleteAll(), E_FAIL);
-  EXPECT_EQ(Query<IStatusDB>(s.store)->DeleteAllStatusBackupDB(), S_OK);
-  EXPECT_EQ(s.Paths().size(), 1u);
-}
-
-TEST_P(TreeStore, AFailedStatementIsTheResultAndClosesItsRowset) {
-  const auto uid = s.Add(BookmarkText(u"A"), s.Add(FolderText(u"Work")));
-  ASSERT_EQ(s.TryGet(uid), S_OK);  // what is missing in its row is there from now on
-  s.db->Forget();
-  ASSERT_EQ(s.TryGet(uid, nullptr, true), S_OK);
-  const size_t steps = s.db->statements().size();
-  EXPECT_GT(steps, 3u);
-  for (size_t n = 0; n < steps; ++n) {
-    s.db->FailAt(n, -5);
-    EXPECT_EQ(s.TryGet(uid, nullptr, true), -5) << n;
-    EXPECT_EQ(s.db->openRowsets(), 0) << n;
-  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, TreeStore,

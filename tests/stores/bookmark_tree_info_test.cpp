@@ -94,11 +94,15 @@ TEST_P(TreeInfoTest, WhatCannotBeReadIsToldAndLosesNoRow) {
   const auto whole = s.Current();
   const auto a = s.UidOf(u"/A");
   s.files.Watch([](const auto& call) { return call.verb == Verb::ListEntries; });
+  s.files.FailAt(0, EACCES);
+  ComPtr<IStatusDBItemTree> tree;
+  EXPECT_EQ(s.status->GetCurrentStatusDB(tree.Out()), E_FAIL);
+  EXPECT_FALSE(tree) << "an empty tree would delete everything";
   // The folders in the order of the two walks.
   const char* const kToldByWalk[] = {"", "1 /C C/", "1 /A A/", "1 /A\\B A/B/"};
   for (size_t n = 1; n < 4; ++n) {
     s.files.FailAt(n, EACCES);
-    s.Current();
+    EXPECT_LT(s.Current().size(), whole.size());
     EXPECT_EQ(BlindSpots(), Texts8{kToldByWalk[n]});
     s.files.FailAt(n, EACCES);
     EXPECT_EQ(s.status->DeleteAllStatusBackupDB(), S_OK);
@@ -112,7 +116,10 @@ TEST_P(TreeInfoTest, WhatCannotBeReadIsToldAndLosesNoRow) {
   EXPECT_EQ(error, static_cast<int32_t>(kAccessDenied));
   EXPECT_EQ(Info().GetFolderError(Bstr(u"/"), &error), S_OK);
   EXPECT_EQ(error, 0);
+  s.files.Reset();
+  EXPECT_EQ(s.Current(), whole);
   fs::remove_all(s.Native(u"/"));
+  EXPECT_EQ(s.status->GetCurrentStatusDB(tree.Out()), E_FAIL) << "no root is no empty tree";
   EXPECT_EQ(s.status->DeleteAllStatusBackupDB(), S_OK);
   EXPECT_EQ(s.Paths().size(), whole.size()) << "a root that is gone may come back";
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <random>
 #include <set>
 
 #include "kit/bookmark_stack.h"
@@ -239,65 +238,6 @@ TEST(FavoritesFailures, ARenameOfAFilledFolderLosesNothing) {
       std::ranges::sort(numbered);
       EXPECT_EQ(numbered, s.Disk()) << n;
       ASSERT_LT(n, 60u);
-    }
-  }
-}
-
-// Changes through the store and by hand, in any order: map and disk agree after each.
-TEST(FavoritesModel, MapDiskAndSnapshotsAgreeAfterAnyChanges) {
-  for (unsigned seed = 1; seed <= 12; ++seed) {
-    BookmarkStack s(u"DataStoreBookmark");
-    std::mt19937 random(seed);
-    const auto pick = [&](size_t n) { return static_cast<size_t>(random() % n); };
-    const char16_t* const kNames[] = {u"a", u"A", u"b", u"b(2)", u"it's", u"A+", u"c/d"};
-    for (int step = 0; step < 60; ++step) {
-      const Snapshot now = s.Current();
-      Paths folders = {u"/"};
-      for (const auto& [uid, place] : now) {
-        if (place.second) folders.push_back(uid);
-      }
-      const std::u16string folder = folders[pick(folders.size())];
-      const std::u16string name = kNames[pick(std::size(kNames))];
-      auto chosen = now.begin();
-      if (!now.empty()) std::advance(chosen, static_cast<ptrdiff_t>(pick(now.size())));
-      const bool isFolder = pick(2) == 0;
-      const std::string path = now.empty() ? "" : s.Native(s.PathOf(chosen->first));
-      const bool isChosenFolder = !now.empty() && chosen->second.second;
-      const size_t files = s.folder.Names().size();
-      std::error_code ignored;
-      switch (now.empty() ? 0 : pick(6)) {
-        case 0:
-          s.TryAdd(isFolder ? FolderText(name) : BookmarkText(name), folder.c_str());
-          break;
-        case 1:
-          s.Replace(chosen->first, isChosenFolder ? FolderText(name) : BookmarkText(name),
-                    folder.c_str());
-          EXPECT_EQ(s.folder.Names().size(), files) << "seed " << seed << " step " << step;
-          break;
-        case 2:
-          s.Delete(chosen->first, isFolder);
-          break;
-        case 3:
-          s.Put(ChildPath(folder == u"/" ? folder : s.PathOf(folder), u"hand.url"));
-          break;
-        case 4:
-          fs::rename(path,
-                     fs::path(path).replace_filename("h" + fs::path(path).filename().string()),
-                     ignored);
-          break;
-        default:
-          fs::remove_all(path, ignored);
-          break;
-      }
-      s.NextSession();
-      Paths numbered;
-      for (const auto& [uid, place] : s.Current()) {
-        numbered.push_back(s.PathOf(uid));
-        EXPECT_EQ(place.first == u"/" ? place.first : s.PathOf(place.first),
-                  ParentPath(numbered.back()));
-      }
-      std::ranges::sort(numbered);
-      ASSERT_EQ(numbered, s.Disk()) << "seed " << seed << " step " << step;
     }
   }
 }

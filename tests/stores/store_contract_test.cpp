@@ -144,26 +144,6 @@ TEST_P(StoreContract, GetOfAnUnknownItemMakesItsRowAndCanMoveThePhonesTime) {
       << "in UTC";
 }
 
-TEST_P(StoreContract, GetTakesItsOutsInOrderAndNothingForAnotherType) {
-  const std::u16string id = s.Add(Text(1, "u1"));
-  Bstr type(u"poison");
-  Bstr parent;
-  ComPtr<IUnknown> item;
-  ComPtr<IUnknown> content;
-  EXPECT_TRUE(Failed(
-      s.store->Get(Bstr(u"NONE"), kFalse, type.Out(), parent.Out(), item.Out(), content.Out())));
-  EXPECT_EQ(type.get(), nullptr);
-  EXPECT_EQ(parent.get(), nullptr);
-  EXPECT_EQ(s.store->Get(Bstr(id), kFalse, type.Out(), parent.Out(), nullptr, content.Out()),
-            E_POINTER);
-  EXPECT_EQ(s.store->Get(Bstr(id), kFalse, type.Out(), parent.Out(), item.Out(), content.Out()),
-            S_OK);
-  EXPECT_EQ(type.view(), GetParam().mimeType);
-  EXPECT_EQ(parent.view(), u"/");
-  ASSERT_TRUE(Query<IItemCommon>(item));
-  EXPECT_EQ(FieldsOf(item.get())->sourceUid, id);
-}
-
 TEST_P(StoreContract, TheCachedItemServesAddAndDuplicationUntilItIsDropped) {
   EXPECT_EQ(s.store->CachParseData(nullptr, s.mimeType, s.Content("rubbish").get()), E_FAIL);
   EXPECT_EQ(s.store->CachParseData(nullptr, s.mimeType, s.Content(Text(1, "cached")).get()), S_OK);

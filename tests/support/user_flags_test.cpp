@@ -41,16 +41,6 @@ TEST_F(UserFlags, StopIsOnWhenExactly1) {
   EXPECT_EQ(log_.Count(kStopLine), 1u);
 }
 
-TEST_F(UserFlags, ExportEmptyNeedsTheKey) {
-  EXPECT_EQ(SetExportEmpty(1), 0);
-  EXPECT_FALSE(registry_.KeyExists(kSyncKey));
-  ASSERT_TRUE(registry_.CreateKey(kSyncKey));
-  EXPECT_EQ(SetExportEmpty(1), 1);
-  EXPECT_EQ(registry_.ReadNumber(kSyncKey, "ExportEmpty"), 1u);
-  EXPECT_EQ(SetExportEmpty(0), 1);
-  EXPECT_EQ(registry_.ReadNumber(kSyncKey, "ExportEmpty"), 0u);
-}
-
 TEST_F(UserFlags, HierarchyIsAskedPerDevice) {
   const std::string key = R"(SOFTWARE\Quovia\Quovia Deskhub\1.0\DeviceDB\4294967295)";
   ASSERT_TRUE(registry_.CreateKey(key));

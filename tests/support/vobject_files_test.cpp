@@ -28,6 +28,14 @@ TEST(ItemFilesTest, FilesAreCutIntoItems) {
   EXPECT_THAT(SplitVMemos("BEGIN:VMEMO\r\nEND:VMEMO"),
               ElementsAre("BEGIN:VNOTE\r\nVERSION:1.1\r\nBEGIN:VMEMO\r\nEND:VMEMO\r\nEND:VNOTE"));
   EXPECT_THAT(SplitVCards(""), IsEmpty());
+  const std::string inner = "BEGIN:VCARD\r\nAGENT:\r\nBEGIN:VCARD\r\nEND:VCARD\r\nN:a\r\nEND:VCARD";
+  const std::string cutOff = "BEGIN:VCARD\r\nN:b\r\nBEGIN:VCARD\r\nEND:VCARD";
+  std::string many;
+  for (int i = 0; i < 20'000; ++i) many += (i % 2 == 0 ? cutOff : inner) + "\r\n";
+  const std::vector<std::string> cards = SplitVCards(many);
+  ASSERT_EQ(cards.size(), 20'000u);
+  EXPECT_EQ(cards[19'998], cutOff);
+  EXPECT_EQ(cards[19'999], inner);
 
   std::string card = "BEGIN:VCARD\r\nN;CHARSET=UTF-8:a\r\nEND:VCARD\r\n";
   MarkSavedVCard(card);
@@ -126,20 +134,6 @@ TEST(NarrowFilesTest, ANulCutsOffTheRestOfItsBlock) {
   EXPECT_EQ(ReadNarrowFile(folder.ModulePath(u"a.vcf")), block + "be");
   EXPECT_FALSE(ReadNarrowFile(folder.ModulePath(u"b.vcf")));
   EXPECT_FALSE(ReadNarrowFile(folder.ModulePath(u"")));
-}
-
-TEST(NarrowFilesTest, TakenNamesAreNumbered) {
-  const test::TempFolder folder;
-  const std::u16string stem = folder.ModulePath(u"a");
-  folder.Put("a(2).vcf", "old");
-  UniqueNames names(1);
-  for (const char* text : {"1", "2", "3"}) {
-    EXPECT_EQ(names.Create(stem, u".vcf", text), kNoError);
-  }
-  EXPECT_THAT(folder.Names(), ElementsAre("a(1).vcf", "a(2).vcf", "a(3).vcf", "a.vcf"));
-  EXPECT_EQ(folder.Get("a(2).vcf"), "old");
-  EXPECT_EQ(UniqueNames(1).Create(folder.ModulePath(u"no\\a"), u".vcf", ""), kPathNotFound);
-  EXPECT_EQ(UniqueNames(1).Create(folder.ModulePath(u"a\tb"), u".vcf", ""), kInvalidName);
 }
 
 }  // namespace

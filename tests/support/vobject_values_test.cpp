@@ -54,51 +54,6 @@ TEST(VObjectDecode, ValuesInBothDialects) {
   }
 }
 
-TEST(VObjectDecode, Base64) {
-  struct Case {
-    const char* text;
-    const char* bytes;  // null for text that is none
-  };
-  const Case cases[] = {{"QUJD", "ABC"},       {"QU\r\n JD\r\n", "ABC"},
-                        {"QUI=", "AB"},        {"QUI", "AB"},
-                        {"QQ==", "A"},         {"", ""},
-                        {"Q", nullptr},        {"QU*D", nullptr},
-                        {"QQ==QQ==", nullptr}, {"QQ===", nullptr}};
-  for (const Case& c : cases) {
-    std::string bytes;
-    EXPECT_EQ(AppendBase64(c.text, bytes), c.bytes != nullptr) << c.text;
-    if (c.bytes != nullptr) {
-      EXPECT_EQ(bytes, c.bytes) << c.text;
-    }
-  }
-}
-
-TEST(VObjectDecode, ComponentsAreCutOnceAndSurplusJoinsTheLast) {
-  struct Case {
-    std::u16string text;
-    Surplus surplus;
-    std::u16string first;
-    std::u16string last;
-  };
-  const Case cases[] = {
-      {u"a;b", Surplus::Join, u"a", u"b"},
-      {u"a", Surplus::Join, u"a", u""},
-      {u"", Surplus::Join, u"", u""},
-      {u"a\\;b;c\\\\;d", Surplus::Join, u"a;b", u"c\\\\;d"},
-      {u"a;R\\;D;x\\\\y", Surplus::Join, u"a", u"R\\;D;x\\y"},
-      {u"a;b;c;", Surplus::Join, u"a", u"b;c;"},
-      {u"a;b;c;;", Surplus::JoinTrimmed, u"a", u"b;c"},
-      {u"a;b\\;;;", Surplus::JoinTrimmed, u"a", u"b;"},
-      {u"a;b\\\\;", Surplus::JoinTrimmed, u"a", u"b\\"},
-  };
-  for (const Case& c : cases) {
-    std::array<std::u16string, 2> parts;
-    SplitValue(c.text, Dialect::Old, c.surplus, parts);
-    EXPECT_EQ(parts[0], c.first) << ToUtf8(c.text);
-    EXPECT_EQ(parts[1], c.last) << ToUtf8(c.text);
-  }
-}
-
 std::string Encoded(std::u16string_view value, std::string_view header = "NOTE") {
   LineWriter writer;
   writer.Begin(header);

@@ -5,47 +5,26 @@
 
 #include <functional>
 
-#include "kit/accessor_fakes.h"
-#include "kit/platform_fakes.h"
-#include "platform/com/lists.h"
 #include "support/date_time.h"
 #include "support/text.h"
 #include "syncdb/status_table.h"
+#include "syncdb/sync_fixture.h"
 
 namespace qv {
 namespace {
 
+using test::Statements;
 using test::Table;
-using Statements = std::vector<std::u16string>;
 
-class PathMapStatements : public testing::Test {
+class PathMapStatements : public test::SyncFixture {
  protected:
-  PathMapStatements() {
-    RegisterListClasses();
-    session.accessor = db;
-    Check(db->GetSessionId(&session.session));
-    session.targetKey = u"P1";
-  }
-  Statements Ran() {
-    Statements texts = db->statements();
-    db->Forget();
-    return texts;
-  }
   std::u16string Assign(std::u16string_view path) {
     std::u16string uid;
     EXPECT_EQ(map.Assign(path, uid), S_OK);
     return uid;
   }
 
-  ComPtr<test::RecordingAccessor> db = test::OpenRecorder();
-  SyncSession session;
   PathMap map{session};
-  test::CountingGuids guids;
-  ScopedService<GuidSource> useGuids{guids};
-  test::FakeClock clock{1'700'000'000};
-  ScopedService<Clock> useClock{clock};
-  test::FixedZone zone;
-  ScopedService<TimeZone> useZone{zone};
 };
 
 constexpr char16_t kLoad[] = u"SELECT bookmark_id,filefolderpath FROM Bookmark_FFPathUidMap";

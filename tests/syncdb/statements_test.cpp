@@ -1,9 +1,4 @@
 // Every statement text is pinned here: other versions of the product read the same tables.
-#include <gtest/gtest.h>
-
-#include "kit/accessor_fakes.h"
-#include "kit/platform_fakes.h"
-#include "platform/com/lists.h"
 #include "platform/system/registry.h"
 #include "support/date_time.h"
 #include "support/text.h"
@@ -14,34 +9,20 @@
 #include "syncdb/side_tables.h"
 #include "syncdb/sql_text.h"
 #include "syncdb/status_table.h"
+#include "syncdb/sync_fixture.h"
 
 namespace qv {
 namespace {
 
+using test::Statements;
 using test::Table;
-using Statements = std::vector<std::u16string>;
 
 DATE At(const char16_t* text) {
   return ParseDateTime(text).value;
 }
 
-class SyncStatements : public testing::Test {
+class SyncStatements : public test::SyncFixture {
  protected:
-  SyncStatements() {
-    RegisterListClasses();
-    session.accessor = db;
-    session.session = 1;
-    Check(db->GetSessionId(&session.session));
-    session.sourceUri = u"contacts";
-    session.targetKey = u"P1";
-  }
-
-  Statements Ran() {
-    Statements texts = db->statements();
-    db->Forget();
-    return texts;
-  }
-
   void Stop(bool stop = true) {
     registry.CreateKey(kSyncKey);
     registry.WriteNumber(kSyncKey, "SyncStop", stop ? 1 : 0);
@@ -52,17 +33,9 @@ class SyncStatements : public testing::Test {
   ScopedService<Registry> useRegistry{registry};
   test::RecordingLog log;
   ScopedService<DebugLog> useLog{log};
-  ComPtr<test::RecordingAccessor> db = test::OpenRecorder();
-  SyncSession session;
   IdentifierMap map{session};
   SideTables sides{session, DatastoreType::Outlook};
   StatusTable status{session, kContactStatus};
-  test::CountingGuids guids;
-  ScopedService<GuidSource> useGuids{guids};
-  test::FakeClock clock{1'700'000'000};
-  ScopedService<Clock> useClock{clock};
-  test::FixedZone zone;
-  ScopedService<TimeZone> useZone{zone};
 };
 
 const std::u16string kMapKey =

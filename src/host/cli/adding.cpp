@@ -1,5 +1,6 @@
 #include "host/cli/adding.h"
 
+#include <filesystem>
 #include <memory>
 
 #include "host/cli/item_files.h"
@@ -34,6 +35,9 @@ const Calendar* ExceptionIn(const ComPtr<IItemCommon>& item) {
 
 void Adding::AddFile(const std::string& path) {
   std::unique_ptr<ItemFile> file;
+  // Who writes the rest of what is read may take his time.
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) changes_.Settle();
   try {
     file = std::make_unique<ItemFile>(path, pc_.kind());
   } catch (const UsageError& error) {
@@ -80,6 +84,7 @@ void Adding::AddExceptions() {
                                        ", which is not in these files; add both together");
       continue;
     }
+    changes_.Begin();
     try {
       changes_.Done(pc_.AddException(series->second, found.item));
     } catch (const UsageError& error) {
@@ -90,6 +95,7 @@ void Adding::AddExceptions() {
 
 void Adding::AddOne(const std::string& place, const ComPtr<IItemCommon>& item) {
   std::string id;
+  changes_.Begin();
   try {
     id = pc_.Add(item);
   } catch (const UsageError& error) {

@@ -16,7 +16,7 @@ const Calendar* ExceptionIn(const ComPtr<IItemCommon>& item);
 
 class Adding {
  public:
-  Adding(PcFolder& pc, Changes& changes) : pc_(pc), changes_(changes) {}
+  Adding(PcFolder& pc, GroupedChanges& changes) : pc_(pc), changes_(changes) {}
 
   // What cannot be added, and what an item loses, is told. Exceptions wait: their series may stand
   // behind them, or in another file.
@@ -33,7 +33,7 @@ class Adding {
   void AddOne(const std::string& place, const ComPtr<IItemCommon>& item);
 
   PcFolder& pc_;
-  Changes& changes_;
+  GroupedChanges& changes_;
   std::unordered_map<std::u16string, std::string> added_;  // identifiers by uid
   std::vector<FoundException> exceptions_;
 };

@@ -151,10 +151,9 @@ std::string WithPlainEnds(std::string_view text) {
 
 // Whether a store reads that one card of it, from begin to end: by the store's own cutting, and by
 // what the card it cuts then is.
-bool IsReadWhole(const std::string& card) {
-  if (!IsFoundWhole(card, kBeginCard, kEndCard)) return false;
+bool IsReadWhole(std::string_view card) {
   std::string cut;
-  if (!VCardCutter(card).Next(cut)) return false;
+  if (!LastsInAFile(card) || !VCardCutter(card).Next(cut)) return false;
   const std::vector<std::string_view> cards = VCardsIn(cut);
   return cards.size() == 1 && cards[0].size() == cut.size();
 }
@@ -162,10 +161,15 @@ bool IsReadWhole(const std::string& card) {
 // Whether a store finds the very items in the file as it stands.
 bool IsPlain(const ItemFile& source, const std::vector<WholeItem>& items) {
   if (!source.IsAsItStands()) return false;
-  const auto blocks = SplitBlocks(source.text(), kBeginCard, kEndCard);
-  return std::ranges::equal(blocks, items, [&](std::string_view block, const WholeItem& item) {
-    return block == source.TextOf(*item.found) && IsReadWhole(std::string(block));
-  });
+  VCardCutter cutter(source.text());
+  std::string card;
+  for (const WholeItem& item : items) {
+    if (!cutter.Next(card) || cutter.stretch() != source.TextOf(*item.found) ||
+        !IsReadWhole(cutter.stretch())) {
+      return false;
+    }
+  }
+  return !cutter.Next(card);
 }
 
 // Nothing of the file can be imported: the first reason, or that there is nothing.
@@ -189,7 +193,9 @@ void PrepareCards(const Desk& desk, ImportFile& file) {
   }
   std::string cards;
   for (const auto& [found, item] : items) {
-    const std::string card = WithPlainEnds(WithoutNuls(source.TextOf(*found), file));
+    std::string card = WithPlainEnds(WithoutNuls(source.TextOf(*found), file));
+    // Written anew, no text in it looks like an end.
+    if (!IsReadWhole(card)) card = WithPlainEnds(WithoutNuls(WriteItem(kind, item.get()), file));
     if (IsReadWhole(card)) {
       cards.append(card).append("\r\n");
       file.job.places.push_back(found->place);

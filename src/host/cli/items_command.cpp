@@ -118,12 +118,14 @@ Exit AddItems(const CommonOptions& common, const ItemArguments& given) {
   const OpenedProfile profile(common);
   const std::unique_ptr<PcFolder> pc = PcFolder::Open(profile, kind);
   Changes changes(common.json, "added");
+  GroupedChanges group(*pc, changes);
   try {
-    Adding adding(*pc, changes);
+    Adding adding(*pc, group);
     for (const std::string& path : given.files) adding.AddFile(path);
     adding.AddExceptions();
+    group.Settle();
   } catch (const CommandError& error) {
-    changes.Broken(error);
+    group.Broken(error);
   }
   return changes.Finish();
 }
@@ -171,16 +173,19 @@ Exit DeleteItems(const CommonOptions& common, const ItemArguments& given) {
   const OpenedProfile profile(common);
   const std::unique_ptr<PcFolder> pc = PcFolder::Open(profile, kind);
   Changes changes(common.json, "deleted");
+  GroupedChanges group(*pc, changes);
   try {
     for (const std::string& id : given.ids) {
-      if (pc->Delete(id)) {
-        changes.Done(id);
-      } else {
-        changes.Failed(id, UnknownItem(kind));
+      group.Begin();
+      try {
+        pc->Delete(id) ? group.Done(id) : group.Failed(id, UnknownItem(kind));
+      } catch (const UsageError& error) {
+        group.Failed(id, error.what());
       }
     }
+    group.Settle();
   } catch (const CommandError& error) {
-    changes.Broken(error);
+    group.Broken(error);
   }
   return changes.Finish();
 }

@@ -158,4 +158,15 @@ bool OutlookFolder::Delete(const std::string& id) {
   return true;
 }
 
+void OutlookFolder::Begin() {
+  CheckStatus(outlook_.Begin(), "change items");
+}
+
+void OutlookFolder::Settle() {
+  const HRESULT status = outlook_.Commit();
+  const std::string reason = outlook_.lastError();
+  if (Failed(status)) outlook_.Rollback();
+  CheckStatus(status, "keep what was changed", reason);
+}
+
 }  // namespace qv

@@ -23,6 +23,8 @@ class OutlookFolder final : public PcFolder {
   std::string AddException(const std::string& series, const ComPtr<IItemCommon>& item) override;
   bool Replace(const std::string& id, const ComPtr<IItemCommon>& item) override;
   bool Delete(const std::string& id) override;
+  void Begin() override;
+  void Settle() override;
 
   // Every item, exceptions behind their series; null, with the reason, for one that cannot be read.
   using Take = std::function<void(const std::u16string& id, const ComPtr<IItemCommon>& item,

@@ -9,11 +9,12 @@ namespace {
 
 class PageImport {
  public:
-  PageImport(ShortcutFolder& pc, const std::string& place, Changes& changes)
+  PageImport(ShortcutFolder& pc, const std::string& place, GroupedChanges& changes)
       : pc_(pc), place_(place), changes_(changes) {}
 
   void Add(const PageEntry& entry) {
     while (!open_.empty() && open_.back().depth >= entry.depth) open_.pop_back();
+    changes_.Begin();
     try {
       entry.isFolder ? AddFolder(entry) : AddBookmark(entry);
     } catch (const std::runtime_error& error) {
@@ -64,7 +65,7 @@ class PageImport {
 
   ShortcutFolder& pc_;
   const std::string& place_;
-  Changes& changes_;
+  GroupedChanges& changes_;
   std::vector<OpenFolder> open_;
   size_t known_ = 0;
   bool flattened_ = false;
@@ -73,10 +74,10 @@ class PageImport {
 }  // namespace
 
 void ImportPage(ShortcutFolder& pc, const std::vector<PageEntry>& page, const std::string& place,
-                Changes& changes) {
+                GroupedChanges& changes) {
   PageImport import(pc, place, changes);
   for (const PageEntry& entry : page) import.Add(entry);
-  pc.Settle();
+  changes.Settle();
   import.Finish();
 }
 

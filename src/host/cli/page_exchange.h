@@ -12,7 +12,7 @@ namespace qv {
 // Folders of the page join those of the same name; a bookmark that stands there already is left
 // out, and told. Where the tree takes no folders all bookmarks go on top. `place` names the page.
 void ImportPage(ShortcutFolder& pc, const std::vector<PageEntry>& page, const std::string& place,
-                Changes& changes);
+                GroupedChanges& changes);
 
 // What the folder with this identifier holds, all of it for an empty one. Throws UsageError for an
 // unknown folder.

@@ -38,14 +38,18 @@ class PcFolder {
   virtual int64_t Count() = 0;
   // Exceptions of series are items too, see outlook_manager.h. Null for an unknown identifier.
   virtual ComPtr<IItemCommon> Get(const std::string& id) = 0;
-  // Each change is on disk when the call returns. False for an unknown identifier. Throw UsageError
-  // for an item that the PC side cannot hold.
+  // Each change is on disk when the call returns, or with its group. False for an unknown
+  // identifier. Throw UsageError for an item that the PC side cannot hold.
   virtual std::string Add(const ComPtr<IItemCommon>& item) = 0;
   // An exception of the series. Throws UsageError when the series has another of its occurrence.
   virtual std::string AddException(const std::string& series, const ComPtr<IItemCommon>& item) = 0;
   // As AddException where the item is one.
   virtual bool Replace(const std::string& id, const ComPtr<IItemCommon>& item) = 0;
   virtual bool Delete(const std::string& id) = 0;
+  // The changes between the two are a group, which waits for the disk as one when it ends. A change
+  // that throws is none of it. When `Settle` throws, the group is not to be counted on.
+  virtual void Begin() = 0;
+  virtual void Settle() = 0;
 
  private:
   const StoreKind& kind_;

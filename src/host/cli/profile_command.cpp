@@ -64,6 +64,7 @@ ordered_json PhoneJson(const PendingChanges& phone) {
                            {"reachable", phone.phoneReachable}, {"pc", CountsJson(phone.pc)}};
   if (phone.phoneReachable) document["phone"] = CountsJson(phone.phone);
   if (phone.leavePhone > 0) document["outside_filter"] = phone.leavePhone;
+  if (!phone.note.empty()) document["note"] = phone.note;
   return document;
 }
 
@@ -77,6 +78,7 @@ std::string PhoneText(const PendingChanges& phone) {
   std::string text = "  phone " + Printable(phone.phoneFolder) + "\n    last sync             " +
                      (phone.lastSync.empty() ? "never" : Printable(phone.lastSync)) + ", " +
                      std::to_string(phone.pairedItems) + " paired\n";
+  if (!phone.note.empty()) text += "    note                  " + Printable(phone.note) + "\n";
   text += "    pending on the PC     " + CountsText(phone.pc) + "\n";
   if (phone.leavePhone > 0) {
     text += "    outside the filter    " + std::to_string(phone.leavePhone) +

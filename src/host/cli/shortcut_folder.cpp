@@ -75,6 +75,14 @@ ShortcutFolder::ShortcutFolder(const Profile& profile, const StoreKind& kind) : 
   tree_.Open(std::move(root), !withFolders);
 }
 
+ShortcutFolder::~ShortcutFolder() {
+  try {
+    changes_.Settle();
+  } catch (...) {
+    // No memory: what was changed waits for the system's own time.
+  }
+}
+
 std::u16string ShortcutFolder::FullPath(std::string_view id) const {
   if (id.ends_with('/')) id.remove_suffix(1);
   std::u16string path(kTreeRoot);
@@ -167,6 +175,7 @@ void ShortcutFolder::MakeRoot() {
 }
 
 void ShortcutFolder::Settle() {
+  isGrouped_ = false;
   CheckDone(changes_.Settle(), "put on disk what was changed in", tree_.root());
 }
 
@@ -228,7 +237,7 @@ std::string ShortcutFolder::Add(const ComPtr<IItemCommon>& item) {
   CheckDone(CreateNewFile(full, ShortcutBytes(bookmark.url)), "write", full);
   names_.Added(root, name);
   changes_.Made(full, EntryKind::File);
-  Settle();
+  SettleAlone();
   return IdOf(AbsoluteToRelative(tree_.root(), full), false);
 }
 
@@ -256,7 +265,7 @@ bool ShortcutFolder::Replace(const std::string& id, const ComPtr<IItemCommon>& i
     CheckDone(RenameEntry(found->full, fresh), "rename to", fresh);
     changes_.Moved(found->full, fresh);
   }
-  Settle();
+  SettleAlone();
   return true;
 }
 
@@ -274,7 +283,7 @@ bool ShortcutFolder::Delete(const std::string& id) {
   series_.clear();
   CheckDone(RecycleEntry(found->full), "delete", found->full);
   changes_.Removed(found->full);
-  Settle();
+  SettleAlone();
   return true;
 }
 

@@ -23,7 +23,7 @@ class ShortcutFolder final : public PcFolder {
   // Throws UsageError when the Favorites folder is not known.
   ShortcutFolder(const Profile& profile, const StoreKind& kind);
 
-  ~ShortcutFolder() override { changes_.Settle(); }
+  ~ShortcutFolder() override;
 
   // A folder before what is in it.
   std::vector<Entry> List() override;
@@ -37,8 +37,9 @@ class ShortcutFolder final : public PcFolder {
   bool Delete(const std::string& id) override;
 
   bool takesFolders() const { return !tree_.isFlat(); }
+  void Begin() override { isGrouped_ = true; }
+  void Settle() override;
   // The two below are on disk after `Settle`, or when this ends.
-  void Settle();
   // The folder of this name in another one ("" on top), made where there is none.
   std::string MakeFolder(const std::string& folder, const std::string& name);
   // Nothing where the folder has such a bookmark already.
@@ -56,6 +57,9 @@ class ShortcutFolder final : public PcFolder {
     std::unordered_set<std::string> urls;  // of all before
   };
 
+  void SettleAlone() {
+    if (!isGrouped_) Settle();
+  }
   HRESULT Walk(const BookmarkTree::Visit& visit);
   void MakeRoot();
   std::u16string FreeName(const std::u16string& folder, const Bookmark& bookmark);
@@ -67,6 +71,7 @@ class ShortcutFolder final : public PcFolder {
   std::vector<std::string> hidden_;
   EntryNames names_;
   UnsettledChanges changes_;
+  bool isGrouped_ = false;
   std::unordered_map<std::u16string, Series> series_;  // by full path without number and tail
 };
 

@@ -55,6 +55,7 @@ ordered_json StoreJson(const StoreReport& store, bool dryRun) {
       {"conflicts", {{"pc_won", store.pcWon}, {"phone_won", store.phoneWon}, {"same", store.same}}},
       {"failed", failed}};
   if (!store.message.empty()) document["message"] = store.message;
+  if (!store.note.empty()) document["note"] = store.note;
   for (const ConflictNote& note : store.conflicts) {
     document["kept"].push_back(
         Named({{"item", note.item}, {"winner", note.winner}, {"file", note.kept}}, note.name));
@@ -100,6 +101,7 @@ std::string CountsLine(const char* side, const SideCounts& counts) {
 std::string StoreText(const StoreReport& store, bool dryRun) {
   std::string text = store.store + ": " + Word(store.mode) + ", " + ExitWord(ExitOf(store.result)) +
                      (dryRun ? " (dry run)\n" : "\n");
+  if (!store.note.empty()) text += "  note          " + Printable(store.note) + "\n";
   text += CountsLine("  on the PC     ", store.pc);
   text += CountsLine("  on the phone  ", store.phone);
   text += "  matched       " + std::to_string(store.matched) + "\n";

@@ -1,9 +1,12 @@
 #include "host/engine/collection.h"
 
+#include <utility>
+
 #include "host/engine/content.h"
 #include "host/engine/errors.h"
 #include "host/engine/left_alone.h"
 #include "host/engine/pc_side.h"
+#include "host/engine/runner.h"
 #include "support/vobject/marked_text.h"
 
 namespace qv {
@@ -55,20 +58,41 @@ const Collection::Known& Collection::Find(IItemCommon& item, const std::u16strin
   return known_.try_emplace(ExactPrintOf(kind_, item), Known{uid, true}).first->second;
 }
 
-std::error_code Collection::Add(const std::u16string& uid, std::string_view text) {
-  return phone_.Write(phone_.FreeName(uid), text);
+Collection::~Collection() {
+  try {
+    for (const NewFile& file : staged_) phone_.Discard(file.staged);
+  } catch (...) {
+    // No memory: the next run finds what is left.
+  }
 }
 
-void Collection::Make() const {
+std::error_code Collection::Stage(const std::u16string& uid, std::string_view text, Placed placed) {
+  NewFile file{phone_.FreeName(uid), {}, std::move(placed)};
+  if (const std::error_code error = phone_.Stage(file.name, text, file.staged)) return error;
+  staged_.push_back(std::move(file));
+  if (staged_.size() == kGroupItems) Place();
+  return {};
+}
+
+void Collection::Place() {
+  if (staged_.empty()) return;
+  std::vector<NewFile> files = std::exchange(staged_, {});
+  std::error_code error = phone_.SettleStaged();
+  std::vector<std::error_code> errors;
+  for (const NewFile& file : files) {
+    errors.push_back(error ? error : phone_.Place(file.name, file.staged, true));
+    if (errors.back()) phone_.Discard(file.staged);
+  }
+  if (!error) error = phone_.Sync();
+  for (size_t i = 0; i < files.size(); ++i) files[i].placed(error ? error : errors[i]);
+  if (error) throw StoreFailure("cannot write to " + folder() + ": " + error.message());
+}
+
+void Collection::Make() {
   if (const std::error_code error = phone_.Make()) {
     throw StoreFailure("cannot make " + folder() + ": " + error.message());
   }
-}
-
-void Collection::Sync() {
-  if (const std::error_code error = phone_.Sync()) {
-    throw StoreFailure("cannot write to " + folder() + ": " + error.message());
-  }
+  phone_.DiscardLeftovers();
 }
 
 }  // namespace qv

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -23,6 +24,10 @@ class Collection {
   };
 
   Collection(const std::string& phoneFolder, const StoreKind& kind);
+  Collection(const Collection&) = delete;
+  Collection& operator=(const Collection&) = delete;
+  // What was not placed goes.
+  ~Collection();
 
   const StoreKind& kind() const { return kind_; }
   const std::string& folder() const { return phone_.folder(); }
@@ -45,10 +50,15 @@ class Collection {
   }
   // What lies there and is no item.
   const std::vector<LeftAlone>& left() const { return phone_.left(); }
-  std::error_code Add(const std::u16string& uid, std::string_view text);
-  // Throw StoreFailure.
-  void Make() const;
-  void Sync();
+  // A new file. It is there when `placed` has been called without an error, which waits for the
+  // disk together with others: in a later call when there are enough of them, or in `Place`. The
+  // answer is why it cannot even be staged (see phone_folder.h); `Stage` and `Place` throw
+  // StoreFailure when a group cannot be kept.
+  using Placed = std::function<void(const std::error_code& error)>;
+  std::error_code Stage(const std::u16string& uid, std::string_view text, Placed placed);
+  void Place();
+  // Ready for new files. Throws StoreFailure.
+  void Make();
 
  private:
   struct DigestHash {
@@ -59,12 +69,19 @@ class Collection {
     }
   };
 
+  struct NewFile {
+    std::string name;
+    StagedFile staged;
+    Placed placed;
+  };
+
   void Learn(const std::string& name);
 
   const StoreKind& kind_;
   PhoneFolder phone_;
   std::vector<FolderEntry> files_;
   std::unordered_map<Md5Digest, Known, DigestHash> known_;
+  std::vector<NewFile> staged_;
   bool isListed_ = false;
   bool isLearned_ = false;
 };

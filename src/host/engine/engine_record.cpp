@@ -14,19 +14,32 @@ constexpr const char* kSchema =
     "CREATE TABLE IF NOT EXISTS stores(id INTEGER PRIMARY KEY, phone TEXT NOT NULL,"
     " store TEXT NOT NULL, slow_done INTEGER NOT NULL DEFAULT 0,"
     " last_sync TEXT NOT NULL DEFAULT '', item_count INTEGER NOT NULL DEFAULT 0,"
-    " ended_ns INTEGER NOT NULL DEFAULT 0, UNIQUE(phone, store));"
+    " ended_ns INTEGER NOT NULL DEFAULT 0, source TEXT NOT NULL DEFAULT '', UNIQUE(phone, store));"
     "CREATE TABLE IF NOT EXISTS items(store_id INTEGER NOT NULL, name TEXT NOT NULL,"
     " size INTEGER NOT NULL, mtime_ns INTEGER NOT NULL, hash BLOB NOT NULL,"
     " uid TEXT NOT NULL, source_uid TEXT NOT NULL, inode INTEGER NOT NULL DEFAULT 0,"
     " phone_says BLOB NOT NULL DEFAULT x'', pc_says BLOB NOT NULL DEFAULT x'',"
     " pc_file BLOB NOT NULL DEFAULT x'', PRIMARY KEY(store_id, name)) WITHOUT ROWID;"
     "CREATE INDEX IF NOT EXISTS items_by_source ON items(store_id, source_uid);";
-constexpr const char* kUpgrade[] = {
-    "ALTER TABLE items ADD COLUMN inode INTEGER NOT NULL DEFAULT 0",
-    "ALTER TABLE items ADD COLUMN phone_says BLOB NOT NULL DEFAULT x''",
-    "ALTER TABLE items ADD COLUMN pc_says BLOB NOT NULL DEFAULT x''",
-    "ALTER TABLE items ADD COLUMN pc_file BLOB NOT NULL DEFAULT x''",
+struct Column {
+  const char* table;
+  const char* name;
+  const char* form;
 };
+// What a record of an earlier form lacks.
+constexpr Column kLater[] = {
+    {"items", "inode", "INTEGER NOT NULL DEFAULT 0"},
+    {"items", "phone_says", "BLOB NOT NULL DEFAULT x''"},
+    {"items", "pc_says", "BLOB NOT NULL DEFAULT x''"},
+    {"items", "pc_file", "BLOB NOT NULL DEFAULT x''"},
+    {"stores", "source", "TEXT NOT NULL DEFAULT ''"},
+};
+
+bool Has(SqliteDatabase& db, const Column& column) {
+  SqliteStatement found = db.Prepare("SELECT count(*) FROM pragma_table_info(?) WHERE name=?");
+  found.Bind(1, std::string_view(column.table)).Bind(2, std::string_view(column.name));
+  return found.Step() && found.Int(0) != 0;
+}
 
 std::string_view Bytes(const Md5Digest& hash) {
   return {reinterpret_cast<const char*>(hash.data()), hash.size()};
@@ -84,9 +97,7 @@ EngineRecord::EngineRecord(const std::string& path)
       schema_(db_),
       release_(db_.Prepare("DELETE FROM items WHERE store_id=? AND source_uid=? AND name<>?")),
       remove_(db_.Prepare("DELETE FROM items WHERE store_id=? AND source_uid=?")) {
-  SqliteStatement column =
-      db_.Prepare("SELECT count(*) FROM pragma_table_info('items') WHERE name='pc_file'");
-  isCurrent_ = column.Step() && column.Int(0) != 0;
+  isCurrent_ = std::ranges::all_of(kLater, [&](const Column& column) { return Has(db_, column); });
   if (isCurrent_) PreparePut();
 }
 
@@ -97,7 +108,12 @@ void EngineRecord::PreparePut() {
 void EngineRecord::Upgrade() {
   if (isCurrent_) return;
   SqliteTransaction group(db_);
-  for (const char* statement : kUpgrade) db_.Execute(statement);
+  for (const Column& column : kLater) {
+    if (Has(db_, column)) continue;
+    const std::string statement = std::string("ALTER TABLE ") + column.table + " ADD COLUMN " +
+                                  column.name + " " + column.form;
+    db_.Execute(statement.c_str());
+  }
   group.Commit();
   isCurrent_ = true;
   PreparePut();
@@ -125,21 +141,24 @@ void EngineRecord::SavePhone(const std::string& id, const std::string& path) {
 }
 
 StoreState EngineRecord::State(const std::string& phone, std::string_view store) {
-  SqliteStatement row = db_.Prepare(
-      "SELECT slow_done,last_sync,item_count,ended_ns FROM stores WHERE phone=? AND store=?");
+  SqliteStatement row =
+      db_.Prepare(std::string("SELECT slow_done,last_sync,item_count,ended_ns,") +
+                  (isCurrent_ ? "source" : "''") + " FROM stores WHERE phone=? AND store=?");
   row.Bind(1, phone).Bind(2, store);
   if (!row.Step()) return {};
-  return {row.Int(0) != 0, row.Text(1), row.Int(2), row.Int(3)};
+  return {row.Int(0) != 0, row.Text(1), row.Int(2), row.Int(3), row.Text(4)};
 }
 
 void EngineRecord::SaveState(const std::string& phone, std::string_view store,
                              const StoreState& state) {
-  db_.Prepare("UPDATE stores SET slow_done=?,last_sync=?,item_count=?,ended_ns=? WHERE id=?")
+  db_.Prepare(
+         "UPDATE stores SET slow_done=?,last_sync=?,item_count=?,ended_ns=?,source=? WHERE id=?")
       .Bind(1, int64_t{state.slowDone})
       .Bind(2, state.lastSync)
       .Bind(3, state.itemCount)
       .Bind(4, state.endedNs)
-      .Bind(5, StoreId(phone, store, true))
+      .Bind(5, state.source)
+      .Bind(6, StoreId(phone, store, true))
       .Run();
 }
 
@@ -242,6 +261,10 @@ void EngineRecord::SetAside(const std::string& phone, std::string_view store,
       .Bind(1, StoreId(phone, store, false))
       .Bind(2, name)
       .Run();
+}
+
+void EngineRecord::Clear(const std::string& phone, std::string_view store) {
+  db_.Prepare("DELETE FROM items WHERE store_id=?").Bind(1, StoreId(phone, store, false)).Run();
 }
 
 int64_t EngineRecord::Count(const std::string& phone, std::string_view store) {

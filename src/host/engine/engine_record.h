@@ -22,10 +22,15 @@ struct KnownPhone {
 
 // Of one store on one phone.
 struct StoreState {
-  bool slowDone = false;  // a slow sync went through
-  std::string lastSync;   // UTC, "YYYY-MM-DDThh:mm:ssZ"; empty for never
-  int64_t itemCount = 0;  // pairs after it
-  int64_t endedNs = 0;    // when it ended, by the clock that stamps files
+  bool slowDone = false;    // a slow sync went through
+  std::string lastSync;     // UTC, "YYYY-MM-DDThh:mm:ssZ"; empty for never
+  int64_t itemCount = 0;    // pairs after it
+  int64_t endedNs = 0;      // when it ended, by the clock that stamps files
+  std::string source = {};  // which folder of the PC it was; empty where that was not noted
+
+  bool IsElsewhere(const std::string& now) const {
+    return slowDone && !source.empty() && source != now;
+  }
 };
 
 class EngineRecord {
@@ -58,6 +63,8 @@ class EngineRecord {
   // item that has its name: it keeps its folder, and a name that no file has.
   void SetAside(const std::string& phone, std::string_view store, const std::string& name);
   int64_t Count(const std::string& phone, std::string_view store);
+  // All rows of the store.
+  void Clear(const std::string& phone, std::string_view store);
 
   // Groups what is written while it lives.
   SqliteTransaction Group() { return SqliteTransaction(db_); }

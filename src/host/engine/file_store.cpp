@@ -148,10 +148,6 @@ std::string FileStore::Get(int32_t index, ComPtr<IItemCommon>& item) {
   return ContentBytes(content.get());
 }
 
-void FileStore::Sent(int32_t index) {
-  store_->OnProcesseSentCmdSuccess(SENTCMD_ADD, Bstr(Decimal(index)), Bstr(u"/"), kFalse);
-}
-
 void FileStore::Add(std::string_view text, const std::function<void(IItemCommon&)>& change) {
   const ComPtr<IContentData> content = MakeContentData(text);
   if (Failed(store_->CachParseData(nullptr, type_, content.get()))) {

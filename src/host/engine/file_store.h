@@ -69,8 +69,6 @@ class FileStore {
   int32_t Count();
   // Their text, and the item behind it. Throws ItemError.
   std::string Get(int32_t index, ComPtr<IItemCommon>& item);
-  // The phone has taken it over.
-  void Sent(int32_t index);
   // Export. `change` may change the item behind the text before the store takes it. Throws
   // ItemError, and StoreFailure when nothing more can be written to the folder.
   void Add(std::string_view text, const std::function<void(IItemCommon&)>& change = {});

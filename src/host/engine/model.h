@@ -131,6 +131,9 @@ struct ItemLink {
 
 struct Inventory {
   bool isTree = false;
+  // What the store notes as agreed on was brought to both sides. A slow sync notes it while it
+  // matches, and may have ended before it came to the items.
+  bool isSettled = false;
   std::vector<RecordRow> records;
   std::vector<PhoneItem> phone;  // by name
   std::vector<PcItem> pc;

@@ -64,12 +64,13 @@ std::vector<StatusEntry> Flatten(ComPtr<IStatusDBItemTree> root, bool withFolder
   return entries;
 }
 
-// A status row without a content hash tells by its time alone. The time of a folder changes with
-// what is in it, and says nothing of the folder.
+// Content hashes decide where both have one: a time that was turned into UTC and back is another in
+// the hours around a change of the clocks. Without, the time alone tells. That of a folder changes
+// with what is in it, and says nothing of the folder.
 bool IsSame(const StatusEntry& a, const StatusEntry& b) {
   if (a.isFolder && b.isFolder) return true;
-  return CompareDateTime(a.modified, b.modified) == 0 &&
-         (a.md5 == b.md5 || a.md5.empty() || b.md5.empty());
+  if (!a.md5.empty() && !b.md5.empty()) return a.md5 == b.md5;
+  return CompareDateTime(a.modified, b.modified) == 0;
 }
 
 bool HasGone(const std::vector<StatusEntry>& before, const std::vector<StatusEntry>& now) {

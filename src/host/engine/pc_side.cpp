@@ -212,6 +212,17 @@ PcStore::PcStore(PcSide& side, Profile& profile, const StoreKind& kind)
     status = error.status();
   }
   if (Failed(status)) throw StoreFailure(reason.Explain("the store cannot be read", status));
+  const std::string entry = profile.Value(std::string(kind.configName) + ".EntryId");
+  source_ = kind.isTree ? RootFolder() : profile.Value("Outlook.CurProfileName") + "/" + entry;
+}
+
+std::string PcStore::MovedFrom(const std::string& before) const {
+  const std::string items(kind_.items);
+  return (kind_.isTree ? "the " + items + " of the PC are those of " + source_ +
+                             " now; at the last sync they were those of " + before
+                       : std::string(kind_.configName) +
+                             ".EntryId names another folder than at the last sync") +
+         ": nothing that is missing in it counts as deleted";
 }
 
 void PcStore::PrepareSlowSync() {

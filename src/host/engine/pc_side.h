@@ -109,6 +109,11 @@ class PcStore {
 
   const StoreKind& kind() const { return kind_; }
   PcSide& side() { return side_; }
+  // Which folder of the PC this is: of a tree its path. What was agreed with one is nothing that
+  // another lacks.
+  const std::string& source() const { return source_; }
+  // What to say where it was another one before.
+  std::string MovedFrom(const std::string& before) const;
   SyncSession SessionOf(const std::string& phoneId) { return side_.Session(kind_, phoneId); }
 
   // What is there, in the store's order, then what has gone since the last agreement, or has left
@@ -199,6 +204,7 @@ class PcStore {
   std::vector<BlindSpot> blindSpots_;
   ComPtr<IConverter> converter_;
   Bstr mimeType_;
+  std::string source_;
   Bstr folderType_{kFolderMimeType};
   Bstr root_{u"/"};
 };

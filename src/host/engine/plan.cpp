@@ -371,8 +371,12 @@ Move MoveOf(DS_SYNCTYPE mode, const Inventory& sides, const ItemLink& link) {
   if (link.changes.areKnown) return kPairMoves[row][state.pc][state.phone];
   if (mode == DS_SYNCTYPE_SLOW && bothThere &&
       (state.pc == kChanged) == (state.phone == kChanged)) {
-    const bool unchanged = state.pc == kSame && link.content == ContentMatch::Identical;
-    return unchanged ? Move::None : Move::Settle;
+    // What nobody touched stays as it is also where its text reads otherwise now: a time without a
+    // zone does when the computer is in another one. Only what the PC has lost of it comes back.
+    const bool reads = link.content == ContentMatch::Identical ||
+                       (sides.isSettled && (link.content == ContentMatch::Different ||
+                                            link.content == ContentMatch::PcHasMore));
+    return state.pc == kSame && reads ? Move::None : Move::Settle;
   }
   // A slow sync compares all pairs; one that agrees needs nothing sent whoever touched it.
   if (mode == DS_SYNCTYPE_SLOW && bothThere && link.content == ContentMatch::Identical) {

@@ -80,6 +80,10 @@ PendingChanges Pending(PcStore& pc, EngineRecord& record, const KnownPhone& phon
     pending.leavePhone +=
         link.record >= 0 && link.pc >= 0 && At(sides.pc, link.pc).change == PcChange::Filtered;
   }
+  if (state.IsElsewhere(pc.source())) {
+    pending.note = pc.MovedFrom(state.source) + "; the next sync compares both sides anew";
+    pending.pc.deleted = 0;
+  }
   return pending;
 }
 

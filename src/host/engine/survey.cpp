@@ -16,7 +16,10 @@ namespace qv {
 namespace {
 
 constexpr const char* kNoItem = "it holds no readable item";
-constexpr const char* kManyItems = "it holds more than one item; each must have a file of its own";
+constexpr const char* kManyItems =
+    "it holds more than one item; each must have a file of its own. The way out: move it out of "
+    "the "
+    "phone's folder; of a file of contacts or a calendar `qvsync import` then makes those files";
 
 void CheckStop() {
   if (IsSyncStopped()) throw SyncStopped();

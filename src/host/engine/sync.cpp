@@ -140,6 +140,7 @@ class StoreSync {
   PhoneFolder phone_;
   StoreState state_;
   bool makeFolder_ = false;
+  bool isElsewhere_ = false;  // the PC's folder is another one than that of the record
   StoreReport report_;
 };
 
@@ -173,12 +174,22 @@ bool StoreSync::List(PcStore& pc, const std::vector<RecordRow>& rows,
 void StoreSync::Sync(PcStore& pc, PcTransaction& planning) {
   const std::string& id = session_.phone.id;
   state_ = session_.record.State(id, kind_.name);
-  report_.mode = ChooseMode(session_.options.mode, state_.slowDone);
+  isElsewhere_ = state_.IsElsewhere(pc.source());
+  report_.mode = ChooseMode(session_.options.mode, state_.slowDone && !isElsewhere_);
+  if (isElsewhere_) report_.note = pc.MovedFrom(state_.source) + "; both sides are compared anew";
+  if (isElsewhere_ && report_.mode != DS_SYNCTYPE_SLOW) {
+    report_.note.clear();
+    return Refuse(pc.MovedFrom(state_.source) +
+                  ". Run a sync of both ways first, or choose the former folder again.");
+  }
   std::vector<RecordRow> rows = session_.record.Rows(id, kind_.name);
   std::vector<FolderEntry> files;
   if (!List(pc, rows, files)) return;
+  if (isElsewhere_) rows.clear();
+  state_.source = pc.source();
   Inventory sides =
       Survey(pc, phone_, report_.failed).Load(report_.mode, std::move(rows), files, state_.endedNs);
+  sides.isSettled = state_.slowDone;
   const SyncPlan plan = BuildPlan(report_.mode, sides);
   const ItemNames names(pc, phone_, sides);
   SafetyRules rules;
@@ -250,6 +261,7 @@ void StoreSync::Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& pl
   }
   // Before the stores' notes of this slow sync count: until it is through, the next is slow too.
   if (plan.mode == DS_SYNCTYPE_SLOW) session_.record.ClearSlowDone(session_.phone.id, kind_.name);
+  if (isElsewhere_) session_.record.Clear(session_.phone.id, kind_.name);
   planning.Commit();
   ConflictFiles conflicts(session_.profile);
   ProgressMeter progress(session_.progress, kind_.name, plan.steps.size());
@@ -262,17 +274,22 @@ void StoreSync::Execute(PcStore& pc, PcTransaction& planning, const SyncPlan& pl
   Finish(sides);
 }
 
-// Whether each pair that was found is on record now. One that failed may be found by a slow sync
-// alone, by its key text.
+// Whether each pair that was found is on record now, as it is. One that failed may be found by a
+// slow sync alone, by its key text.
 bool StoreSync::AllPairsRecorded(const Inventory& sides) {
   if (report_.failed.empty()) return true;
+  std::set<std::string> failed;
+  for (const ItemFailure& failure : report_.failed) failed.insert(failure.item);
   std::set<std::string> recorded;
   for (RecordRow& row : session_.record.Rows(session_.phone.id, kind_.name)) {
     recorded.insert(std::move(row.name));
   }
   return std::ranges::none_of(sides.links, [&](const ItemLink& link) {
-    return link.record < 0 && link.pc >= 0 && link.phone >= 0 &&
-           !recorded.contains(At(sides.phone, link.phone).name);
+    if (link.pc < 0 || link.phone < 0) return false;
+    const std::string& name = At(sides.phone, link.phone).name;
+    // The store takes a change that did not go through for one that did.
+    const bool isNoted = link.statusWritten && At(sides.pc, link.pc).change == PcChange::Changed;
+    return link.record < 0 ? !recorded.contains(name) : isNoted && failed.contains(name);
   });
 }
 

@@ -84,6 +84,7 @@ struct StoreReport {
   std::vector<std::string> steps;      // one line per planned action, as `--dry-run` prints them
   std::vector<PlannedAction> actions;  // the same for programs
   std::string message;                 // why refused or failed, and the way out
+  std::string note = {};               // what the user should know of the run itself
 };
 
 struct SyncReport {
@@ -113,6 +114,7 @@ struct PendingChanges {
   SideCounts phone;  // what changed on the phone; zeros when it is not reachable
   // Known items that the filter keeps back from now on: the phone loses them, the PC does not.
   int64_t leavePhone = 0;
+  std::string note = {};  // as that of a StoreReport
 };
 std::vector<PendingChanges> ReadStatus(Profile& profile);
 

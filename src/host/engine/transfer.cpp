@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <unordered_map>
+#include <utility>
 
 #include "host/engine/collection.h"
 #include "host/engine/content.h"
@@ -22,13 +23,11 @@
 #include "platform/system/service.h"
 #include "support/text.h"
 #include "support/user_flags.h"
+#include "support/vobject/item_files.h"
 #include "support/vobject/marked_text.h"
 
 namespace qv {
 namespace {
-
-// So many new files share a sync to disk.
-constexpr int32_t kBatch = 256;
 
 // Lines of texts between engine and stores end in CR LF.
 std::string WithWholeLineEnds(std::string_view text) {
@@ -76,10 +75,8 @@ class Import {
       if (IsSyncStopped()) throw SyncStopped();
       Try(report_, "file", job_.places[static_cast<size_t>(i)],
           [&](std::string& name) { One(i, name); });
-      if (!dryRun_ && i % kBatch == kBatch - 1) phone_.Sync();
       meter.Done();
     }
-    if (!dryRun_ && count > 0) phone_.Sync();
   }
 
  private:
@@ -99,9 +96,11 @@ class Import {
       ++(known.isNew ? report_.repeated : report_.alreadyThere);
       return;
     }
-    if (!dryRun_) Write(uid, text);
-    ++report_.done;
-    store_.Sent(index);
+    if (dryRun_) {
+      ++report_.done;
+    } else {
+      Stage(index, title, uid, text);
+    }
   }
 
   // An exception takes the identifier that its series went in under.
@@ -126,9 +125,20 @@ class Import {
     text = WriteItem(phone_.kind(), &item);
   }
 
-  void Write(const std::u16string& uid, const std::string& text) {
-    const std::error_code error = phone_.Add(uid, text);
+  // The report outlives this.
+  void Stage(int32_t index, const std::string& title, const std::u16string& uid,
+             const std::string& text) {
+    const std::string& place = job_.places[static_cast<size_t>(index)];
+    const auto placed = [&report = report_, &place, title](const std::error_code& error) {
+      if (error) {
+        report.failed.push_back({"file", place, error.message(), title});
+      } else {
+        ++report.done;
+      }
+    };
+    const std::error_code error = phone_.Stage(uid, text, placed);
     if (!error) return;
+    phone_.Place();
     // What one file cannot take, the next cannot either: the names are all alike.
     throw StoreFailure("cannot write to " + phone_.folder() + ": " + error.message() + "; " +
                        std::to_string(report_.done) +
@@ -203,10 +213,12 @@ class Export {
     if (form_.nothing) {
       if (const std::string why = form_.nothing(place_, *item); !why.empty()) throw ItemError(why);
     }
-    // A file of events has no room for what stands round them: zones, a mark, a newer version.
+    // A file of events has no room for what stands round them: zones, a mark, a newer version. And
+    // of a card some text may look like its end.
+    std::string whole = WithWholeLineEnds(WithoutMark(text, buffer));
+    const bool isCard = job_.row->format == FileFormat::VCard;
     const bool isCalendar = job_.row->format == FileFormat::VCal;
-    const std::string whole =
-        isCalendar ? WriteItem(kind, item.get()) : WithWholeLineEnds(WithoutMark(text, buffer));
+    if (isCalendar || (isCard && !LastsInAFile(whole))) whole = WriteItem(kind, item.get());
     store_->Add(whole, [&](IItemCommon& given) {
       if (!form_.mend) return;
       for (std::string& what : form_.mend(place_, given)) {
@@ -283,15 +295,13 @@ class Export {
 };
 
 template <class Body>
-TransferReport RunJob(Body&& body) {
-  TransferReport report;
+void RunJob(TransferReport& report, Body&& body) {
   const auto fail = [&](SyncResult result, const std::string& message) {
     report.result = result;
     report.message = message;
   };
   try {
     body(report);
-    if (!report.failed.empty() || !report.altered.empty()) report.result = SyncResult::Partial;
   } catch (const SyncStopped&) {
     fail(SyncResult::Stopped, "stopped before all of it was done");
   } catch (const StoreRefusal& refusal) {
@@ -303,7 +313,6 @@ TransferReport RunJob(Body&& body) {
   } catch (const std::exception& error) {
     fail(SyncResult::Failed, error.what());
   }
-  return report;
 }
 
 template <class Body>
@@ -325,17 +334,28 @@ TransferRun RunJobs(Profile& profile, const std::string& phoneFolder,
     return run;
   }
   if (changesPhone) WelcomePhone(record, phone);
-  // Each collection is looked at once, whatever number of files goes there.
+  // Each collection is looked at once, and waits for the disk with what all files bring to it.
   std::map<std::string_view, Collection> collections;
+  run.jobs.reserve(jobs.size());  // what is still on its way keeps hold of its report
   for (size_t i = 0; i < jobs.size(); ++i) {
     const StoreKind& kind = *FindStoreKind(jobs[i].row->kind);
     Collection& collection = collections.try_emplace(kind.name, phone.folder, kind).first->second;
-    run.jobs.push_back(RunJob([&](TransferReport& report) {
+    RunJob(run.jobs.emplace_back(), [&](TransferReport& report) {
       collection.List();
       body(collection, i, report);
-    }));
-    run.result = std::max(run.result, run.jobs.back().result);
+    });
     if (run.jobs.back().result == SyncResult::Stopped) break;
+  }
+  for (auto& [kind, collection] : collections) {
+    TransferReport rest;
+    RunJob(rest, [&](TransferReport&) { collection.Place(); });
+    run.result = std::max(run.result, rest.result);
+    if (!rest.message.empty()) run.message = rest.message;
+  }
+  for (TransferReport& job : run.jobs) {
+    const bool isPartial = !job.failed.empty() || !job.altered.empty();
+    if (isPartial && job.result == SyncResult::Ok) job.result = SyncResult::Partial;
+    run.result = std::max(run.result, job.result);
   }
   return run;
 }

@@ -47,7 +47,7 @@ void Tell(Sheet& sheet, size_t line, const std::u16string& heading, const std::u
 }  // namespace
 
 DATE CellClock::WallTime(DATE utc) const {
-  return DateFromUnixSeconds(zone_.UtcToLocal(UnixSecondsFromDate(utc)));
+  return DateFromUnixSeconds(zone_->UtcToLocal(UnixSecondsFromDate(utc)));
 }
 
 std::optional<CellClock::Handed> CellClock::HandOver(std::u16string_view cell) const {
@@ -58,14 +58,14 @@ std::optional<CellClock::Handed> CellClock::HandOver(std::u16string_view cell) c
     handed.utc = plain->date;
   } else {
     const int64_t local = UnixSecondsFromDate(plain->date);
-    const int64_t utc = zone_.LocalToUtc(local);
+    const int64_t utc = zone_->LocalToUtc(local);
     handed.utc = DateFromUnixSeconds(utc);
     // Behind a change that lies ahead the same local time may come again.
     constexpr int64_t kDay = 86400;
-    const int64_t second = local - (zone_.UtcToLocal(utc + kDay) - (utc + kDay));
-    if (zone_.UtcToLocal(utc) != local) {
+    const int64_t second = local - (zone_->UtcToLocal(utc + kDay) - (utc + kDay));
+    if (zone_->UtcToLocal(utc) != local) {
       handed.doubt = kSkipped;
-    } else if (second != utc && zone_.UtcToLocal(second) == local) {
+    } else if (second != utc && zone_->UtcToLocal(second) == local) {
       handed.doubt = kDoubled;
     }
   }
@@ -124,6 +124,7 @@ std::map<size_t, RightMoments> HandOverDates(Sheet& sheet, const SheetMapping& m
 
 std::vector<std::string> MendForCells(const CellClock& clock, Calendar& calendar) {
   std::vector<std::string> told;
+  if (calendar.allDay) return told;  // its cells are days
   const auto mend = [&](DATE utc, const char* what) {
     bool isExact = true;
     const DATE mended = clock.ForStore(utc, isExact);

@@ -13,7 +13,7 @@
 #include "host/engine/right_moments.h"
 #include "host/spreadsheet/mapping.h"
 #include "items/calendar.h"
-#include "platform/system/local_zone.h"
+#include "platform/system/named_zones.h"
 #include "platform/system/service.h"
 
 namespace qv {
@@ -21,7 +21,7 @@ namespace qv {
 // The zone that held when it was made; no other is looked at while it lives.
 class CellClock {
  public:
-  CellClock() : zone_(LocalZone()), scope_(held_) {}
+  CellClock() : zone_(held_.History()), scope_(held_) {}
 
   // What a cell with a date becomes.
   struct Handed {
@@ -40,8 +40,8 @@ class CellClock {
   DATE ForStore(DATE utc, bool& isExact) const;
 
  private:
-  const ZoneRules zone_;
   HeldTimeZone held_;
+  const std::shared_ptr<const ZoneRules> zone_;
   ScopedService<TimeZone> scope_;
 };
 

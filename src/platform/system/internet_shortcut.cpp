@@ -5,12 +5,16 @@
 
 #include "platform/system/code_page.h"
 #include "platform/system/service.h"
+#include "platform/system/utf7.h"
 #include "platform/system/utf8.h"
 
 namespace qv {
 namespace {
 
 constexpr std::string_view kSection = "[InternetShortcut]";
+// The URL once more, as the plain line has it and in UTF-7, where the plain line cannot say it.
+constexpr std::string_view kNarrowSection = "[InternetShortcut.A]";
+constexpr std::string_view kWideSection = "[InternetShortcut.W]";
 constexpr std::string_view kUrl = "URL=";
 constexpr std::string_view kLineEnd = "\r\n";
 
@@ -146,19 +150,19 @@ size_t LooseValue(std::string_view text, size_t at) {
 }
 
 // Behind the header of the section; npos for none.
-size_t FindSection(std::string_view text) {
-  size_t at = text.find(kSection);
+size_t FindSection(std::string_view text, std::string_view header) {
+  size_t at = text.find(header);
   for (size_t line = 0; at == text.npos && line < text.size();) {
     const size_t start = SkipBlanks(text, line);
-    if (StartsLike(text.substr(start), kSection)) at = start;
+    if (StartsLike(text.substr(start), header)) at = start;
     line = std::min(text.find_first_of(kLineEnd, line), text.size() - 1) + 1;
   }
-  return at == text.npos ? at : at + kSection.size();
+  return at == text.npos ? at : at + header.size();
 }
 
-// Of a value: as this system writes it, or as any INI file may, in the section itself; else the
-// first one behind it.
-size_t FindValue(std::string_view text, size_t section) {
+// Of a value: as this system writes it, or as any INI file may, in the section itself; else, where
+// that will do, the first one behind it.
+size_t FindValue(std::string_view text, size_t section, bool inItself) {
   std::vector<size_t> lines;
   size_t end = section;
   while (end < text.size()) {
@@ -172,7 +176,42 @@ size_t FindValue(std::string_view text, size_t section) {
   for (const size_t line : lines) {
     if (const size_t value = LooseValue(text, line); value != text.npos) return value;
   }
-  return strict == text.npos ? strict : strict + kUrl.size();
+  return strict == text.npos || inItself ? text.npos : strict + kUrl.size();
+}
+
+std::optional<UrlRange> RangeIn(std::string_view text, std::string_view header, bool inItself) {
+  const size_t section = FindSection(text, header);
+  if (section == text.npos) return std::nullopt;
+  const size_t value = FindValue(text, section, inItself);
+  if (value == text.npos) return std::nullopt;
+  size_t begin = value;
+  size_t end = std::min(text.find_first_of(kLineEnd, begin), text.size());
+  begin = std::min(SkipBlanks(text, begin), end);
+  while (end > begin && (text[end - 1] == ' ' || text[end - 1] == '\t')) --end;
+  return UrlRange{begin, end - begin};
+}
+
+std::string_view In(std::string_view bytes, const UrlRange& range) {
+  return bytes.substr(range.begin, range.length);
+}
+
+// Of the URL once more; never the plain line itself.
+std::optional<UrlRange> Beside(std::string_view bytes, std::string_view header) {
+  if (FormOf(bytes).width != 1) return std::nullopt;
+  const std::optional<UrlRange> range = RangeIn(bytes, header, true);
+  const std::optional<UrlRange> plain = FindUrlRange(bytes);
+  return range && plain && range->begin != plain->begin ? range : std::nullopt;
+}
+
+// What a program that knows of it opens. One that does not may have changed the plain line, and
+// then it no longer says what this one says, in the signs that both can hold.
+std::optional<std::u16string> WideUrl(std::string_view bytes, std::u16string_view plain) {
+  const std::optional<UrlRange> range = Beside(bytes, kWideSection);
+  std::optional<std::u16string> wide = range ? FromUtf7(In(bytes, *range)) : std::nullopt;
+  const auto isLike = [](char16_t whole, char16_t sign) { return whole == sign || whole >= 0x80; };
+  const bool sayTheSame = wide && (std::ranges::equal(*wide, plain, isLike) ||
+                                   FromUtf8(PercentEncoded(*wide)) == plain);
+  return sayTheSame ? wide : std::nullopt;
 }
 
 }  // namespace
@@ -180,16 +219,9 @@ size_t FindValue(std::string_view text, size_t section) {
 std::optional<UrlRange> FindUrlRange(std::string_view bytes) {
   const Form form = FormOf(bytes);
   const std::string skeleton = form.width == 1 ? std::string() : Skeleton(bytes, form);
-  const std::string_view text = form.width == 1 ? bytes : skeleton;
-  const size_t section = FindSection(text);
-  if (section == text.npos) return std::nullopt;
-  const size_t value = FindValue(text, section);
-  if (value == text.npos) return std::nullopt;
-  size_t begin = value;
-  size_t end = std::min(text.find_first_of(kLineEnd, begin), text.size());
-  begin = std::min(SkipBlanks(text, begin), end);
-  while (end > begin && (text[end - 1] == ' ' || text[end - 1] == '\t')) --end;
-  return UrlRange{begin * form.width, (end - begin) * form.width};
+  std::optional<UrlRange> range = RangeIn(form.width == 1 ? bytes : skeleton, kSection, false);
+  if (range) *range = {range->begin * form.width, range->length * form.width};
+  return range;
 }
 
 std::string ShortcutBytes(std::u16string_view url) {
@@ -201,7 +233,8 @@ std::string ShortcutBytes(std::u16string_view url) {
 std::u16string ShortcutUrl(std::string_view bytes) {
   const std::optional<UrlRange> range = FindUrlRange(bytes);
   if (!range) return {};
-  return UrlIn(bytes.substr(range->begin, range->length), FormOf(bytes));
+  std::u16string plain = UrlIn(In(bytes, *range), FormOf(bytes));
+  return WideUrl(bytes, plain).value_or(std::move(plain));
 }
 
 SystemError InternetShortcut::Load(std::u16string_view path) {
@@ -221,9 +254,16 @@ bool InternetShortcut::SetURL(std::u16string_view given, uint32_t) {
         form.width == 1 ? own + ShortcutBytes(url) : Wide(FromUtf8(own) + WholeShortcut(url), form);
     return true;
   }
-  const std::string_view old = std::string_view(bytes_).substr(range->begin, range->length);
-  if (UrlIn(old, form) == url) return false;
-  bytes_.replace(range->begin, range->length, NewBytes(url, old, form));
+  const std::string_view old = In(bytes_, *range);
+  const bool isStale = Beside(bytes_, kWideSection) && !WideUrl(bytes_, UrlIn(old, form));
+  if (!isStale && ShortcutUrl(bytes_) == url) return false;
+  const std::string plain = UrlIn(old, form) == url ? std::string(old) : NewBytes(url, old, form);
+  bytes_.replace(range->begin, range->length, plain);
+  for (const std::string_view header : {kNarrowSection, kWideSection}) {
+    const std::optional<UrlRange> beside = Beside(bytes_, header);
+    if (!beside) continue;
+    bytes_.replace(beside->begin, beside->length, header == kWideSection ? ToUtf7(url) : plain);
+  }
   return true;
 }
 

@@ -7,6 +7,9 @@
 // line end and without blanks around it. What writes such files by hand or as any other INI file
 // is read too: "url = ...", "[internetshortcut]", and UTF-16 with a mark or without. The bytes are
 // UTF-8 where they can be, else of the ANSI code page; new ones are written in that page.
+// A URL that the page cannot hold has a second line beside this one in the section
+// "[InternetShortcut.W]", in UTF-7. It counts as long as the plain line says the same in the signs
+// that it can hold, and both are kept in step.
 // Everything else in a file belongs to whoever wrote it.
 #pragma once
 

@@ -37,6 +37,16 @@ FileState StateOf(const std::string& path) {
 class LinuxTimeZone final : public TimeZone {
  public:
   TimeZoneRecord GetTimeZoneInformation() override {
+    Refresh();
+    return record_;
+  }
+  std::shared_ptr<const ZoneRules> History() override {
+    Refresh();
+    return history_;
+  }
+
+ private:
+  void Refresh() {
     const char* value = std::getenv("TZ");
     const bool isSameName = isLoaded_ && (value != nullptr) == value_.has_value() &&
                             (value == nullptr || *value_ == value);
@@ -44,13 +54,11 @@ class LinuxTimeZone final : public TimeZone {
     const FileState state = StateOf(path_);
     if (!isSameName || state != state_) {
       state_ = state;
-      record_ = Load();
+      Load();
       isLoaded_ = true;
     }
-    return record_;
   }
 
- private:
   void SetName(const char* value) {
     value_.reset();
     name_.reset();
@@ -62,12 +70,17 @@ class LinuxTimeZone final : public TimeZone {
   }
 
   // As the C library: a zone file by that name, else a rule, else UTC.
-  TimeZoneRecord Load() const {
+  void Load() {
     std::string bytes;
+    std::optional<TimeZoneRecord> record;
+    std::optional<ZoneRules> history;
     if (state_ != FileState() && !Files::Default().Read(path_, bytes)) {
-      if (const std::optional<TimeZoneRecord> record = ReadZoneFile(bytes)) return *record;
+      record = ReadZoneFile(bytes);
+      if (record) history = ReadZoneHistory(bytes);
     }
-    return name_ ? ParsePosixZone(*name_) : TimeZoneRecord();
+    record_ = record ? *record : name_ ? ParsePosixZone(*name_) : TimeZoneRecord();
+    if (!history) history.emplace(0, std::vector<ZoneRules::Transition>(), record_);
+    history_ = std::make_shared<const ZoneRules>(*std::move(history));
   }
 
   bool isLoaded_ = false;
@@ -76,11 +89,19 @@ class LinuxTimeZone final : public TimeZone {
   std::string path_;
   FileState state_;
   TimeZoneRecord record_;
+  std::shared_ptr<const ZoneRules> history_;
 };
 
 }  // namespace
 
-HeldTimeZone::HeldTimeZone() : record_(Service<TimeZone>::Get().GetTimeZoneInformation()) {}
+std::shared_ptr<const ZoneRules> TimeZone::History() {
+  return std::make_shared<const ZoneRules>(0, std::vector<ZoneRules::Transition>(),
+                                           GetTimeZoneInformation());
+}
+
+HeldTimeZone::HeldTimeZone()
+    : record_(Service<TimeZone>::Get().GetTimeZoneInformation()),
+      history_(Service<TimeZone>::Get().History()) {}
 
 TimeZone& TimeZone::Default() {
   static LinuxTimeZone zone;

@@ -1,6 +1,7 @@
 // The time-zone record: offset from UTC and the yearly daylight rule.
 #pragma once
 
+#include <memory>
 #include <string_view>
 
 #include "platform/system/system_time.h"
@@ -21,26 +22,34 @@ struct TimeZoneRecord {
   friend bool operator==(const TimeZoneRecord&, const TimeZoneRecord&) = default;
 };
 
+class ZoneRules;  // named_zones.h
+
 class TimeZone {
  public:
   virtual ~TimeZone() = default;
   // The record of the zone that holds now. Cheap enough to be asked once per date.
   virtual TimeZoneRecord GetTimeZoneInformation() = 0;
+  // What the clocks of that zone show at any time: its history, and the record behind the last
+  // change that is known. Of a zone of which no more is known the record counts for all times. As
+  // cheap.
+  virtual std::shared_ptr<const ZoneRules> History();
 
   // TZ as the C library reads it (a zone name, a path, or a rule), else /etc/localtime. The record
   // comes from the rule behind the last transition (RFC 8536, the footer of a TZif file).
   static TimeZone& Default();
 };
 
-// The record that held when it was made: for a loop over many dates, which then all go by one look
+// The zone that held when it was made: for a loop over many dates, which then all go by one look
 // at the zone. Put it in place with ScopedService.
 class HeldTimeZone final : public TimeZone {
  public:
   HeldTimeZone();
   TimeZoneRecord GetTimeZoneInformation() override { return record_; }
+  std::shared_ptr<const ZoneRules> History() override { return history_; }
 
  private:
   TimeZoneRecord record_;
+  std::shared_ptr<const ZoneRules> history_;
 };
 
 // The record of a POSIX TZ rule, "CET-1CEST,M3.5.0,M10.5.0/3". Daylight dates of the forms Jn and n

@@ -22,11 +22,14 @@ bool HoldsNothing(std::string_view bytes) {
 void TreeInfo::Begin() {
   blind_.clear();
   seen_.clear();
+  names_.clear();
   isSorted_ = false;
 }
 
 void TreeInfo::See(std::u16string_view uid, const EntryInfo& entry) {
-  seen_.push_back({ToInt(uid), StampOfEntry(entry), entry.name});
+  seen_.push_back(
+      {ToInt(uid), static_cast<uint32_t>(entry.name.size()), names_.size(), StampOfEntry(entry)});
+  names_ += entry.name;
 }
 
 const TreeInfo::Seen* TreeInfo::FindSeen(std::u16string_view uid) {
@@ -74,7 +77,8 @@ HRESULT TreeInfo::GetEntryStamp(BSTR sourceUid, BOOL anew, TREE_ENTRYSTAMP* stam
 HRESULT TreeInfo::GetEntryName(BSTR sourceUid, BSTR* name) noexcept {
   return Slot(Requires(sourceUid), Outs(name), [&]() -> HRESULT {
     const Seen* seen = FindSeen(View(sourceUid));
-    return seen == nullptr ? E_FAIL : HandOut(name, seen->name);
+    if (seen == nullptr) return E_FAIL;
+    return HandOut(name, std::u16string_view(names_).substr(seen->nameAt, seen->nameLength));
   });
 }
 

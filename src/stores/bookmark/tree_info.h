@@ -43,8 +43,9 @@ class TreeInfo final : public DispatchSlots<IBookmarkTreeInfo> {
  private:
   struct Seen {
     int32_t number = 0;
+    uint32_t nameLength = 0;
+    size_t nameAt = 0;  // in `names_`
     TREE_ENTRYSTAMP stamp{};
-    std::u16string name;
   };
 
   // Throw StatusError.
@@ -58,6 +59,7 @@ class TreeInfo final : public DispatchSlots<IBookmarkTreeInfo> {
   UnsettledChanges& changes_;
   std::vector<BlindSpot> blind_;
   std::vector<Seen> seen_;  // by number, once it has been asked
+  std::u16string names_;    // one behind the other: a text a piece would cost more than the names
   bool isSorted_ = false;
 };
 

@@ -12,6 +12,7 @@
 #include "stores/importexport/csv_number.h"
 #include "support/date_time.h"
 #include "support/text.h"
+#include "support/wall_clock.h"
 
 namespace qv {
 namespace {
@@ -56,6 +57,9 @@ constexpr auto kNames = [] {
   return names;
 }();
 
+constexpr size_t kAlarm = 6;
+static_assert(kFields[kAlarm].form == Form::Alarm);
+
 // Texts of dates are local time. 0.0 for none and for a text that is none.
 DATE DateOf(const std::u16string& text) {
   const DateTimeValue date = ParseLooseDateTime(text);
@@ -64,8 +68,11 @@ DATE DateOf(const std::u16string& text) {
   return utc.IsDate() ? utc.value : 0.0;
 }
 
-std::u16string DateText(DATE date) {
-  return FormatDateTimeMinutes(UtcToLocal(date, true));
+// A day is what it is on the wall, whatever the clocks did at its midnight.
+std::u16string DateText(const Calendar& calendar, DATE held, int64_t earlier = 0) {
+  const DATE date = DateFromUnixSeconds(UnixSecondsFromDate(held) - earlier);
+  return FormatDateTimeMinutes(IsDay(calendar, held) ? DateTimeValue(date)
+                                                     : UtcToLocal(date, true));
 }
 
 // From the alarm to the start, in whole minutes; below zero for an alarm behind it.
@@ -119,6 +126,11 @@ ComPtr<IItemCommon> ReadCalendar(const FieldTexts& texts, const GroupTable&) {
   }
   // One that begins or ends within a day keeps its moments as they were told.
   SettleDaysHere(calendar);
+  const DATE alarm = DateOf(texts[kAlarm]);
+  if (alarm != 0.0 && IsDay(calendar, calendar.start)) {
+    // Of a day it lies that long before its midnight on the wall.
+    calendar.reminderMinutes = LeadMinutes(calendar.start, WallClock().FromUtc(alarm));
+  }
   StampNew(calendar.fields);
   return MakeCalendarItem(std::move(calendar));
 }
@@ -131,19 +143,18 @@ std::u16string CellText(const Calendar& calendar, const Field& field) {
       return calendar.*field.text;
     case Form::Date:
       return calendar.*field.date == 0.0 ? std::u16string()
-                                         : DateText(MomentOf(calendar, calendar.*field.date));
+                                         : DateText(calendar, calendar.*field.date);
     case Form::AllDay:
       return calendar.allDay ? u"1" : u"";
     case Form::Alarm:
       if (!calendar.reminderMinutes) return {};
-      return DateText(DateFromUnixSeconds(UnixSecondsFromDate(MomentOf(calendar, calendar.start)) -
-                                          int64_t{*calendar.reminderMinutes} * 60));
+      return DateText(calendar, calendar.start, int64_t{*calendar.reminderMinutes} * 60);
     case Form::Type:
       return calendar.isRecurring ? Decimal(static_cast<int32_t>(rule.type)) : std::u16string();
     case Form::Rule:
       return calendar.isRecurring ? Decimal(rule.*field.rule) : std::u16string();
     case Form::Until:
-      return calendar.isRecurring && rule.until != 0.0 ? DateText(MomentOf(calendar, rule.until))
+      return calendar.isRecurring && rule.until != 0.0 ? DateText(calendar, rule.until)
                                                        : std::u16string();
     case Form::Number:
       return calendar.*field.number == 0 ? std::u16string() : Decimal(calendar.*field.number);

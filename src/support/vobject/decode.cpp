@@ -194,14 +194,14 @@ std::u16string Unescape(std::u16string_view text, Dialect dialect) {
   return result;
 }
 
-std::u16string OldEscapes(std::u16string_view modern, bool isList) {
+std::u16string OldEscapes(std::u16string_view modern, char16_t separator) {
   std::u16string old;
   old.reserve(modern.size());
   for (size_t i = 0; i < modern.size(); ++i) {
     const char16_t next = modern[i] == u'\\' && i + 1 < modern.size() ? modern[i + 1] : u'\0';
     const char16_t escaped = EscapedCharacter(next, Dialect::Modern);
     if (escaped == 0) {
-      old += isList && modern[i] == u',' ? u';' : modern[i];
+      old += separator != 0 && modern[i] == u',' ? separator : modern[i];
       continue;
     }
     ++i;
@@ -209,10 +209,23 @@ std::u16string OldEscapes(std::u16string_view modern, bool isList) {
       old += u"\r\n";
       continue;
     }
-    if (EscapedCharacter(escaped, Dialect::Old) != 0) old += u'\\';
+    const bool isKept =
+        EscapedCharacter(escaped, Dialect::Old) != 0 || (escaped == u',' && separator == u',');
+    if (isKept) old += u'\\';
     old += escaped;
   }
   return old;
+}
+
+std::u16string OldListText(std::u16string_view list) {
+  std::u16string text;
+  text.reserve(list.size());
+  for (size_t i = 0; i < list.size(); ++i) {
+    const char16_t next = list[i] == u'\\' && i + 1 < list.size() ? list[i + 1] : u'\0';
+    const bool isEscape = next == u',' || EscapedCharacter(next, Dialect::Old) != 0;
+    text += isEscape ? list[++i] : list[i];
+  }
+  return text;
 }
 
 // The escapes undone but for those before a ';', which tell the ones that separate from the others.

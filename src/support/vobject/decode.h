@@ -37,9 +37,12 @@ class ValueDecoder {
 std::u16string Unescape(std::u16string_view text, Dialect dialect);
 
 // The same text with the escapes of the old grammar: what separates still separates, a comma needs
-// no backslash, and line breaks stand for themselves. `isList`: commas separate its values, which
-// is done by ';' in the old grammar.
-std::u16string OldEscapes(std::u16string_view modern, bool isList = false);
+// no backslash, and line breaks stand for themselves. Of a list `separator` is what stands between
+// its values there: ';', or the comma, and then one within a value keeps its backslash.
+std::u16string OldEscapes(std::u16string_view modern, char16_t separator = 0);
+
+// A list of the old grammar whose separator is the comma, as one text: no comma in it is escaped.
+std::u16string OldListText(std::u16string_view list);
 
 // What becomes of components beyond the last part.
 enum class Surplus {

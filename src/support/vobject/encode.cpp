@@ -22,6 +22,35 @@ enum class Separator {
   Escaped,  // with a backslash before it
 };
 
+// The sign by which each is found, and what stands before and behind it.
+struct EnvelopeLook {
+  std::string_view before;
+  char sign;
+  std::string_view behind;
+};
+constexpr EnvelopeLook kLooks[] = {{"BEGIN", ':', "V"},       {"END", ':', "V"},
+                                   {"X-QVVERSION", ':', ""},  {"X-GRPUUID", ':', ""},
+                                   {"CHARSET", '=', "utf-8"}, {"CHARSET", '=', "UTF-8"}};
+
+template <class Char>
+bool HoldsLook(std::basic_string_view<Char> text) {
+  const auto stands = [&](size_t at, std::string_view look) {
+    return at <= text.size() && text.size() - at >= look.size() &&
+           std::equal(look.begin(), look.end(), text.begin() + static_cast<std::ptrdiff_t>(at),
+                      [](char c, Char other) { return static_cast<Char>(c) == other; });
+  };
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != ':' && text[i] != '=') continue;
+    for (const EnvelopeLook& look : kLooks) {
+      if (text[i] == static_cast<Char>(look.sign) && i >= look.before.size() &&
+          stands(i - look.before.size(), look.before) && stands(i + 1, look.behind)) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
 void AppendEscaped(std::u16string_view text, Separator separator, std::u16string& out) {
   for (size_t i = 0; i < text.size();) {
     const size_t run = i;
@@ -90,11 +119,12 @@ size_t EncodeUtf8(char32_t c, unsigned char (&bytes)[4]) {
 
 // A character's codes are never cut by a soft break, and a blank next to one is coded, so that
 // neither a reader of single lines nor one that trims or unfolds first can spoil the text.
-void AppendQuotedPrintable(std::u16string_view text, size_t column, std::string& out) {
+void AppendQuotedPrintable(std::u16string_view text, bool hidesColons, size_t column,
+                           std::string& out) {
   constexpr char kHex[] = "0123456789ABCDEF";
   for (size_t i = 0; i < text.size();) {
     const char32_t c = NextCodePoint(text, i);
-    bool plain = c > 0x20 && c < 0x7F && c != '=';
+    bool plain = c > 0x20 && c < 0x7F && c != '=' && !(hidesColons && c == ':');
     if (c == ' ') plain = column + 2 < kColumns && i < text.size();
     unsigned char bytes[4];
     const size_t count = EncodeUtf8(c, bytes);
@@ -119,13 +149,18 @@ void AppendQuotedPrintable(std::u16string_view text, size_t column, std::string&
 
 }  // namespace
 
+bool LooksLikeEnvelope(std::string_view value) {
+  return HoldsLook(value);
+}
+
 void LineWriter::Finish(std::u16string_view escaped) {
-  if (IsPrintableAscii(escaped)) {
+  const bool looks = HoldsLook(escaped);
+  if (!looks && IsPrintableAscii(escaped)) {
     text_ += ':';
     AppendNarrow(escaped, text_);
   } else {
     text_ += kEncoded;
-    AppendQuotedPrintable(escaped, text_.size() - lineStart_, text_);
+    AppendQuotedPrintable(escaped, looks, text_.size() - lineStart_, text_);
   }
   text_ += kBreak;
 }

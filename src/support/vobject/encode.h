@@ -7,6 +7,10 @@
 
 namespace qv {
 
+// Files of texts are cut and rewritten by what looks like the begin or end of an item, a charset or
+// a mark of theirs, wherever it stands. Whether a value has such a look.
+bool LooksLikeEnvelope(std::string_view value);
+
 // Appends lines to one text, each ended by CR LF. A line is `Begin` with the whole header, then
 // one of the others.
 class LineWriter {
@@ -20,7 +24,8 @@ class LineWriter {
   void Append(std::string_view header) { text_ += header; }
 
   // A text. Anything but printable ASCII goes out in UTF-8 as quoted-printable, marked in the
-  // header and broken at 76 columns. A backslash is doubled.
+  // header and broken at 76 columns; so does what looks like an envelope, its colons too. A
+  // backslash is doubled.
   void Text(std::u16string_view value);
   // A text that has its escapes already.
   void Escaped(std::u16string_view value) { Finish(value); }

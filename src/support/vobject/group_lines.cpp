@@ -39,7 +39,7 @@ void AddGroupUids(std::string& card, const std::vector<std::u16string>& names,
     if (!uids.empty()) uids.push_back(u';');
     uids += uid;
   }
-  const size_t end = card.find(kCardEnd);
+  const size_t end = card.rfind(kCardEnd);
   if (uids.empty() || end == card.npos) return;
   card.insert(end, std::string(kUidHead).append(ToUtf8(uids)).append(kLineEnd));
 }

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "support/text.h"
+#include "support/vobject/encode.h"
+#include "support/vobject/lines.h"
 
 namespace qv {
 namespace {
@@ -79,18 +81,46 @@ bool VCardCutter::Next(std::string& card) {
   }
   if (at == text_.npos) return false;
   card.clear();
-  size_t done = at - kColonOfBegin;
+  const size_t begin = at - kColonOfBegin;
+  size_t done = begin;
+  size_t end = 0;  // of a card that holds another
+  bool holdsOther = false;
   while ((at = NextSign<':'>(text_, at + 1)) != text_.npos) {
     if (StandsRound(text_, at, kColonOfMarker, kFileMarkerLine)) {
       AppendStretch(card, text_.substr(done, at - kColonOfMarker - done));
       done = at - kColonOfMarker + kFileMarkerLine.size();
     }
-    if (StandsRound(text_, at, kColonOfEnd, kEndCard)) break;
+    if (!holdsOther && StandsRound(text_, at, kColonOfBegin, kBeginCard)) {
+      holdsOther = true;
+      end = EndOf(begin);
+    }
+    if (at >= end && StandsRound(text_, at, kColonOfEnd, kEndCard)) break;
   }
   if (at == text_.npos) return false;
   at_ = at - kColonOfEnd + kEndCard.size();
   AppendStretch(card, text_.substr(done, at_ - done));
+  stretch_ = text_.substr(begin, at_ - begin);
   return true;
+}
+
+// 0 for a card without an END line.
+size_t VCardCutter::EndOf(size_t begin) {
+  if (!ends_) {
+    ends_.emplace();
+    std::vector<size_t> open;
+    LineReader reader(text_.substr(begin));
+    for (Line line; reader.Next(line);) {
+      const std::string_view rest = reader.text().substr(line.begin);
+      if (rest.starts_with(kBeginCard)) {
+        open.push_back(begin + line.begin);
+      } else if (rest.starts_with(kEndCard) && !open.empty()) {
+        ends_->emplace(open.back(), begin + line.begin);
+        open.pop_back();
+      }
+    }
+  }
+  const auto found = ends_->find(begin);
+  return found == ends_->end() ? 0 : found->second;
 }
 
 bool HasFileMarker(std::string_view text) {
@@ -129,6 +159,20 @@ std::vector<std::string> SplitVMemos(std::string_view text) {
 void MarkSavedVCard(std::string& card) {
   ReplaceAll(card, kTextCharset, kFileCharset);
   ReplaceAll(card, kBeginCard, std::string(kBeginCard) + "\r\n" + std::string(kFileMarker));
+}
+
+bool LastsInAFile(std::string_view card) {
+  VCardCutter cutter(card);
+  std::string loaded;
+  if (!cutter.Next(loaded) || !card.starts_with(cutter.stretch()) ||
+      card.find_first_not_of("\r\n", cutter.stretch().size()) != card.npos) {
+    return false;
+  }
+  LineReader reader(card);
+  for (Line line; reader.Next(line);) {
+    if (LooksLikeEnvelope(line.value)) return false;
+  }
+  return true;
 }
 
 std::string_view EventStretch(std::string_view text) {

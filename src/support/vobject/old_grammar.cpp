@@ -43,7 +43,8 @@ bool NeedsQuotes(std::string_view value) {
 }
 
 // Without encoding and charset, which the value gets anew; of base64 the charset is the bytes' own.
-std::string OldHeader(const Line& line) {
+template <class Spelling>
+std::string HeaderOf(const Line& line, Spelling&& spelling) {
   const bool isBytes = line.encoding == ValueEncoding::Base64;
   std::string header;
   if (!line.group.empty()) header.append(line.group).append(".");
@@ -53,14 +54,14 @@ std::string OldHeader(const Line& line) {
     const bool isCharset = SameWord(parameter.name, "CHARSET");
     const bool isValueKind = SameWord(parameter.name, "VALUE");
     if (IsTransport(parameter) && !isValueKind && !(isCharset && isBytes)) continue;
-    header.append(";").append(OldParameter(parameter));
+    header.append(";").append(spelling(parameter));
   }
   return header;
 }
 
 class OldGrammarWriter {
  public:
-  OldGrammarWriter(std::span<const std::string_view> lists, LineWriter& writer)
+  OldGrammarWriter(const ListProperties& lists, LineWriter& writer)
       : lists_(lists), writer_(writer) {}
 
   void Write(const Line& line) {
@@ -76,20 +77,20 @@ class OldGrammarWriter {
     if (line.encoding == ValueEncoding::Base64) {
       const auto bytes = decoder_.Octets(line, Dialect::Modern);
       if (!bytes) return false;
-      writer_.Begin(OldHeader(line));
+      writer_.Begin(HeaderOf(line, OldParameter));
       writer_.Append(";ENCODING=BASE64");
       writer_.Base64(*bytes);
       return true;
     }
     const auto text = decoder_.Text(line, Dialect::Modern, true);
-    writer_.Begin(OldHeader(line));
+    writer_.Begin(HeaderOf(line, OldParameter));
     const bool isList = std::ranges::any_of(
-        lists_, [&](std::string_view name) { return SameWord(name, line.name); });
-    writer_.Escaped(OldEscapes(*text, isList));
+        lists_.names, [&](std::string_view name) { return SameWord(name, line.name); });
+    writer_.Escaped(OldEscapes(*text, isList ? lists_.separator : u'\0'));
     return true;
   }
 
-  std::span<const std::string_view> lists_;
+  const ListProperties& lists_;
   LineWriter& writer_;
   ValueDecoder decoder_;
 };
@@ -142,14 +143,26 @@ std::string OldParameter(const Parameter& parameter) {
   return old.empty() ? std::string(parameter.raw) : old;
 }
 
-void WriteInOldGrammar(std::string_view modern, std::span<const std::string_view> lists,
-                       LineWriter& writer) {
+void WriteInOldGrammar(std::string_view modern, const ListProperties& lists, LineWriter& writer) {
   if (SaysItsVersion(modern)) {
     return writer.Begin(modern);
   }
   LineReader reader(modern);
   OldGrammarWriter old(lists, writer);
   for (Line line; reader.Next(line);) old.Write(line);
+}
+
+bool WriteHidden(std::string_view text, LineWriter& writer) {
+  LineReader reader(text);
+  Line line;
+  Line more;
+  const bool isText = reader.Next(line) && !line.bare && !line.malformed && !IsEnvelope(line) &&
+                      line.encoding != ValueEncoding::Base64 && LooksLikeEnvelope(line.value);
+  if (!isText || reader.Next(more)) return false;
+  ValueDecoder decoder;
+  writer.Begin(HeaderOf(line, [](const Parameter& kept) { return std::string(kept.raw); }));
+  writer.Escaped(*decoder.Text(line, Dialect::Old, true));
+  return true;
 }
 
 }  // namespace qv

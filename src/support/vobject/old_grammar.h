@@ -24,11 +24,20 @@ std::optional<Dialect> DialectByLook(const Line& line);
 // modern grammar needs, URL for the kind of value that is called URI.
 std::string OldParameter(const Parameter& parameter);
 
+// The properties of a kind of text whose values are lists, with commas between them in the modern
+// grammar, and what stands there in the old one.
+struct ListProperties {
+  std::span<const std::string_view> names;
+  char16_t separator = u',';
+};
+
 // Writes the lines of `modern`, a property or a component from its BEGIN to its END, line break
-// included. `lists` names the properties whose values are lists in both grammars. Of a component
-// that says its VERSION itself, and of a line whose end of the header cannot be told or whose
-// base64 is none, the bytes stay as they are.
-void WriteInOldGrammar(std::string_view modern, std::span<const std::string_view> lists,
-                       LineWriter& writer);
+// included. Of a component that says its VERSION itself, and of a line whose end of the header
+// cannot be told or whose base64 is none, the bytes stay as they are.
+void WriteInOldGrammar(std::string_view modern, const ListProperties& lists, LineWriter& writer);
+
+// Writes an old line whose value must not stand there as it is, because it looks like an envelope
+// (see encode.h). False, and nothing is written, for any other, and for more than one line.
+bool WriteHidden(std::string_view line, LineWriter& writer);
 
 }  // namespace qv
