@@ -134,17 +134,17 @@ class AgedFiles : public FailingFiles {
   AgedFiles(bool isCoarse, bool hasInodes) : isCoarse_(isCoarse), hasInodes_(hasInodes) {
     NextSecond();
   }
-  // Files are stamped by the kernel's ticks: what is written from the next one on is of the second.
+  // What is there keeps its second. Files are stamped by the kernel's ticks, but one that was looked
+  // at since by the exact time: what is written from the next tick on is of the new second.
   void NextSecond() {
     ++seconds_;
-    const int64_t next = Tick() + 1;
-    if (!epochs_.empty() && epochs_.rbegin()->first >= next) return;
+    const int64_t next = epochs_.empty() ? Now(CLOCK_REALTIME_COARSE) : Now(CLOCK_REALTIME) + 1;
     epochs_[next] = epochs_.empty() ? (next / kSecond - 100'000) * kSecond
                                     : epochs_.rbegin()->second + 10 * kSecond;
   }
   // Before anything is written that must not be of the second before.
   void AwaitSecond() const {
-    while (Tick() < epochs_.rbegin()->first) {
+    while (Now(CLOCK_REALTIME_COARSE) < epochs_.rbegin()->first) {
       std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
   }
@@ -187,9 +187,9 @@ class AgedFiles : public FailingFiles {
     info.changedNs = hasInodes_ ? Aged(info.changedNs) : info.modifiedNs;
     info.createdNs = hasInodes_ ? Aged(info.createdNs) : info.modifiedNs;
   }
-  static int64_t Tick() {
+  static int64_t Now(clockid_t clock) {
     timespec now{};
-    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    clock_gettime(clock, &now);
     return now.tv_sec * kSecond + now.tv_nsec;
   }
   int64_t Aged(int64_t ns) const {
