@@ -134,8 +134,8 @@ class AgedFiles : public FailingFiles {
   AgedFiles(bool isCoarse, bool hasInodes) : isCoarse_(isCoarse), hasInodes_(hasInodes) {
     NextSecond();
   }
-  // What is there keeps its second. Files are stamped by the kernel's ticks, but one that was looked
-  // at since by the exact time: what is written from the next tick on is of the new second.
+  // What is there keeps its second. Files are stamped by the kernel's ticks, but one that was
+  // looked at since by the exact time: what is written from the next tick on is of the new second.
   void NextSecond() {
     ++seconds_;
     const int64_t next = epochs_.empty() ? Now(CLOCK_REALTIME_COARSE) : Now(CLOCK_REALTIME) + 1;

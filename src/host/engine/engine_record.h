@@ -60,7 +60,7 @@ class EngineRecord {
   void RenameFolder(const std::string& phone, std::string_view store, const std::string& from,
                     const std::string& to);
   // The row of that name, whose item goes by another one now, no longer stands in the way of the
-  // item that has its name: it keeps its folder, and a name that no file has.
+  // item that has its name: `Rows` gives it as `isAside`.
   void SetAside(const std::string& phone, std::string_view store, const std::string& name);
   int64_t Count(const std::string& phone, std::string_view store);
   // All rows of the store.

@@ -51,6 +51,7 @@ struct RecordRow {
   Meaning pcSays = {};
   FileMark pcFile = {};
   bool hasFollowed = false;  // since it was read: its PC item goes by another number now
+  bool isAside = false;      // its file goes by another name now, this one is another file's
 };
 
 enum class PhoneChange : uint8_t { Same, Changed, New, Unreadable };
@@ -128,6 +129,10 @@ struct ItemLink {
   int32_t phoneParent = -1;
   int32_t recordParent = -1;
 };
+
+inline int32_t RecordOf(const ItemLink& link) {
+  return link.record >= 0 ? link.record : link.lastRecord;
+}
 
 struct Inventory {
   bool isTree = false;

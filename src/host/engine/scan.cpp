@@ -82,7 +82,9 @@ class Scan {
 void Scan::MeetByName(const std::vector<FolderEntry>& files) {
   std::unordered_map<std::string_view, int32_t> byName;
   byName.reserve(records_.size());
-  for (int32_t i = 0; i < IndexOf(records_); ++i) byName.emplace(At(records_, i).name, i);
+  for (int32_t i = 0; i < IndexOf(records_); ++i) {
+    if (!At(records_, i).isAside) byName.emplace(At(records_, i).name, i);
+  }
   met_.assign(records_.size(), false);
   items_.reserve(files.size());
   for (const FolderEntry& file : files) {

@@ -41,7 +41,7 @@ LoneItem Survey::LoneInTree(int32_t index) {
   const ItemLink& link = At(sides_.links, index);
   const PhoneItem& item = At(sides_.phone, link.phone);
   LoneItem lone{index, item.uid, std::nullopt, PcPlaceOf(sides_, link), item.says};
-  const int32_t record = link.record >= 0 ? link.record : link.lastRecord;
+  const int32_t record = RecordOf(link);
   if (record >= 0 && At(sides_.records, record).pcSays.IsKnown()) {
     lone.says = At(sides_.records, record).pcSays;
   }

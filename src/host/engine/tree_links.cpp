@@ -51,7 +51,7 @@ void FindParents(Inventory& sides) {
     if (link.phone >= 0 && At(sides.phone, link.phone).isFolder) {
       byName.emplace(At(sides.phone, link.phone).name, i);
     }
-    const int32_t record = link.record >= 0 ? link.record : link.lastRecord;
+    const int32_t record = RecordOf(link);
     if (record >= 0 && IsFolderName(At(sides.records, record).name)) {
       byRecord.emplace(At(sides.records, record).name, i);
     }
