@@ -195,9 +195,15 @@ class TreeScene final : public test::TreeUsers<Scene> {
     PcPut("Gone/Old.url", "http://old/");
     PcPut("Top.url", "http://top/");
     PhonePut("Kept/k.vbm", "Kept", "http://kept/", "X-PET:cat\r\n");
+    PcPut("A.url", "http://a/");
+    PcPut("B.url", "http://b/");
     EXPECT_EQ(Sync().result, SyncResult::Ok);
     Move(PhonePath("Work"), PhonePath("Office"));
     Move(PhonePath("Top.vbm"), PhonePath("Office/Top.vbm"));
+    Move(PhonePath("A.vbm"), PhonePath("C.vbm"));
+    Move(PhonePath("B.vbm"), PhonePath("A.vbm"));
+    Move(PhonePath("C.vbm"), PhonePath("B.vbm"));
+    PcPut("A.url", "http://a/2");
     PhonePut("Office/Deep/fresh.vbm", "Fresh", "http://fresh/");
     Remove(PhonePath("Gone"));
     PcPut("Work/Deep/Note.url", "http://note/2");
@@ -212,6 +218,8 @@ class TreeScene final : public test::TreeUsers<Scene> {
     const std::multiset<std::string> expected = {"Office/",
                                                  "Office/News -> http://news/",
                                                  "Office/Top -> http://top/",
+                                                 "A -> http://a/2",
+                                                 "B -> http://b/",
                                                  "Office/Deep/",
                                                  "Office/Deep/Note -> http://note/2",
                                                  "Office/Deep/Fresh -> http://fresh/",
@@ -341,6 +349,17 @@ TEST_P(EngineFailureTest, ADatabaseThatGoesAwayAnywhereIsHealedByTheNextRun) {
     failed = SyncWith(rig, [n](test::RecordingAccessor& db) { db.FailAt(n, E_FAIL, true); });
     rig.ExpectHealed("from statement " + std::to_string(n));
   }
+}
+
+// Each is a moment between what one group has noted and what the next one would.
+TEST_P(EngineFailureTest, AFailedTransactionAnywhereIsHealedByTheNextRun) {
+  size_t n = 0;
+  for (bool failed = true; failed; ++n) {
+    rig.Restore();
+    failed = SyncWith(rig, [n](test::RecordingAccessor& db) { db.FailTransactionAt(n); });
+    rig.ExpectHealed("from transaction " + std::to_string(n));
+  }
+  EXPECT_GT(n, 4u);
 }
 
 TEST_P(EngineFailureTest, AFailedFileOperationAnywhereIsHealedByTheNextRun) {

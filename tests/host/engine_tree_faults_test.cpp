@@ -275,6 +275,51 @@ TEST_F(EngineTreeFaults, PartsThatOneSideChangedAreNoConflict) {
   ExpectSync("all is done");
 }
 
+TEST_F(EngineTreeFaults, ASecondSyncOfOneWayHasNothingToDo) {
+  const auto expectIdle = [&](DS_SYNCTYPE mode) {
+    EXPECT_EQ(Failures(Run(mode)), "") << mode;
+    const SeenTree pc = Pc();
+    const SeenTree phone = Phone();
+    EXPECT_EQ(Writes(Run(mode)), 0) << mode;
+    EXPECT_EQ(Pc().bytes, pc.bytes) << mode;
+    EXPECT_EQ(Phone().bytes, phone.bytes) << mode;
+  };
+  rig.MakeFolder(rig.PhonePath("Home"));
+  ExpectSync("another folder");
+  // What only one side has deleted, and the other moved.
+  rig.Remove(rig.PcPath("Top.url"));
+  rig.Move(rig.PhonePath("Top.vbm"), rig.PhonePath("Home/Top.vbm"));
+  expectIdle(DS_SYNCTYPE_ONEFROM_SERVER);
+  EXPECT_TRUE(Phone().marks.contains({"Home/", "Top", "http://top/"}));
+  // What the PC moved out of a folder, and the phone with its folder.
+  rig.Move(rig.PcPath("Work/News.url"), rig.PcPath("News.url"));
+  rig.Move(rig.PhonePath("Work"), rig.PhonePath("Home/Work"));
+  expectIdle(DS_SYNCTYPE_ONEFROM_CLIENT);
+  EXPECT_TRUE(Pc().marks.contains({"", "News", "http://news/"}));
+  ExpectSync("both ways");
+}
+
+TEST_F(EngineTreeFaults, ARowThatACutLeftAsideShowsNowhere) {
+  const auto setAside = [&] {
+    SqliteDatabase db(rig.profileFolder() + "/engine.db", SqliteDatabase::Durability::Normal);
+    SqliteStatement left = db.Prepare("SELECT count(*) FROM items WHERE name LIKE '%//%'");
+    EXPECT_TRUE(left.Step());
+    EXPECT_EQ(left.Int(0), 0) << "it takes its own name again";
+    left.Reset();
+    db.Execute("UPDATE items SET name=name||'//'||source_uid WHERE name='Top.vbm'");
+  };
+  setAside();
+  ExpectSync("the file has its name again");
+  setAside();
+  rig.Remove(rig.PhonePath("Top.vbm"));
+  SyncOptions look;
+  look.dryRun = true;
+  EXPECT_THAT(rig.Sync(DS_SYNCTYPE_NONE, look).steps,
+              testing::ElementsAre(testing::StartsWith("pc delete Top.vbm")));
+  ExpectSync("deleted");
+  EXPECT_EQ(Pc().marks.size(), 2u);
+}
+
 // The folder is made anew for it; no bookmark is lost or doubled when the name is put right.
 TEST_F(EngineTreeFaults, ANewBookmarkInAHiddenFolderComesInOneOfItsOwn) {
   rig.Move(rig.PcPath("Work"), rig.PcPath("Work: 2026"));

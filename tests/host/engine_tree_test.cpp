@@ -298,6 +298,22 @@ TEST_F(EngineTree, OtherWaysOfSyncing) {
   ExpectIdle();
 }
 
+TEST_F(EngineTree, ASlowSyncKnowsARenamedBookmarkAndBringsADeletedOneBack) {
+  Start();
+  // Another file: what a file system tells that numbers its files anew.
+  rig.PcPut("Peak.url", "http://top/");
+  rig.Remove(rig.PcPath("Top.url"));
+  rig.Sync(DS_SYNCTYPE_SLOW);
+  const Lines renamed = {"Work/", "Work/News -> http://news/", "Work/Deep/",
+                         "Work/Deep/Note -> http://note/", "Peak -> http://top/"};
+  EXPECT_EQ(rig.PcTree(), renamed);
+  EXPECT_EQ(rig.PhoneTree(), renamed);
+  rig.Remove(rig.PcPath("Peak.url"));
+  rig.Sync(DS_SYNCTYPE_SLOW);
+  EXPECT_EQ(rig.PcTree(), renamed);
+  ExpectSync();
+}
+
 TEST_F(EngineTree, ADryRunTellsTheStepsAndChangesNothing) {
   Start();
   rig.Move(rig.PhonePath("Work"), rig.PhonePath("Office"));

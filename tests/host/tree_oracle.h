@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <compare>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +12,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <thread>
 #include <tuple>
 
 #include "kit/platform_fakes.h"
@@ -132,13 +134,19 @@ class AgedFiles : public FailingFiles {
   AgedFiles(bool isCoarse, bool hasInodes) : isCoarse_(isCoarse), hasInodes_(hasInodes) {
     NextSecond();
   }
+  // What is there keeps its second. Files are stamped by the kernel's ticks, but one that was
+  // looked at since by the exact time: what is written from the next tick on is of the new second.
   void NextSecond() {
-    // Files are stamped by the kernel's ticks: what is written from now on is of the next one.
-    const int64_t before = Tick();
-    int64_t now = Tick();
-    while (now == before) now = Tick();
-    epochs_[now] = epochs_.empty() ? (now / kSecond - 100'000) * kSecond
-                                   : epochs_.rbegin()->second + 10 * kSecond;
+    ++seconds_;
+    const int64_t next = epochs_.empty() ? Now(CLOCK_REALTIME_COARSE) : Now(CLOCK_REALTIME) + 1;
+    epochs_[next] = epochs_.empty() ? (next / kSecond - 100'000) * kSecond
+                                    : epochs_.rbegin()->second + 10 * kSecond;
+  }
+  // Before anything is written that must not be of the second before.
+  void AwaitSecond() const {
+    while (Now(CLOCK_REALTIME_COARSE) < epochs_.rbegin()->first) {
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
   }
 
   std::error_code Stat(const std::string& path, FileInfo& info) override {
@@ -172,16 +180,16 @@ class AgedFiles : public FailingFiles {
   template <class Info>
   void Age(Info& info) const {
     info.modifiedNs = Aged(info.modifiedNs);
-    if (!hasInodes_) info.inode += epochs_.size();
+    if (!hasInodes_) info.inode += seconds_;
   }
   template <class Info>
   void AgeAll(Info& info) const {
     info.changedNs = hasInodes_ ? Aged(info.changedNs) : info.modifiedNs;
     info.createdNs = hasInodes_ ? Aged(info.createdNs) : info.modifiedNs;
   }
-  static int64_t Tick() {
+  static int64_t Now(clockid_t clock) {
     timespec now{};
-    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    clock_gettime(clock, &now);
     return now.tv_sec * kSecond + now.tv_nsec;
   }
   int64_t Aged(int64_t ns) const {
@@ -191,6 +199,7 @@ class AgedFiles : public FailingFiles {
 
   bool isCoarse_;
   bool hasInodes_;
+  uint64_t seconds_ = 0;
   std::map<int64_t, int64_t> epochs_;
 };
 

@@ -28,9 +28,15 @@ void RecordingAccessor::FailMoveAt(size_t n, HRESULT status) {
   hasFailed_ = false;
 }
 
+void RecordingAccessor::FailTransactionAt(size_t n, HRESULT status) {
+  transactionFailure_ = {n, status, true};
+  hasFailed_ = false;
+}
+
 void RecordingAccessor::FailNothing() {
   statementFailure_ = {};
   moveFailure_ = {};
+  transactionFailure_ = {};
   hasFailed_ = false;
 }
 

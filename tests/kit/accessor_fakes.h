@@ -38,6 +38,8 @@ class RecordingAccessor final : public ComObject<IDBAccessor, IDBBatch, IDBTrans
   void FailAt(size_t n, HRESULT status = E_FAIL, bool keepFailing = false);
   // The same for the moves within rowsets.
   void FailMoveAt(size_t n, HRESULT status = E_FAIL);
+  // The same for the beginnings and ends of transactions; all behind it fail too.
+  void FailTransactionAt(size_t n, HRESULT status = E_FAIL);
   void FailNothing();
   bool hasFailed() const { return hasFailed_; }
   // Rowsets that were handed out and not closed.
@@ -88,8 +90,14 @@ class RecordingAccessor final : public ComObject<IDBAccessor, IDBBatch, IDBTrans
     const auto failure = Record(statement);
     return failure ? *failure : batch_->ExecuteBatch(statement, rows);
   }
-  HRESULT Begin() noexcept override { return transaction_->Begin(); }
-  HRESULT Commit() noexcept override { return transaction_->Commit(); }
+  HRESULT Begin() noexcept override {
+    const auto failure = Fails(transactionFailure_);
+    return failure ? *failure : transaction_->Begin();
+  }
+  HRESULT Commit() noexcept override {
+    const auto failure = Fails(transactionFailure_);
+    return failure ? *failure : transaction_->Commit();
+  }
   HRESULT Rollback() noexcept override { return transaction_->Rollback(); }
 
  private:
@@ -112,6 +120,7 @@ class RecordingAccessor final : public ComObject<IDBAccessor, IDBBatch, IDBTrans
   std::vector<std::u16string> statements_;
   Countdown statementFailure_;
   Countdown moveFailure_;
+  Countdown transactionFailure_;
   bool hasFailed_ = false;
   int openRowsets_ = 0;
 };

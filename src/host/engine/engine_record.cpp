@@ -4,6 +4,7 @@
 
 #include "platform/system/files.h"
 #include "platform/system/service.h"
+#include "support/text.h"
 
 namespace qv {
 namespace {
@@ -34,6 +35,10 @@ constexpr Column kLater[] = {
     {"items", "pc_file", "BLOB NOT NULL DEFAULT x''"},
     {"stores", "source", "TEXT NOT NULL DEFAULT ''"},
 };
+
+// Persisted: stands between the name of a row that is set aside and its `source_uid`. No name of a
+// file holds it.
+constexpr std::string_view kAside = "//";
 
 bool Has(SqliteDatabase& db, const Column& column) {
   SqliteStatement found = db.Prepare("SELECT count(*) FROM pragma_table_info(?) WHERE name=?");
@@ -199,6 +204,10 @@ std::vector<RecordRow> EngineRecord::Rows(const std::string& phone, std::string_
   while (read.Step()) {
     RecordRow row;
     row.name = read.Text(0);
+    if (const size_t mark = row.name.find(kAside); mark != row.name.npos) {
+      row.name.resize(mark);
+      row.isAside = true;
+    }
     row.size = static_cast<uint64_t>(read.Int(1));
     row.modifiedNs = read.Int(2);
     const std::string hash = read.Blob(3);
@@ -211,17 +220,20 @@ std::vector<RecordRow> EngineRecord::Rows(const std::string& phone, std::string_
     row.pcFile = UnpackFile(read.Blob(9));
     rows.push_back(std::move(row));
   }
+  std::ranges::stable_sort(rows, {}, &RecordRow::name);
   return rows;
 }
 
 void EngineRecord::Put(const std::string& phone, std::string_view store, const RecordRow& row) {
   const int64_t id = StoreId(phone, store, true);
-  release_.Bind(1, id).Bind(2, row.sourceUid).Bind(3, row.name).Run();
+  std::string name = row.name;
+  if (row.isAside) name.append(kAside).append(ToUtf8(row.sourceUid));
+  release_.Bind(1, id).Bind(2, row.sourceUid).Bind(3, name).Run();
   const std::string phoneSays = Pack(row.phoneSays);
   const std::string pcSays = Pack(row.pcSays);
   const std::string pcFile = Pack(row.pcFile);
   put_->Bind(1, id)
-      .Bind(2, row.name)
+      .Bind(2, name)
       .Bind(3, static_cast<int64_t>(row.size))
       .Bind(4, row.modifiedNs)
       .BindBlob(5, Bytes(row.hash))
@@ -252,6 +264,15 @@ void EngineRecord::RenameFolder(const std::string& phone, std::string_view store
       .Bind(3, StoreId(phone, store, false))
       .Bind(4, from)
       .Bind(5, end)
+      .Run();
+}
+
+void EngineRecord::SetAside(const std::string& phone, std::string_view store,
+                            const std::string& name) {
+  db_.Prepare("UPDATE OR REPLACE items SET name=name||?||source_uid WHERE store_id=? AND name=?")
+      .Bind(1, kAside)
+      .Bind(2, StoreId(phone, store, false))
+      .Bind(3, name)
       .Run();
 }
 

@@ -59,6 +59,9 @@ class EngineRecord {
   // The names of what is in a folder of the phone ("Work/"), after it was given another.
   void RenameFolder(const std::string& phone, std::string_view store, const std::string& from,
                     const std::string& to);
+  // The row of that name, whose item goes by another one now, no longer stands in the way of the
+  // item that has its name: `Rows` gives it as `isAside`.
+  void SetAside(const std::string& phone, std::string_view store, const std::string& name);
   int64_t Count(const std::string& phone, std::string_view store);
   // All rows of the store.
   void Clear(const std::string& phone, std::string_view store);

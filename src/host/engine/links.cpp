@@ -171,6 +171,7 @@ void SlowLinks::Emit() {
     link.pc = partner.pc;
     const int32_t recorded = RecordedPc(item);
     if (partner.pc >= 0 && recorded == partner.pc) link.record = item.record;
+    if (partner.pc < 0 && sides_.isTree) link.lastRecord = item.record;
     // What is known of an item that is gone from the PC goes when the phone's takes its place.
     if (partner.pc < 0 && items_.IsFree(recorded)) {
       link.pc = recorded;
@@ -215,6 +216,7 @@ ItemLink& JoinLinks(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
 
 ItemLink& JoinInTree(Inventory& sides, int32_t phoneLink, int32_t pcLink) {
   ItemLink& link = JoinLinks(sides, phoneLink, pcLink);
+  if (link.record < 0) link.record = std::exchange(link.lastRecord, -1);
   if (link.record >= 0) {
     RecordRow& row = At(sides.records, link.record);
     row.sourceUid = At(sides.pc, link.pc).id;

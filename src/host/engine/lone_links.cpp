@@ -77,7 +77,7 @@ std::string PrintKey(const LoneItem& item, Md5Digest ContentPrint::*part) {
 // An item of the phone that went from its place on the PC; and any item of the PC alone.
 bool MayHaveMoved(const Inventory& sides, const LoneItem& item) {
   const ItemLink& link = At(sides.links, item.link);
-  return link.phone < 0 || link.record >= 0;
+  return link.phone < 0 || link.record >= 0 || link.lastRecord >= 0;
 }
 
 std::string Bytes(const Md5Digest& digest) {

@@ -51,6 +51,7 @@ struct RecordRow {
   Meaning pcSays = {};
   FileMark pcFile = {};
   bool hasFollowed = false;  // since it was read: its PC item goes by another number now
+  bool isAside = false;      // its file goes by another name now, this one is another file's
 };
 
 enum class PhoneChange : uint8_t { Same, Changed, New, Unreadable };
@@ -110,6 +111,9 @@ struct ItemLink {
   int32_t pc = -1;
   int32_t phone = -1;
   int32_t record = -1;  // the pair's agreed row; -1 for a pair or item that has none
+  // In a slow sync of a tree, of an item that is gone from the PC: its row. By it the item is known
+  // again under another name; that it was deleted there is not concluded from it.
+  int32_t lastRecord = -1;
   ContentMatch content = ContentMatch::Unknown;
   Winner newer = Winner::None;  // who wins where the contents differ
   bool statusWritten = false;   // the store has noted the agreement while matching
@@ -125,6 +129,10 @@ struct ItemLink {
   int32_t phoneParent = -1;
   int32_t recordParent = -1;
 };
+
+inline int32_t RecordOf(const ItemLink& link) {
+  return link.record >= 0 ? link.record : link.lastRecord;
+}
 
 struct Inventory {
   bool isTree = false;

@@ -209,7 +209,7 @@ void Runner::Confirm(std::vector<Outgoing>& batch) {
   transaction.Commit();
   SqliteTransaction group = run_.record.Group();
   for (const Outgoing& out : batch) {
-    if (!out.failed) Put(out.row);
+    if (!out.failed) Put(At(run_.sides.links, out.step->link), out.row);
   }
   group.Commit();
 }

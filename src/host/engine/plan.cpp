@@ -237,8 +237,9 @@ bool IsRecordBehind(const Inventory& sides, const ItemLink& link) {
   const PhoneItem& item = At(sides.phone, link.phone);
   const RecordRow& row = At(sides.records, link.record);
   return item.change == PhoneChange::Same &&
-         (item.name != row.name || item.size != row.size || item.modifiedNs != row.modifiedNs ||
-          (row.inode == 0 && item.inode != 0) || (sides.isTree && IsTreeRecordBehind(sides, link)));
+         (item.name != row.name || row.isAside || item.size != row.size ||
+          item.modifiedNs != row.modifiedNs || (row.inode == 0 && item.inode != 0) ||
+          (sides.isTree && IsTreeRecordBehind(sides, link)));
 }
 
 // False when the link needs no step.

@@ -156,7 +156,8 @@ void TreePlan::Place(int32_t i) {
   const ItemLink& link = Link(i);
   const Placing placing = At(placings_, i);
   // A place that the other side may not be told yet must not pass for one that was agreed on.
-  const bool isApart = IsOnPc(i) && IsOnPhone(i) && link.pcParent != link.phoneParent;
+  const bool isApart = IsOnPhone(i) && (IsOnPc(i) ? link.pcParent != link.phoneParent
+                                                  : link.recordParent != link.phoneParent);
   if (isApart && placing == Placing::Same && Does(i, Act::Remember)) Drop(i);
   if (placing == Placing::AsOnPhone && !Does(i, Act::PcReplace)) {
     // Until it is done nothing else may be noted of the pair.

@@ -57,7 +57,7 @@ size_t Runner::GroupSize(Steps steps) const {
 
 bool Runner::Run(const SyncPlan& plan) {
   run_.phone.DiscardLeftovers();
-  if (run_.sides.isTree) BeginTree(plan);
+  if (run_.sides.isTree) BeginTree();
   for (const PlanStep& step : plan.steps) {
     if (step.act == Act::PcDelete) {
       leaving_.insert(At(run_.sides.pc, At(run_.sides.links, step.link).pc).id);
@@ -118,11 +118,8 @@ RecordRow Runner::RowOf(const PhoneItem& item, std::u16string sourceUid) const {
   return row;
 }
 
-void Runner::Put(RecordRow row) {
-  for (const auto& [name, recorded] : staleFolders_) {
-    if (row.name.starts_with(name)) row.name.replace(0, name.size(), recorded);
-  }
-  if (run_.sides.isTree) Complete(row);
+void Runner::Put(const ItemLink& link, RecordRow row) {
+  if (run_.sides.isTree && !PutInTree(link, row)) return;
   run_.record.Put(run_.phoneId, run_.pc.kind().name, row);
 }
 
@@ -131,7 +128,7 @@ void Runner::Put(RecordRow row) {
 void Runner::PutSuccessor(const ItemLink& link, std::u16string sourceUid) {
   const bool isOther =
       link.record >= 0 && At(run_.sides.records, link.record).sourceUid != sourceUid;
-  Put(RowOf(At(run_.sides.phone, link.phone), std::move(sourceUid)));
+  Put(link, RowOf(At(run_.sides.phone, link.phone), std::move(sourceUid)));
   if (isOther) Drop(link);
 }
 
@@ -187,12 +184,7 @@ void Runner::ChangeOne(const PlanStep& step) {
   if (!Try("phone", link, [&] { text = TextForPc(At(run_.sides.phone, link.phone)); })) return;
   const bool done = Try(
       "pc", link, [&] { step.act == Act::PcAdd ? AddToPc(link, text) : ReplaceOnPc(step, text); });
-  if (done) return;
-  unplaced_.insert(step.link);
-  const PhoneItem& item = At(run_.sides.phone, link.phone);
-  if (item.isFolder && link.record >= 0) {
-    staleFolders_.emplace_back(item.name, At(run_.sides.records, link.record).name);
-  }
+  if (!done) unplaced_.insert(step.link);
 }
 
 std::string Runner::TextForPc(const PhoneItem& item) const {
@@ -395,9 +387,9 @@ bool Runner::Note(Steps steps) {
     const bool known = step->act == Act::Remember;
     if (!known && link.record >= 0) untoldPhone_.erase(link.record);
     if (!known) untoldPc_.erase(At(run_.sides.pc, link.pc).id);
-    Put(RowOf(At(run_.sides.phone, link.phone), known
-                                                    ? At(run_.sides.records, link.record).sourceUid
-                                                    : At(run_.sides.pc, link.pc).id));
+    Put(link, RowOf(At(run_.sides.phone, link.phone),
+                    known ? At(run_.sides.records, link.record).sourceUid
+                          : At(run_.sides.pc, link.pc).id));
     // A renamed file has left its old row behind; `Put` takes it away.
     report_.same += step->conflict == Conflict::Same;
   }

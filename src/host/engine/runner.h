@@ -99,9 +99,10 @@ class Runner {
   std::u16string ReplaceInPlace(const PcItem& target, std::string_view text, const PcPlace& place);
 
   // Of a tree. The places throw ItemError for an item whose folder the other side does not have.
-  void BeginTree(const SyncPlan& plan);
+  void BeginTree();
   void ForgetGone();
   void NoteFollowed();
+  void SetDisplacedAside();
   void FindUntold();
   PcItem* FindPc(const std::u16string& id);
   void Complete(RecordRow& row);
@@ -112,7 +113,10 @@ class Runner {
   // The PC's item, or the phone's, has been given what the step takes from the other side.
   void TellPc(const PlanStep& step);
   void TellPhone(const PlanStep& step, RecordRow* row);
-  void FindStaleFolders(const SyncPlan& plan);
+  void FindStaleFolders();
+  // The name that the record has for a folder of the phone.
+  std::string RecordedName(int32_t folder) const;
+  bool PutInTree(const ItemLink& link, RecordRow& row);
   PcPlace PcPlaceFor(const PlanStep& step) const;
   std::string PhonePlaceFor(const ItemLink& link) const;
   void NoteOnPc(ItemLink& link, const std::u16string& id, const PcPlace& place);
@@ -141,7 +145,7 @@ class Runner {
   // Puts the losing text aside; the note is for the report once the winner has been written.
   ConflictNote KeepLoser(const PlanStep& step, const PhoneItem& item, std::string_view text);
 
-  void Put(RecordRow row);
+  void Put(const ItemLink& link, RecordRow row);
   // The row of an item of the PC that may have come in the place of another.
   void PutSuccessor(const ItemLink& link, std::u16string sourceUid);
   void Drop(const ItemLink& link);
@@ -189,9 +193,9 @@ class Runner {
   std::unordered_set<int32_t> unplaced_;
   // The links of what is in each folder of the phone, by the folder's; made for the first move.
   std::unordered_map<int32_t, std::vector<int32_t>> insidePhone_;
-  // Folders that the phone has renamed and the PC not, by their name there and on record: what is
-  // in them is noted under the latter, so that the next run knows the folder by it.
-  std::vector<std::pair<std::string, std::string>> staleFolders_;
+  // The links of folders that the phone has renamed or moved, until that is noted: what is in them
+  // is noted under the name on record, so that the next run knows the folder by it.
+  std::unordered_set<int32_t> staleFolders_;
 };
 
 }  // namespace qv

@@ -1,4 +1,6 @@
 // The runner's work on the folders of a tree, and on the places of items in them.
+#include <algorithm>
+
 #include "host/engine/bookmark_text.h"
 #include "host/engine/runner.h"
 #include "host/engine/runner_try.h"
@@ -9,8 +11,13 @@
 #include "support/user_flags.h"
 
 namespace qv {
+namespace {
 
-void Runner::BeginTree(const SyncPlan& plan) {
+constexpr size_t kMostParts = 4096;  // no path of a file system has more
+
+}  // namespace
+
+void Runner::BeginTree() {
   for (int32_t i = 0; i < IndexOf(run_.sides.pc); ++i) {
     const PcItem& item = At(run_.sides.pc, i);
     if (item.change != PcChange::Gone) pcById_.emplace(item.id, i);
@@ -18,7 +25,7 @@ void Runner::BeginTree(const SyncPlan& plan) {
   NoteFollowed();
   FindUntold();
   ForgetGone();
-  FindStaleFolders(plan);
+  FindStaleFolders();
 }
 
 // Before the numbers that the record still has mean something else.
@@ -27,7 +34,21 @@ void Runner::NoteFollowed() {
   for (const RecordRow& row : run_.sides.records) {
     if (row.hasFollowed) run_.record.Put(run_.phoneId, run_.pc.kind().name, row);
   }
+  SetDisplacedAside();
   group.Commit();
+}
+
+// Files that have taken each other's names: the row of the first would go when that of the second
+// is written, and a run that is cut off in between would leave the next one without it.
+void Runner::SetDisplacedAside() {
+  const std::vector<RecordRow>& records = run_.sides.records;
+  for (const PhoneItem& item : run_.sides.phone) {
+    if (item.isFolder || (item.record >= 0 && At(records, item.record).name == item.name)) continue;
+    const auto isThere = [&](const RecordRow& row) { return !row.isAside; };
+    const auto same = std::ranges::equal_range(records, item.name, {}, &RecordRow::name);
+    if (std::ranges::none_of(same, isThere)) continue;
+    run_.record.SetAside(run_.phoneId, run_.pc.kind().name, item.name);
+  }
 }
 
 void Runner::FindUntold() {
@@ -140,17 +161,46 @@ void Runner::ForgetGone() {
   transaction.Commit();
 }
 
-// A folder that the phone has renamed, in a run that may not tell the PC.
-void Runner::FindStaleFolders(const SyncPlan& plan) {
-  std::unordered_set<int32_t> done;
-  for (const PlanStep& step : plan.steps) done.insert(step.link);
+void Runner::FindStaleFolders() {
   for (int32_t i = 0; i < IndexOf(run_.sides.links); ++i) {
     const ItemLink& link = At(run_.sides.links, i);
-    if (link.phone < 0 || link.record < 0 || done.contains(i)) continue;
-    const PhoneItem& item = At(run_.sides.phone, link.phone);
-    const std::string& recorded = At(run_.sides.records, link.record).name;
-    if (item.isFolder && item.name != recorded) staleFolders_.emplace_back(item.name, recorded);
+    if (link.phone < 0 || RecordOf(link) < 0) continue;
+    const std::string& name = At(run_.sides.phone, link.phone).name;
+    const std::string& recorded = At(run_.sides.records, RecordOf(link)).name;
+    if (!IsFolderName(name) || name == recorded) continue;
+    const bool isWithParent = link.phoneParent >= 0 && link.phoneParent == link.recordParent;
+    if (!isWithParent || BaseOfName(name) != BaseOfName(recorded)) staleFolders_.insert(i);
   }
+}
+
+std::string Runner::RecordedName(int32_t folder) const {
+  std::string name;
+  for (size_t parts = 0; parts < kMostParts; ++parts) {
+    const ItemLink& link = At(run_.sides.links, folder);
+    const bool isAsRecorded = link.phone < 0 || staleFolders_.contains(folder);
+    const std::string& own = isAsRecorded ? At(run_.sides.records, RecordOf(link)).name
+                                          : At(run_.sides.phone, link.phone).name;
+    folder = isAsRecorded ? link.recordParent : link.phoneParent;
+    name.insert(0, folder < 0 ? own : BaseOfName(own));
+    if (folder < 0) break;
+  }
+  return name;
+}
+
+// False for a folder that cannot be noted before the one that it is in now.
+bool Runner::PutInTree(const ItemLink& link, RecordRow& row) {
+  if (link.phoneParent >= 0) {
+    row.name.replace(0, FolderOfName(row.name).size(), RecordedName(link.phoneParent));
+  }
+  const auto index = static_cast<int32_t>(&link - run_.sides.links.data());
+  if (staleFolders_.contains(index)) {
+    const std::string former = RecordedName(index);
+    if (row.name != former && row.name.starts_with(former)) return false;
+    staleFolders_.erase(index);
+    run_.record.RenameFolder(run_.phoneId, run_.pc.kind().name, former, row.name);
+  }
+  Complete(row);
+  return true;
 }
 
 PcPlace Runner::PcPlaceFor(const PlanStep& step) const {
@@ -225,7 +275,7 @@ void Runner::MoveOnPc(const PlanStep& step) {
   settled_.insert(id);
   NoteOnPc(link, id, place);
   At(run_.sides.pc, link.pc).change = target.change;
-  Put(RowOf(At(run_.sides.phone, link.phone), id));
+  Put(link, RowOf(At(run_.sides.phone, link.phone), id));
   report_.pc.replaced += !step.isExtra;
 }
 
@@ -242,7 +292,6 @@ void Runner::NoteRenamed(int32_t link, const std::string& name) {
     const std::vector<int32_t>& more = insidePhone_[below];
     open.insert(open.end(), more.begin(), more.end());
   }
-  run_.record.RenameFolder(run_.phoneId, run_.pc.kind().name, old, name);
 }
 
 void Runner::MoveInside(int32_t link, int32_t from, int32_t to) {
@@ -266,6 +315,7 @@ bool Runner::MoveOnPhone(const PlanStep& step) {
   const std::string folder = PhonePlaceFor(link);
   const std::string name = run_.phone.FreeName(folder, title, item.isFolder, item.name);
   const bool stays = name == item.name;
+  const std::string recorded = item.isFolder ? RecordedName(step.link) : std::string();
   if (!stays) {
     if (!item.isFolder) RequirePhoneUnchanged(item, false);
     if (const std::error_code error = run_.phone.Rename(item.name, name)) {
@@ -276,10 +326,14 @@ bool Runner::MoveOnPhone(const PlanStep& step) {
   link.phoneParent = link.pcParent;
   SqliteTransaction group = run_.record.Group();
   if (!stays) NoteRenamed(step.link, name);
+  if (const std::string now = item.isFolder ? RecordedName(step.link) : recorded; now != recorded) {
+    run_.record.RenameFolder(run_.phoneId, run_.pc.kind().name, recorded, now);
+  }
   // A text that is to follow is told when it has gone.
   if (item.isFolder) TellPhone(step, nullptr);
   if (!step.isExtra) run_.pc.Sent(SENTCMD_ADD, onPc);
-  if (item.isFolder || link.record >= 0 || settled_.contains(onPc.id)) Put(RowOf(item, onPc.id));
+  if (item.isFolder || link.record >= 0 || settled_.contains(onPc.id))
+    Put(link, RowOf(item, onPc.id));
   group.Commit();
   return !stays;
 }

@@ -14,6 +14,8 @@ namespace qv {
 namespace {
 
 constexpr size_t kKeptText = 1536;
+// Each round may free a record for the next; rings of more than a few files are not followed.
+constexpr int kRounds = 4;
 constexpr uint64_t kLargestItem = 256ull << 20;
 
 // How far a file's time may lie behind the moment of its writing: file systems stamp with a coarse
@@ -40,7 +42,7 @@ class Scan {
       LookAt(i);
     }
     FindByContent();
-    FindRenamedByUid();
+    for (int round = 0; round < kRounds && FindRenamedByUid();) ++round;
     FindRenamedFolders();
     return std::move(items_);
   }
@@ -58,7 +60,7 @@ class Scan {
   bool FindReplaced();
   bool FindExchanged();
   void FindByContent();
-  void FindRenamedByUid();
+  bool FindRenamedByUid();
   void LookAtFolder(int32_t index);
   void FindRenamedFolders();
   void Fail(PhoneItem& item, std::string reason);
@@ -80,7 +82,9 @@ class Scan {
 void Scan::MeetByName(const std::vector<FolderEntry>& files) {
   std::unordered_map<std::string_view, int32_t> byName;
   byName.reserve(records_.size());
-  for (int32_t i = 0; i < IndexOf(records_); ++i) byName.emplace(At(records_, i).name, i);
+  for (int32_t i = 0; i < IndexOf(records_); ++i) {
+    if (!At(records_, i).isAside) byName.emplace(At(records_, i).name, i);
+  }
   met_.assign(records_.size(), false);
   items_.reserve(files.size());
   for (const FolderEntry& file : files) {
@@ -266,7 +270,9 @@ bool Scan::FindReplaced() {
 
 // A file that holds what the record says of another one, which now holds something else, is that
 // one under a new name; the other is new then, unless its content too is known. Two that hold each
-// other's content stay what they are called. Whether there was one.
+// other's content stay what they are called, but within one folder of a tree, where a bookmark goes
+// by its title and a file's name is nothing: there what the PC has changed of one must not meet the
+// other. Whether there was one.
 bool Scan::FindExchanged() {
   std::unordered_map<std::string_view, int32_t>
       holders;  // files that changed, by the recorded hash
@@ -283,7 +289,9 @@ bool Scan::FindExchanged() {
     if (found == holders.end()) continue;
     PhoneItem& holder = At(items_, found->second);
     if (holder.change != PhoneChange::Changed) continue;
-    if (item.record >= 0 && holder.hash == At(records_, item.record).hash) continue;
+    const bool isExchange = item.record >= 0 && holder.hash == At(records_, item.record).hash;
+    const bool inPlace = FolderOfName(holder.name) == FolderOfName(item.name);
+    if (isExchange && !(rules_.isTree && inPlace)) continue;
     const int32_t record = std::exchange(holder.record, -1);
     holder.change = PhoneChange::New;
     holders.erase(found);
@@ -293,37 +301,43 @@ bool Scan::FindExchanged() {
   return any;
 }
 
-// Each round may free a record for the next; rings of more than a few files are not followed.
 void Scan::FindByContent() {
-  constexpr int kRounds = 4;
   for (int round = 0; round < kRounds; ++round) {
     const bool replaced = FindReplaced();
     if (!FindExchanged() && !replaced) return;
   }
 }
 
-// A file that was rewritten under another name: both its old and its new uid are the only ones of
-// their kind.
-void Scan::FindRenamedByUid() {
+// A file that was rewritten under another name, maybe in the place of another item: both its old
+// and its new uid are the only ones of their kind. Whether there was one.
+bool Scan::FindRenamedByUid() {
   std::unordered_map<std::u16string_view, int32_t> lost;
   for (int32_t i = 0; i < IndexOf(records_); ++i) {
     const RecordRow& row = At(records_, i);
     if (met_[static_cast<size_t>(i)] || row.uid.empty()) continue;
     if (const auto [place, isNew] = lost.emplace(row.uid, i); !isNew) place->second = -1;
   }
-  if (lost.empty()) return;
+  if (lost.empty()) return false;
   std::unordered_map<std::u16string_view, int32_t> found;
   for (int32_t i = 0; i < IndexOf(items_); ++i) {
     const PhoneItem& item = At(items_, i);
-    if (item.change != PhoneChange::New || item.uid.empty()) continue;
+    const bool isOther = item.change == PhoneChange::Changed && !item.isFolder &&
+                         At(records_, item.record).uid != item.uid;
+    if ((item.change != PhoneChange::New && !isOther) || item.uid.empty()) continue;
     if (const auto [place, isNew] = found.emplace(item.uid, i); !isNew) place->second = -1;
   }
+  bool any = false;
   for (const auto& [uid, index] : found) {
     const auto record = lost.find(uid);
     if (index < 0 || record == lost.end() || record->second < 0) continue;
-    At(items_, index).record = record->second;
-    At(items_, index).change = PhoneChange::Changed;
+    PhoneItem& item = At(items_, index);
+    if (item.record >= 0) met_[static_cast<size_t>(item.record)] = false;
+    met_[static_cast<size_t>(record->second)] = true;
+    item.record = record->second;
+    item.change = PhoneChange::Changed;
+    any = true;
   }
+  return any;
 }
 
 }  // namespace

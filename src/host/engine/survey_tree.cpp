@@ -41,8 +41,9 @@ LoneItem Survey::LoneInTree(int32_t index) {
   const ItemLink& link = At(sides_.links, index);
   const PhoneItem& item = At(sides_.phone, link.phone);
   LoneItem lone{index, item.uid, std::nullopt, PcPlaceOf(sides_, link), item.says};
-  if (link.record >= 0 && At(sides_.records, link.record).pcSays.IsKnown()) {
-    lone.says = At(sides_.records, link.record).pcSays;
+  const int32_t record = RecordOf(link);
+  if (record >= 0 && At(sides_.records, record).pcSays.IsKnown()) {
+    lone.says = At(sides_.records, record).pcSays;
   }
   return lone;
 }

@@ -51,8 +51,9 @@ void FindParents(Inventory& sides) {
     if (link.phone >= 0 && At(sides.phone, link.phone).isFolder) {
       byName.emplace(At(sides.phone, link.phone).name, i);
     }
-    if (link.record >= 0 && IsFolderName(At(sides.records, link.record).name)) {
-      byRecord.emplace(At(sides.records, link.record).name, i);
+    const int32_t record = RecordOf(link);
+    if (record >= 0 && IsFolderName(At(sides.records, record).name)) {
+      byRecord.emplace(At(sides.records, record).name, i);
     }
     if (link.pc >= 0 && At(sides.pc, link.pc).isFolder) byId.emplace(At(sides.pc, link.pc).id, i);
   }
