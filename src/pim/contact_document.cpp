@@ -462,7 +462,9 @@ _xmlNode* ContactDocument::Append(_xmlNode* parent, std::string_view name) {
   size_t depth = 0;
   for (const xmlNode* at = parent; at != Root(); at = at->parent) ++depth;
   const auto line = [&](size_t tabs) {
-    return NotNull(xmlNewText(Xml("\n" + std::string(tabs, '\t'))));
+    std::string text(1, '\n');
+    text.append(tabs, '\t');
+    return NotNull(xmlNewText(Xml(text)));
   };
   if (!hasLines) {
     xmlAddChild(parent, node);

@@ -163,7 +163,7 @@ HRESULT AddressBookStore::OnGet(const std::u16string& sourceUid, bool updateFiel
   if (!book_->Read(entry, contact) || !book_->Find(entry, found)) return E_FAIL;
   ItemFields& fields = contact.fields;
   fields.sourceUid = sourceUid;
-  fields.parentUid = kRootParent;
+  fields.parentUid = std::u16string(kRootParent);
   fields.modified = UtcOf(found.modified);
   RowIdentity identity;
   Check(map_.identities().Read(sourceUid, identity));
@@ -173,7 +173,7 @@ HRESULT AddressBookStore::OnGet(const std::u16string& sourceUid, bool updateFiel
   }
   fields.objUid = std::move(identity.objUid);
   fields.objModified = identity.objModified;
-  out.parent = kRootParent;
+  out.parent = std::u16string(kRootParent);
   Check(sides_.ReadExtras(sourceUid, fields.extras));
   Check(sides_.ReadHidden(sourceUid, contact));
   TakeUnheldFromExtras(contact);
@@ -279,7 +279,7 @@ HRESULT AddressBookStore::OnSentCommand(SENTCMD_TYPE command, const std::u16stri
 }
 
 HRESULT AddressBookStore::OnGetParent(const std::u16string&, std::u16string& parent) {
-  parent = kRootParent;
+  parent = std::u16string(kRootParent);
   return S_OK;
 }
 
