@@ -21,9 +21,6 @@ class AddressBookStore : public StoreBase {
  protected:
   AddressBookStore(const AddressBookTraits& traits, std::unique_ptr<AddressBook> book);
 
-  AddressBook& book() const { return *book_; }
-  NumberMap& map() { return map_; }
-
  private:
   HRESULT OnCheckBag() final;
   HRESULT OnInitialize() final;
